@@ -1,0 +1,33 @@
+// The reader of INI files: one call, with the buffer rules of the system call it is named after
+// (GetPrivateProfileString, code page form).
+//
+// One thread. A file rewritten between two calls is seen at the second. A file that is missing, unreadable, a folder or
+// above 256 MiB counts as one without sections.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace tsly {
+
+class ProfileReader {
+ public:
+  virtual ~ProfileReader() = default;
+
+  // Copies into `buffer` the value of `key` in `section` of `file`, or `fallback` (null counts as empty) if there is no
+  // such key, with a terminating zero; what doesn't fit is cut. The result is the number of characters copied without
+  // the zero: size - 1 when the value was cut.
+  //
+  // With a null `key`, the names of the section's keys in file order, each ended by a zero, and one more zero behind
+  // the last; with a null `section`, the same with the names of the sections. The result is then the number of
+  // characters with the zero of each name and without the last one: size - 2 when the list was cut, and the buffer ends
+  // in two zeros. Where there is nothing to list, `fallback` is copied as above.
+  //
+  // Names match without regard to letter case, blanks round them left out; values lose blanks and tabs at both ends and
+  // then one pair of equal quotes round them. `section` and `key` must not be empty texts.
+  virtual std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
+                                                std::span<char> buffer, const std::string& file) = 0;
+};
+
+}  // namespace tsly

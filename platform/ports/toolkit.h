@@ -1,0 +1,63 @@
+// The window toolkit: draws forms from their control models and reports what the user does to them.
+//
+// One thread. The toolkit reads the models (controls/form.h) and never writes them: a click, a moved thumb or the close
+// button becomes a UiEvent that the event loop delivers to the form. What changed in a model is drawn at the loop's
+// next turn, or at once by Refresh.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "ports/text_measure.h"
+
+namespace tsly {
+
+class Form;
+
+// Message box styles (MB_ values, winuser.h), of which the program adds one button set and one icon.
+inline constexpr std::int32_t kButtonsYesNo = 4;
+inline constexpr std::int32_t kIconStop = 16;
+inline constexpr std::int32_t kIconQuestion = 32;
+inline constexpr std::int32_t kIconWarning = 48;
+inline constexpr std::int32_t kIconInformation = 64;
+
+// Buttons that end it.
+inline constexpr std::int32_t kAnswerOk = 1;
+inline constexpr std::int32_t kAnswerYes = 6;
+inline constexpr std::int32_t kAnswerNo = 7;
+
+// Mouse pointers, by the numbers that the controls' property takes.
+inline constexpr std::int32_t kPointerDefault = 0;
+inline constexpr std::int32_t kPointerHourglass = 11;
+inline constexpr std::int32_t kPointerCustom = 99;  // the pointing hand
+
+struct ScreenMetrics {
+  Twips width = 0, height = 0;              // of the screen's usable area
+  Twips frame_width = 0, frame_height = 0;  // what border and title bar of a window add to its inner area
+  Twips twips_per_pixel_x = 15;
+};
+
+class Toolkit : public TextMeasure {
+ public:
+  virtual ScreenMetrics Metrics() = 0;
+
+  // Makes the form's window, not shown.
+  virtual void Open(Form& form) = 0;
+  // Takes the window away. Safe inside any event of that window.
+  virtual void Close(Form& form) = 0;
+  // Shows the window; without effect on one that is shown.
+  virtual void Show(Form& form) = 0;
+  // Puts the window above all normal windows; position and size stay, the keyboard stays where it is.
+  virtual void PlaceTopmost(Form& form) = 0;
+  // Draws what changed at once. No event is served.
+  virtual void Refresh(Form& form) = 0;
+
+  virtual void SetScreenPointer(std::int32_t pointer) = 0;
+
+  // Shows a message and waits for the answer, serving events. Without a title it bears the program's.
+  virtual std::int32_t MessageBox(const std::string& prompt, std::int32_t style,
+                                  const std::optional<std::string>& title) = 0;
+};
+
+}  // namespace tsly

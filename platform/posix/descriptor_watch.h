@@ -1,0 +1,24 @@
+// What a backend that waits on descriptors asks of the event loop of its edition: the Qt loop and the poll loop of the
+// tests both serve it. One thread; callbacks arrive from the loop, never inside a call of this interface.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace tsly {
+
+class DescriptorWatch {
+ public:
+  virtual ~DescriptorWatch() = default;
+
+  // Calls `ready` whenever the descriptor can be read from or written to, as asked, or has failed. A second call for
+  // the same descriptor replaces the first; asking for neither ends it.
+  virtual void Watch(int descriptor, bool readable, bool writable,
+                     std::function<void(bool readable, bool writable)> ready) = 0;
+
+  // Calls `alarm` once, after `delay`. A second call replaces the first; one alarm per `owner`.
+  virtual void SetAlarm(const void* owner, std::chrono::milliseconds delay, std::function<void()> alarm) = 0;
+  virtual void ClearAlarm(const void* owner) = 0;
+};
+
+}  // namespace tsly

@@ -1,0 +1,25 @@
+// Where the Linux edition keeps everything: below $TSLY_HOME if that is set, else in the user's and the system's usual
+// places (XDG base directories, user-dirs, /var/lib, /opt). Read once, at the start of the process.
+#pragma once
+
+#include <filesystem>
+
+namespace tsly {
+
+struct Home {
+  std::filesystem::path user_registry;     // file of the user's settings
+  std::filesystem::path machine_registry;  // file of the machine's settings
+  std::filesystem::path documents;
+  std::filesystem::path pictures;
+  std::filesystem::path program_files;
+  std::filesystem::path app_data;
+  // The machine's folders, each with the user's own that takes its place where he can't write the first.
+  std::filesystem::path common_app_data, own_common_app_data;
+  std::filesystem::path common_documents, own_common_documents;
+  std::filesystem::path common_pictures, own_common_pictures;
+  std::filesystem::path temp;
+
+  static Home FromEnvironment();
+};
+
+}  // namespace tsly

@@ -1,0 +1,82 @@
+#include "base/date_time.h"
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+
+namespace tsly {
+namespace {
+
+constexpr std::chrono::sys_days kDayZero = std::chrono::year{1899} / 12 / 30;
+constexpr double kSecondsPerDay = 86400.0;
+
+template <typename... Values>
+std::string Print(const char* format, Values... values) {
+  std::array<char, 64> text{};
+  const int length = std::snprintf(text.data(), text.size(), format, values...);
+  return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+std::string DatePart(int first, int second, int year, const std::string& separator) {
+  return Print("%02d", first) + separator + Print("%02d", second) + separator + Print("%04d", year);
+}
+
+}  // namespace
+
+DateFields SplitDateTime(DateTime moment) {
+  double day = std::trunc(moment);
+  double seconds = std::round(std::fabs(moment - day) * kSecondsPerDay);
+  if (seconds >= kSecondsPerDay) {
+    seconds -= kSecondsPerDay;
+    day += 1;
+  }
+  // The years that a date-time may hold, 100 to 9999; what lies outside is shown as the nearest one.
+  day = std::fmin(std::fmax(day, -657434.0), 2958465.0);
+  const std::chrono::year_month_day date{kDayZero + std::chrono::days(static_cast<int>(day))};
+  const int whole = static_cast<int>(seconds);
+  return {static_cast<int>(date.year()),
+          static_cast<int>(static_cast<unsigned>(date.month())),
+          static_cast<int>(static_cast<unsigned>(date.day())),
+          whole / 3600,
+          whole / 60 % 60,
+          whole % 60};
+}
+
+DateTime MakeDateTime(const DateFields& fields) {
+  const std::chrono::sys_days date = std::chrono::year{fields.year} / fields.month / fields.day;
+  const double day = (date - kDayZero).count();
+  const double time = (fields.hour * 3600 + fields.minute * 60 + fields.second) / kSecondsPerDay;
+  return day < 0 ? day - time : day + time;
+}
+
+std::string LogStamp(DateTime moment) {
+  const DateFields at = SplitDateTime(moment);
+  return Print("%04d-%02d-%02d %02d:%02d:%02d", at.year, at.month, at.day, at.hour, at.minute, at.second);
+}
+
+std::string MonthDayYear(DateTime moment, const std::string& date_separator) {
+  const DateFields at = SplitDateTime(moment);
+  return DatePart(at.month, at.day, at.year, date_separator);
+}
+
+std::string DayMonthYear(DateTime moment, const std::string& date_separator) {
+  const DateFields at = SplitDateTime(moment);
+  return DatePart(at.day, at.month, at.year, date_separator);
+}
+
+std::string HourMinute(DateTime moment, const std::string& time_separator) {
+  const DateFields at = SplitDateTime(moment);
+  return Print("%02d", at.hour) + time_separator + Print("%02d", at.minute);
+}
+
+std::string GeneralDate(DateTime moment, const std::string& date_separator, const std::string& time_separator) {
+  const DateFields at = SplitDateTime(moment);
+  const std::string time = HourMinute(moment, time_separator) + time_separator + Print("%02d", at.second);
+  const bool midnight = at.hour == 0 && at.minute == 0 && at.second == 0;
+  if (std::trunc(moment) == 0 && !midnight) return time;
+  const std::string date = MonthDayYear(moment, date_separator);
+  return midnight ? date : date + " " + time;
+}
+
+}  // namespace tsly

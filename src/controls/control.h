@@ -1,0 +1,174 @@
+// The dialog's controls as plain data: what they are and how they look, without any toolkit type. Geometry is in twips,
+// relative to the parent. A setter keeps what is true of the kind of control and counts the change; the toolkit
+// compares and draws. Owner: the form's class. Thread: the program's one.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "ports/text_measure.h"
+
+namespace tsly {
+
+class Form;
+
+enum class ControlKind { Panel, Label, Image, Button, TextBox, ScrollBar, Rectangle, Line };
+
+struct Color {
+  std::uint8_t red = 0, green = 0, blue = 0;
+  bool operator==(const Color&) const = default;
+};
+
+inline constexpr Color kWhite{255, 255, 255};
+
+struct Rect {
+  Twips left = 0, top = 0, width = 0, height = 0;
+  bool operator==(const Rect&) const = default;
+};
+
+// Everything that a toolkit draws of one control. Members that a kind has no use for keep their defaults.
+struct ControlLook {
+  Rect rect;
+  bool visible = true;
+  bool enabled = true;
+  std::string text;  // caption of a label or button, contents of a text box
+  Color back_color;
+  Color fore_color = kWhite;
+  bool transparent = false;  // the parent's background shows through
+  Font font;
+  std::int32_t mouse_pointer = 0;
+  std::int32_t border_style = 0;
+  bool auto_size = false;  // label: takes the size of its text; with word_wrap only its height does
+  bool word_wrap = false;  // label: wraps at its width
+  std::string picture;     // image: name of a compiled-in picture
+  bool read_only = false;  // text box
+  bool multi_line = false;
+  std::int32_t selection_start = 0, selection_length = 0;                                // text box, in bytes
+  std::int16_t minimum = 0, maximum = 0, value = 0, small_change = 1, large_change = 1;  // scroll bar
+};
+
+using ControlId = std::uint64_t;  // never used again in a process; 0: none
+
+class Control {
+ public:
+  // Joins `form` behind its other controls, inside `parent` or, with null, directly on the form. `index` -1: the
+  // control is no element of a control array.
+  Control(Form& form, Control* parent, ControlKind kind, std::string name, int index = -1);
+  Control(const Control&) = delete;
+  Control& operator=(const Control&) = delete;
+  virtual ~Control();
+
+  // Starts afresh from the look of its design.
+  virtual void Reset(const ControlLook& design);
+
+  ControlId Id() const { return id_; }
+  ControlKind Kind() const { return kind_; }
+  const std::string& Name() const { return name_; }
+  int Index() const { return index_; }
+  Control* Parent() const { return parent_; }
+  const ControlLook& Look() const { return look_; }
+  std::uint64_t Changes() const { return changes_; }
+
+  // Visible and enabled, with all that it lies in.
+  bool Reachable() const;
+
+  Twips Left() const { return look_.rect.left; }
+  Twips Top() const { return look_.rect.top; }
+  Twips Width() const { return look_.rect.width; }
+  Twips Height() const { return look_.rect.height; }
+  bool Visible() const { return look_.visible; }
+  bool Enabled() const { return look_.enabled; }
+  const std::string& Text() const { return look_.text; }
+  const std::string& Tag() const { return tag_; }
+  std::int32_t MousePointer() const { return look_.mouse_pointer; }
+  const Font& GetFont() const { return look_.font; }
+
+  void SetLeft(Twips left) { Move({left, Top(), Width(), Height()}); }
+  void SetTop(Twips top) { Move({Left(), top, Width(), Height()}); }
+  void SetWidth(Twips width) { Move({Left(), Top(), width, Height()}); }
+  void SetHeight(Twips height) { Move({Left(), Top(), Width(), height}); }
+  void Move(const Rect& rect);
+  void SetVisible(bool visible) { Change(look_.visible, visible); }
+  void SetEnabled(bool enabled) { Change(look_.enabled, enabled); }
+  void SetText(std::string text);
+  void SetTag(std::string tag) { tag_ = std::move(tag); }
+  void SetMousePointer(std::int32_t pointer) { Change(look_.mouse_pointer, pointer); }
+  void SetBorderStyle(std::int32_t style) { Change(look_.border_style, style); }
+  void SetForeColor(Color color) { Change(look_.fore_color, color); }
+  void SetFont(Font font);
+
+  // False for a composed control that offers no font of its own.
+  virtual bool HasFont() const { return kind_ != ControlKind::Panel && kind_ != ControlKind::Image; }
+
+ protected:
+  template <typename Value>
+  bool Change(Value& member, Value value) {
+    if (member == value) return false;
+    member = std::move(value);
+    CountChange();
+    return true;
+  }
+  void CountChange();
+
+  // Called when width or height has changed, or a text or font that a size follows from.
+  virtual void OnResized() {}
+  virtual void OnTextChanged() {}
+
+  Form& form_;
+  ControlLook look_;
+
+ private:
+  const ControlId id_;
+  const ControlKind kind_;
+  const std::string name_;
+  const int index_;
+  Control* const parent_;
+  std::string tag_;
+  std::uint64_t changes_ = 1;
+};
+
+// A label; with auto_size it takes the size of its text as soon as text, font or width change.
+class Label : public Control {
+ public:
+  Label(Form& form, Control* parent, std::string name, int index = -1)
+      : Control(form, parent, ControlKind::Label, std::move(name), index) {}
+  void Reset(const ControlLook& design) override;
+
+ protected:
+  void OnResized() override { FitText(); }
+  void OnTextChanged() override { FitText(); }
+
+ private:
+  void FitText();
+};
+
+// A text box; the positions of its caret are bytes of its text.
+class TextBox : public Control {
+ public:
+  TextBox(Form& form, Control* parent, std::string name)
+      : Control(form, parent, ControlKind::TextBox, std::move(name)) {}
+  void SetSelection(std::int32_t start, std::int32_t length);
+};
+
+// A vertical scroll bar. All its numbers are signed 16-bit integers; a setter given more raises an overflow and changes
+// nothing. A changed value is told to the form at once (Form::OnScrolled).
+class ScrollBar : public Control {
+ public:
+  ScrollBar(Form& form, Control* parent, std::string name)
+      : Control(form, parent, ControlKind::ScrollBar, std::move(name)) {}
+
+  void SetMin(std::int32_t minimum);
+  void SetMax(std::int32_t maximum);
+  void SetSmallChange(std::int32_t change);
+  void SetLargeChange(std::int32_t change);
+  void SetValue(std::int32_t value);     // outside the range it raises error 380
+  void FollowThumb(std::int32_t value);  // as SetValue, without telling the form
+  std::int16_t Value() const { return look_.value; }
+  std::int16_t Max() const { return look_.maximum; }
+
+ private:
+  bool TakeValue(std::int32_t value);
+  void KeepValueInRange();
+};
+
+}  // namespace tsly

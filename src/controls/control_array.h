@@ -1,0 +1,47 @@
+// A control array: element 0 is the model that the form defines, the others are loaded from it at run time and unloaded
+// again. An element that isn't loaded raises error 340.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "base/runtime_error.h"
+
+namespace tsly {
+
+template <typename Element>
+class ControlArray {
+ public:
+  using Make = std::function<std::unique_ptr<Element>(int index)>;
+
+  // `make` builds the element of an index with the model's design.
+  explicit ControlArray(Make make) : make_(std::move(make)) { elements_[0] = make_(0); }
+
+  Element& operator()(std::int32_t index) const {
+    const auto found = elements_.find(index);
+    if (found == elements_.end()) {
+      throw RuntimeError{kErrorNoControlElement, "ControlArray", "Control array element doesn't exist"};
+    }
+    return *found->second;
+  }
+
+  // Indexes are signed 16-bit integers.
+  Element& Load(std::int32_t index) {
+    if (index > 32767) throw RuntimeError{kErrorOverflow, "ControlArray", "Overflow"};
+    auto& element = elements_[index];
+    if (!element) element = make_(index);
+    return *element;
+  }
+
+  void UnloadAllButModel() { elements_.erase(std::next(elements_.begin()), elements_.end()); }
+
+  std::size_t Count() const { return elements_.size(); }  // the model included
+
+ private:
+  Make make_;
+  std::map<std::int32_t, std::unique_ptr<Element>> elements_;
+};
+
+}  // namespace tsly

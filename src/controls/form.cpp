@@ -1,0 +1,107 @@
+#include "controls/form.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/step.h"
+
+namespace tsly {
+
+void Form::Load() {
+  if (loaded_) return;
+  loaded_ = true;
+  visible_ = false;
+  ++load_number_;
+  OnReset();
+  toolkit_.Open(*this);
+  OnLoad();
+}
+
+void Form::Show() {
+  Load();
+  if (visible_) return;
+  visible_ = true;
+  CountChange();
+  toolkit_.Show(*this);
+}
+
+void Form::Unload(std::int32_t mode) {
+  if (!loaded_) return;
+  bool cancel = false;
+  OnQueryUnload(cancel, mode);
+  // The question may have unloaded the form itself, by a road of its own.
+  if (cancel || !loaded_ || unloading_) return;
+  unloading_ = true;
+  OnUnload();
+  unloading_ = false;
+  loaded_ = false;
+  visible_ = false;
+  toolkit_.Close(*this);
+}
+
+void Form::Deliver(const UiEvent& event, std::uint64_t load_number) {
+  if (!IsLoad(load_number)) return;
+  if (event.kind == UiEvent::Kind::CloseRequested) {
+    Guard([this] { Unload(kUnloadByUser); });
+    return;
+  }
+  Control* control = Find(event.control);
+  if (control == nullptr || !visible_ || !control->Reachable()) return;
+  Guard([&] {
+    if (event.kind == UiEvent::Kind::Click) return OnClick(*control);
+    if (event.kind == UiEvent::Kind::GotFocus) return OnGotFocus(*control);
+    if (control->Kind() != ControlKind::ScrollBar) return;
+    auto& bar = static_cast<ScrollBar&>(*control);
+    if (event.kind == UiEvent::Kind::ValueChanged) return bar.SetValue(event.value);
+    bar.FollowThumb(event.value);
+    OnThumbMoved(bar);
+  });
+}
+
+void Form::Guard(const std::function<void()>& event) {
+  if (auto fault = Step(event)) forgotten_faults_.push_back(*fault);
+}
+
+Control* Form::Find(ControlId id) const {
+  const auto found = std::find_if(controls_.begin(), controls_.end(), [&](Control* c) { return c->Id() == id; });
+  return found == controls_.end() ? nullptr : *found;
+}
+
+Twips Form::InnerWidth() const { return outer_.width - toolkit_.Metrics().frame_width; }
+Twips Form::InnerHeight() const { return outer_.height - toolkit_.Metrics().frame_height; }
+
+void Form::SetCaption(std::string caption) {
+  caption_ = std::move(caption);
+  CountChange();
+}
+
+void Form::SetFont(Font font) {
+  font_ = std::move(font);
+  CountChange();
+}
+
+void Form::Move(const Rect& outer) {
+  outer_ = outer;
+  CountChange();
+}
+
+void Form::SetFocus(const Control& control) {
+  focus_request_ = control.Id();
+  ++focus_requests_;
+  CountChange();
+}
+
+void Form::ResetForm(std::string caption, Color back_color, Twips inner_width, Twips inner_height) {
+  const ScreenMetrics screen = toolkit_.Metrics();
+  caption_ = std::move(caption);
+  back_color_ = back_color;
+  font_ = Font{};
+  outer_.width = inner_width + screen.frame_width;
+  outer_.height = inner_height + screen.frame_height;
+  outer_.left = (screen.width - outer_.width) / 2;
+  outer_.top = (screen.height - outer_.height) / 2;
+  focus_request_ = 0;
+  CountChange();
+}
+
+}  // namespace tsly

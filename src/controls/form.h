@@ -1,0 +1,119 @@
+// A window as data, with the life of a dialog: loaded, shown, hidden, unloaded, loaded anew. The object outlives its
+// unloads. Owner: the program. Thread: the program's one.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/runtime_error.h"
+#include "controls/control.h"
+#include "ports/toolkit.h"
+
+namespace tsly {
+
+// What a user does to a window, as the toolkit reports it.
+struct UiEvent {
+  enum class Kind {
+    Click,         // of a button, a label or a panel
+    ThumbMoved,    // scroll bar: `value` while the thumb is dragged
+    ValueChanged,  // scroll bar: `value` after an arrow, a page, a wheel or a key, and when the thumb is let go
+    GotFocus,
+    CloseRequested,  // the window's close button or the session's end; no control
+  };
+  Kind kind = Kind::Click;
+  ControlId control = 0;
+  std::int32_t value = 0;
+};
+
+class Form {
+ public:
+  explicit Form(Toolkit& toolkit) : toolkit_(toolkit) {}
+  Form(const Form&) = delete;
+  Form& operator=(const Form&) = delete;
+  virtual ~Form() = default;
+
+  // Loading. Load runs OnLoad once per load; Unload asks OnQueryUnload, then runs OnUnload.
+  void Load();
+  void Show();  // loads first if need be
+  void Unload(std::int32_t mode = kUnloadByProgram);
+  bool Loaded() const { return loaded_; }
+  bool Visible() const { return visible_; }
+  // Counts the loads. A routine that let events run compares it with the number from before: the dialog may have been
+  // unloaded meanwhile, or unloaded and loaded anew.
+  std::uint64_t LoadNumber() const { return load_number_; }
+  bool IsLoad(std::uint64_t number) const { return loaded_ && load_number_ == number; }
+
+  // The road of everything that the toolkit reports, delivered by the event loop. An event of an earlier load, or for a
+  // control that a person could not reach any more, is dropped.
+  void Deliver(const UiEvent& event, std::uint64_t load_number);
+
+  // The one entry of every event (click, tick, state of a transfer, client's call). A fault that gets here was
+  // forgotten by some routine: it is kept where tests look, and the program goes on.
+  void Guard(const std::function<void()>& event);
+  const std::vector<RuntimeError>& ForgottenFaults() const { return forgotten_faults_; }
+
+  // What the toolkit draws. Order of the controls: the later lies above.
+  const std::vector<Control*>& Controls() const { return controls_; }
+  Control* Find(ControlId id) const;
+  const std::string& Caption() const { return caption_; }
+  const Font& GetFont() const { return font_; }
+  Color BackColor() const { return back_color_; }
+  const Rect& Outer() const { return outer_; }  // with border and title bar, on the screen
+  Twips InnerWidth() const;
+  Twips InnerHeight() const;
+  ControlId FocusRequest() const { return focus_request_; }
+  std::uint64_t FocusRequests() const { return focus_requests_; }
+  std::uint64_t Changes() const { return changes_; }  // of the form and all its controls
+
+  void SetCaption(std::string caption);
+  void SetFont(Font font);
+  void Move(const Rect& outer);
+  void SetFocus(const Control& control);
+
+  static constexpr std::int32_t kUnloadByUser = 0;
+  static constexpr std::int32_t kUnloadByProgram = 1;
+
+ protected:
+  // Sets the form to its design, opening in the centre of the screen.
+  void ResetForm(std::string caption, Color back_color, Twips inner_width, Twips inner_height);
+
+  // Puts form and controls to their design; runs at each load, before OnLoad.
+  virtual void OnReset() = 0;
+  virtual void OnLoad() = 0;
+  // Sets `cancel` to refuse.
+  virtual void OnQueryUnload(bool& cancel, std::int32_t mode) = 0;
+  virtual void OnUnload() = 0;
+  virtual void OnClick(Control& control) = 0;
+  virtual void OnGotFocus(Control&) {}
+  // The value has changed, by the user or the program.
+  virtual void OnScrolled(ScrollBar&) {}
+  // The thumb is being dragged; the value has followed it.
+  virtual void OnThumbMoved(ScrollBar&) {}
+
+  Toolkit& toolkit_;
+
+ private:
+  friend class Control;
+  friend class ScrollBar;
+  friend class Label;
+  void CountChange() { ++changes_; }
+
+  std::vector<Control*> controls_;
+  std::string caption_;
+  Font font_;
+  Color back_color_;
+  Rect outer_;
+  bool loaded_ = false;
+  bool visible_ = false;
+  bool unloading_ = false;
+  std::uint64_t load_number_ = 0;
+  std::uint64_t changes_ = 1;
+  ControlId focus_request_ = 0;
+  std::uint64_t focus_requests_ = 0;
+  std::vector<RuntimeError> forgotten_faults_;
+};
+
+}  // namespace tsly
