@@ -45,7 +45,7 @@ DateFields SplitDateTime(DateTime moment) {
 
 DateTime MakeDateTime(const DateFields& fields) {
   const std::chrono::sys_days date = std::chrono::year{fields.year} / fields.month / fields.day;
-  const double day = (date - kDayZero).count();
+  const auto day = static_cast<double>((date - kDayZero).count());
   const double time = (fields.hour * 3600 + fields.minute * 60 + fields.second) / kSecondsPerDay;
   return day < 0 ? day - time : day + time;
 }
