@@ -53,6 +53,22 @@ void EncodeUtf8(char32_t letter, std::size_t length, std::string& out) {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+// The number at the start of `text`, behind blanks; `length` is what it takes up, 0 when there is none.
+double ReadDouble(std::string_view text, std::size_t& length) {
+  length = 0;
+  const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
+  std::string_view digits = text.substr(start);
+  if (digits.starts_with('+')) digits.remove_prefix(1);
+  // from_chars also knows the words "inf" and "nan"; a number begins with a digit or a point.
+  const std::string_view unsigned_part = digits.substr(digits.starts_with('-') && digits.size() == text.size() - start);
+  if (unsigned_part.empty() || !(IsDigit(unsigned_part[0]) || unsigned_part[0] == '.')) return 0;
+  double number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (error != std::errc()) return 0;
+  length = static_cast<std::size_t>(end - text.data());
+  return number;
+}
+
 }  // namespace
 
 std::string LowerCase(std::string_view text) {
@@ -133,16 +149,17 @@ std::int32_t LeadingInt32(std::string_view text) {
   return number >= INT32_MIN && number <= INT32_MAX ? static_cast<std::int32_t>(number) : 0;
 }
 
+std::optional<double> ToDouble(std::string_view text) {
+  const std::string trimmed = TrimEnd(text);
+  std::size_t length = 0;
+  const double number = ReadDouble(trimmed, length);
+  if (length == 0 || length != trimmed.size()) return std::nullopt;
+  return number;
+}
+
 double LeadingDouble(std::string_view text) {
-  const std::string trimmed = TrimStart(text);
-  std::string_view digits = trimmed;
-  if (!digits.empty() && digits.front() == '+') digits.remove_prefix(1);
-  // from_chars also knows the words "inf" and "nan"; a number begins with a digit or a point.
-  const std::string_view unsigned_part = digits.substr(!digits.empty() && digits.front() == '-' ? 1 : 0);
-  if (unsigned_part.empty() || !(IsDigit(unsigned_part[0]) || unsigned_part[0] == '.')) return 0;
-  double number = 0;
-  const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return result.ec == std::errc() ? number : 0;
+  std::size_t length = 0;
+  return ReadDouble(text, length);
 }
 
 std::int32_t LeadingHex(std::string_view text) {

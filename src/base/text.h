@@ -32,6 +32,9 @@ std::string WithBackslash(std::string folder);
 // A whole number in the range of 32 bits: blanks round it and a sign may stand, then digits only.
 std::optional<std::int32_t> ToInt32(std::string_view text);
 
+// A number with an optional sign, fraction and exponent, blanks round it allowed; a full stop is the decimal sign.
+std::optional<double> ToDouble(std::string_view text);
+
 // The number that a text begins with, blanks before it left out; 0 if it begins with none. Only its whole part counts,
 // and one beyond the range of 32 bits is 0.
 std::int32_t LeadingInt32(std::string_view text);

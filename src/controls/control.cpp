@@ -44,6 +44,11 @@ bool Control::Reachable() const {
   return parent_ == nullptr || parent_->Reachable();
 }
 
+bool Control::HasFont() const {
+  const bool shows_text = kind_ == ControlKind::Label || kind_ == ControlKind::Button || kind_ == ControlKind::TextBox;
+  return shows_text && (parent_ == nullptr || !parent_->IsComposed());
+}
+
 void Control::Move(const Rect& rect) {
   const bool resized = rect.width != look_.rect.width || rect.height != look_.rect.height;
   Change(look_.rect, rect);

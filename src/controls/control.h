@@ -97,8 +97,10 @@ class Control {
   void SetForeColor(Color color) { Change(look_.fore_color, color); }
   void SetFont(Font font);
 
-  // False for a composed control that offers no font of its own.
-  virtual bool HasFont() const { return kind_ != ControlKind::Panel && kind_ != ControlKind::Image; }
+  // Whether a dialog's font reaches this control. A composed control offers none of its own, and its parts are no
+  // controls of the dialog.
+  bool HasFont() const;
+  virtual bool IsComposed() const { return false; }
 
  protected:
   template <typename Value>

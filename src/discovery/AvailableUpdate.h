@@ -1,0 +1,68 @@
+// The control AvailableUpdate: one offered update in the list, and the only store of its data. Its height follows from
+// its texts: it lays itself out whenever a text, its width or the setting of its bottom line changes. Owner: the
+// dialog's control array UpdateItem. All measures in twips.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "controls/control.h"
+
+namespace tsly {
+
+// What GetDocument fetches, and what UpdateElementDocType holds.
+enum DocumentKind : std::uint8_t { kUpdatesFile = 1, kDataFile = 3, kInstallationPack = 4 };
+
+class AvailableUpdate : public Control {
+ public:
+  AvailableUpdate(Form& form, Control* parent, std::string name, int index);
+
+  void Reset(const ControlLook& design) override;
+  bool IsComposed() const override { return true; }
+
+  // The record of the update. None of these has an effect on the display.
+  std::string UpdateElementName;
+  std::string UpdateElementDesc;  // address of the page behind the "more info" link
+  std::string UpdateElementUrl;
+  std::string UpdateElementSize;
+  std::string UpdateElementCRC;
+  std::string UpdateElementVersion;
+  std::uint8_t UpdateElementDocType = 0;
+  bool UpdateElementStopPgm = false;
+
+  // The action lines, from 1. Setting number 0 makes the list empty; setting one behind the end extends the list.
+  // Reading behind the end gives "". A negative number raises error 9.
+  void SetUpdateElementAction(std::int32_t number, const std::string& line);
+  std::string UpdateElementAction(std::int32_t number) const;
+
+  void SetItem(const std::string& title);
+  void SetVersion(const std::string& text);  // no new layout: the line keeps its height
+  void SetExplanation(const std::string& text);
+  void SetMoreInfo(const std::string& text);
+  void SetHideBottomLine(bool hide);
+  const std::string& Item() const { return lblItem.Text(); }
+  const std::string& Version() const { return lblVersion.Text(); }
+  const std::string& Explanation() const { return lblExplanation.Text(); }
+  const std::string& MoreInfo() const { return lblMoreInfo.Text(); }
+  bool HideBottomLine() const { return hide_bottom_line_; }
+
+  Control Image1;
+  Label lblItem;
+  Label lblVersion;
+  Label lblMoreInfo;
+  Label lblExplanation;
+  Control linBottom;
+
+ protected:
+  void OnResized() override { UserControl_Resize(); }
+
+ private:
+  void UserControl_Resize();
+
+  std::vector<std::string> actions_;
+  bool hide_bottom_line_ = false;
+  bool inside_resize_ = false;
+};
+
+}  // namespace tsly

@@ -1,0 +1,164 @@
+// Fetching one document: a request on the transfer control, and the wait for it.
+#include <chrono>
+#include <memory>
+
+#include "base/step.h"
+#include "base/text.h"
+#include "discovery/updates_file.h"
+#include "localization/MLocalizationText.h"
+#include "ports/clock.h"
+#include "ports/event_loop.h"
+#include "ports/files.h"
+#include "ports/shell.h"
+#include "ports/transfer.h"
+#include "services/MTempFiles.h"
+#include "shell/MGlobal.h"
+#include "shell/addresses.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::chrono::seconds kInactivityLimit{15};
+constexpr std::int32_t kRequestTimeout = 60;  // seconds
+constexpr std::int32_t kChunkSize = 1024;
+
+// The log's words for the states of a transfer; null where it keeps silent.
+constexpr const char* kStateLines[] = {
+    "StateChanged: State = None",
+    "StateChanged: State = Resolving host",
+    "StateChanged: State = Host resolved",
+    "StateChanged: State = Connecting",
+    "StateChanged: State = Connected",
+    "StateChanged: State = Requesting",
+    "StateChanged: State = Request sent",
+    nullptr,
+    nullptr,
+    "StateChanged: State = Disconnecting",
+    "StateChanged: State = Disconnected",
+    nullptr,  // the error line comes with its error
+    "StateChanged: State = Response completed",
+};
+
+const char* Word(bool truth) { return truth ? "True" : "False"; }
+
+}  // namespace
+
+bool frmVerify::GetDocument(std::uint8_t DocumentKind, const std::string& URL, std::string Filename,
+                            const std::string& Extension, bool ShowStatus, bool DocumentIsBinary) {
+  if (Filename.empty()) Filename = FilenameOfUrl(URL);
+  const std::uint64_t load = LoadNumber();
+  const std::uint64_t number = document_.number + 1;
+  document_ = DocumentRun{};
+  document_.number = number;
+  document_.ShowStatus = ShowStatus;
+  document_.DocumentKind = DocumentKind;
+  document_.DocumentFile = needs_.temp_files.GetTempFile(Filename, Filename.empty() ? Extension : "");
+  document_.DocumentIsBinary = DocumentIsBinary;
+  document_.DocumentDeadline = needs_.clock.Steady() + kInactivityLimit;
+
+  const std::string address = Trim(URL);
+  needs_.netCommand.SetRequestTimeout(kRequestTimeout);
+  needs_.global.WriteLog(1, "GetDocument: Starting download: GET " + address);
+  needs_.netCommand.SetProtocol(icHTTP);
+  if (const Fault fault = needs_.netCommand.Execute(address, "GET")) {
+    needs_.global.WriteLog(1, "GetDocument: Error " + Hex(fault.number) + ": " + fault.description);
+  } else {
+    WaitForDocument(load);
+  }
+  // The dialog has gone, or another search has taken the transfer over: there is nobody to tell.
+  if (!IsLoad(load) || document_.number != number) return false;
+
+  needs_.global.WriteLog(
+      1, "GetDocument: Exiting wait loop, DocumentReceived=" + std::to_string(document_.DocumentReceived) +
+             ", DocumentTimeout=" + Word(DocumentTimedOut()));
+  if (document_.DocumentReceived == 2) ReportDocumentFailure();
+  const bool received = document_.DocumentReceived == 1;
+  needs_.global.WriteLog(1, std::string("GetDocument: Exiting, returning ") + Word(received));
+  return received;
+}
+
+void frmVerify::WaitForDocument(std::uint64_t load) {
+  const std::uint64_t number = document_.number;
+  while (IsLoad(load) && document_.number == number && document_.DocumentReceived == 0 && !DocumentTimedOut()) {
+    needs_.loop.Wait(document_.DocumentDeadline);
+  }
+}
+
+bool frmVerify::DocumentTimedOut() const { return document_.DocumentDeadline < needs_.clock.Steady(); }
+
+void frmVerify::ReportDocumentFailure() {
+  if (document_.DocumentKind == kInstallationPack && document_.PackDataWritten) {
+    Step([&] {
+      const std::int32_t answer =
+          needs_.global.ShowMessage(ResString(text_key::kCommunicationErrorPackage), kButtonsYesNo + kIconStop);
+      if (answer != kAnswerYes) return;
+      needs_.shell.OpenAddress(kHomePage);
+      needs_.shell.EndProcess();
+    });
+  } else {
+    needs_.global.ShowMessage(document_.DocumentError, kIconWarning);
+  }
+}
+
+void frmVerify::netCommand_StateChanged(std::int16_t State) {
+  document_.DocumentDeadline = needs_.clock.Steady() + kInactivityLimit;
+  if (State >= icNone && State <= icResponseCompleted) {
+    if (const char* line = kStateLines[State]) needs_.global.WriteLog(1, line);
+  }
+  if (State >= icResolvingHost && State <= icReceivingResponse) ShowTransferState(State);
+  if (State == icError) TakeTransferError();
+  if (State == icResponseCompleted) SaveDocument();
+}
+
+void frmVerify::ShowTransferState(std::int16_t State) {
+  if (!controls.picStep100.Visible() || !document_.ShowStatus) return;
+  const auto index = static_cast<std::size_t>(State);
+  if (index < CheckLinkTexts.size()) controls.lblInfo105.SetText(CheckLinkTexts[index]);
+  needs_.loop.LetEventsRun();
+}
+
+void frmVerify::SaveDocument() {
+  const std::string file_name = document_.DocumentFile;
+  if (needs_.global.FileExists(file_name)) needs_.files.Delete(file_name);
+  needs_.global.WriteLog(1, "StateChanged: Opening temp file \"" + file_name + "\"");
+  // A file that can't be made or written is no failure here: whoever reads the document finds out.
+  std::unique_ptr<FileWriter> file;
+  needs_.files.OpenForWriting(file_name, file);
+  const bool binary = document_.DocumentIsBinary;
+  needs_.global.WriteLog(1, binary ? "StateChanged: Writing binary file" : "StateChanged: Writing text file");
+  std::string chunk;
+  while (!needs_.netCommand.GetChunk(kChunkSize, binary ? ChunkType::icByteArray : ChunkType::icString, chunk) &&
+         !chunk.empty()) {
+    if (file) file->Write(chunk);
+    if (binary) document_.PackDataWritten = true;
+  }
+  needs_.global.WriteLog(1, "StateChanged: Closing file");
+  if (file) file->Close();
+  if (document_.DocumentReceived == 0) document_.DocumentReceived = 1;
+  needs_.global.WriteLog(1, "DocumentReceived = " + std::to_string(document_.DocumentReceived));
+}
+
+void frmVerify::TakeTransferError() {
+  const std::int32_t number = needs_.netCommand.ResponseCode();
+  const std::string code = std::to_string(number);
+  const std::string description = needs_.netCommand.ResponseInfo();
+  needs_.global.WriteLog(1, "StateChanged: Error [" + code + "] " + description);
+  if (document_.DocumentReceived == 0) document_.DocumentReceived = 2;
+  needs_.netCommand.Cancel();
+  needs_.global.WriteLog(1, "DocumentReceived = " + std::to_string(document_.DocumentReceived));
+
+  const bool data = document_.DocumentKind == kDataFile || document_.DocumentKind == kInstallationPack;
+  std::string type;
+  std::string text;
+  Step([&] { type = ResString(data ? text_key::kCommunicationErrorDataFile : text_key::kCommunicationErrorVersions); });
+  Step([&] { text = Replace(ResString(text_key::kCommunicationError), "[TYPE]", type); });
+  text = Replace(text, "[NUMBER]", "1/" + code);
+  text = Replace(text, "[DESCRIPTION]", description);
+  // A machine without a connection to the name service gets no message: the document counts as received, and nothing
+  // is found in it.
+  if (document_.DocumentReceived == 2 && number == kNameNotResolved) document_.DocumentReceived = 1;
+  document_.DocumentError = text;
+}
+
+}  // namespace tsly

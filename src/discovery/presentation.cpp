@@ -1,0 +1,207 @@
+// What the outcome of a search turns into: a message, a report to the client, or the list of offered updates.
+#include "base/step.h"
+#include "base/text.h"
+#include "discovery/updates_file.h"
+#include "localization/MLocalization.h"
+#include "localization/MLocalizationText.h"
+#include "ports/event_loop.h"
+#include "ports/shell.h"
+#include "ports/transfer.h"
+#include "shell/MGlobal.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::int32_t kSmallScroll = 60;
+
+}  // namespace
+
+void frmVerify::CheckForUpdates(bool Interactive) {
+  ++searches_running_;
+  Interactive ? SearchByHand() : SearchSilently();
+  --searches_running_;
+}
+
+void frmVerify::SearchByHand() {
+  const std::uint64_t load = LoadNumber();
+  const std::uint64_t search = ++searches_begun_;
+  Label& link = controls.lblInfo105;
+  Font font = link.GetFont();
+  link.SetForeColor(kWhite);
+  font.underline = false;
+  link.SetFont(font);
+  if (CheckLinkTexts.size() > 1) link.SetText(CheckLinkTexts[1]);
+  link.SetMousePointer(kPointerHourglass);
+
+  const bool retrieved = RetrieveUpdates(true);
+  if (!IsLoad(load) || search != searches_begun_) return;
+
+  link.SetMousePointer(kPointerCustom);
+  if (!CheckLinkTexts.empty()) link.SetText(CheckLinkTexts[0]);
+  font.underline = true;
+  link.SetFont(font);
+  link.SetForeColor(kLinkColor);
+  if (CheckedOn != 0) Step([&] { controls.lblInfo104.SetText(LastCheckText(CheckedOn)); });
+
+  if (retrieved && UpdateCount() < 1) {
+    Step([&] { needs_.global.ShowMessage(ResString(text_key::kNoUpdateAvailable), kIconInformation); });
+  } else if (retrieved) {
+    ShowAvailableUpdates();
+  } else if (document_.DocumentReceived != 2) {
+    Step([&] { ShowCommunicationError(); });
+  }
+}
+
+// Only for an end without an error state; GetDocument has told of one itself.
+void frmVerify::ShowCommunicationError() {
+  std::string text;
+  Step([&] {
+    text =
+        Replace(ResString(text_key::kCommunicationError), "[TYPE]", ResString(text_key::kCommunicationErrorVersions));
+  });
+  if (const std::int32_t code = needs_.netCommand.ResponseCode(); code != 0) {
+    text = Replace(text, "[NUMBER]", "2/" + std::to_string(code));
+    text = Replace(text, "[DESCRIPTION]", needs_.netCommand.ResponseInfo());
+  } else {
+    text = Replace(text, "[NUMBER]", "3/10012");
+    text = Replace(text, "[DESCRIPTION]", "Timeout");
+  }
+  needs_.global.ShowMessage(text, kIconWarning);
+}
+
+void frmVerify::SearchSilently() {
+  const std::uint64_t load = LoadNumber();
+  const std::uint64_t search = ++searches_begun_;
+  RetrieveUpdates(false);
+  if (!IsLoad(load)) return ReportStatus(StatusIdle);
+  if (search != searches_begun_) {
+    // A search by hand has taken over, and what it found is its user's; with nothing found there is nothing more to
+    // come.
+    if (UpdateCount() < 1) ReportStatus(StatusIdle);
+    return;
+  }
+
+  if (UpdateCount() < 1) {
+    ReportStatus(StatusIdle);
+    return Unload();
+  }
+  for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
+    const std::string& name = UpdateNames[static_cast<std::size_t>(i)];
+    const std::string stop = needs_.global.ReadProfileString(name, kKeyStopApplication, "no", UpdatesIniFile);
+    if (!EndsSilentSearch(stop)) continue;
+    ReportStatus(StatusStopRequired);
+    CheckedOn = 0;
+    return Unload();
+  }
+  ShowAvailableUpdates();
+}
+
+void frmVerify::ShowAvailableUpdates() {
+  Step([&] {
+    controls.lblInfo201.SetText(ResString(UpdateCount() < 2 ? text_key::kPendingUpdates1 : text_key::kPendingUpdates2));
+  });
+  controls.UpdateItem.UnloadAllButModel();
+  Twips top = 0;
+  for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
+    // A control array has no room for more items than its 16-bit indexes count.
+    if (Step([&] { controls.UpdateItem.Load(i); })) break;
+    AvailableUpdate& item = controls.UpdateItem(i);
+    FillUpdateDataFromIni(i, i == UpdateCount());
+    const Twips width = controls.vscUpdates.Visible() ? controls.vscUpdates.Left() : controls.picUpdates.Width();
+    item.Move({0, top, width, item.Height()});
+    top += item.Height();
+    if (top > controls.picUpdates.Height()) MakeRoomForScrollBar(i, top);
+    item.SetVisible(true);
+  }
+  controls.picStep200.Move({0, 0, controls.picStep200.Width(), controls.picStep200.Height()});
+  controls.picStep200.SetVisible(true);
+  controls.picStep100.SetVisible(false);
+  if (!Visible()) DisplayWindow();
+}
+
+void frmVerify::MakeRoomForScrollBar(std::int32_t last, Twips& top) {
+  ScrollBar& bar = controls.vscUpdates;
+  if (!bar.Visible()) {
+    top = 0;
+    for (std::int32_t j = 1; j <= last; ++j) {
+      AvailableUpdate& item = controls.UpdateItem(j);
+      item.SetWidth(bar.Left());
+      item.SetTop(top);
+      top += item.Height();
+    }
+  }
+  const Twips seen = controls.picUpdates.Height();
+  bar.SetMin(0);
+  Step([&] { bar.SetMax(top - seen); });  // a list that is too long for 16 bits keeps the last number that could be set
+  bar.SetSmallChange(kSmallScroll);
+  bar.SetLargeChange(seen);
+  bar.SetValue(0);
+  bar.SetVisible(true);
+}
+
+std::string frmVerify::LocalizedText(const std::string& key) {
+  const auto read = [&](const std::string& language) {
+    return Trim(needs_.global.ReadProfileString(kSectionLocalization + language, key.c_str(), "", UpdatesIniFile));
+  };
+  const std::string text = read(needs_.localization.GetLanguageInfo(0));
+  return text.empty() ? read(kFallbackLanguage) : text;
+}
+
+void frmVerify::FillUpdateDataFromIni(std::int32_t Index, bool IsLast) {
+  AvailableUpdate& item = controls.UpdateItem(Index);
+  const std::string name = UpdateNames[static_cast<std::size_t>(Index)];
+  const auto read = [&](const std::string& key, const std::string& fallback) {
+    return needs_.global.ReadProfileString(name, key.c_str(), fallback.c_str(), UpdatesIniFile);
+  };
+
+  item.UpdateElementName = name;
+  item.SetItem(LocalizedText(name + ":Description"));
+  Step([&] {
+    item.UpdateElementVersion = needs_.global.ReadProfileString(
+        kSectionVersions, name.c_str(), ResString(text_key::kDefaultVersion).c_str(), UpdatesIniFile);
+  });
+  item.SetExplanation(LocalizedText(name + ":Summary"));
+  item.UpdateElementDesc = LocalizedText(name + ":More info");
+  item.UpdateElementDocType = DocumentKindOf(read(kKeyInstallPack, "no"));
+  item.UpdateElementUrl = read(kKeyDownloadUrl, "");
+  item.UpdateElementSize = read(kKeySize, "0");
+  item.UpdateElementCRC = read(kKeyCrc32, "");
+  item.UpdateElementStopPgm = StopsAtInstallation(read(kKeyStopApplication, "no"));
+  item.SetUpdateElementAction(0, "");
+  for (std::int32_t n = 1;; ++n) {
+    const std::string line = read(kKeyAction + std::to_string(n), "");
+    if (line.empty()) break;
+    item.SetUpdateElementAction(n, line);
+  }
+  std::string version;
+  Step([&] { version = Replace(ResString(text_key::kVersionInformation), "[VERSION]", item.UpdateElementVersion); });
+  Step([&] { version = Replace(version, "[RELEASED]", read(kKeyReleased, ResString(text_key::kDefaultReleaseDate))); });
+  item.SetVersion(version);
+  Step([&] { item.SetMoreInfo(ResString(text_key::kClickForMoreInfo)); });
+  item.SetHideBottomLine(IsLast);
+}
+
+void frmVerify::vscUpdates_Change() {
+  Twips offset = -controls.vscUpdates.Value();
+  for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
+    Step([&] {
+      AvailableUpdate& item = controls.UpdateItem(i);
+      item.SetTop(offset);
+      offset += item.Height();
+    });
+  }
+}
+
+void frmVerify::vscUpdates_Scroll() { vscUpdates_Change(); }
+
+void frmVerify::vscUpdates_GotFocus() { SetFocus(controls.txtFocus); }
+
+void frmVerify::UpdateItem_MoreInfoClicked(std::int16_t, const std::string& URL) {
+  toolkit_.SetScreenPointer(kPointerHourglass);
+  needs_.shell.OpenAddress(URL);
+  needs_.loop.LetEventsRun();
+  toolkit_.SetScreenPointer(kPointerDefault);
+}
+
+}  // namespace tsly

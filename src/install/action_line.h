@@ -1,0 +1,24 @@
+// The grammar of an action line: fields separated by ":", the verb first, its argument second; what follows is ignored.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tsly {
+
+enum class ActionWork { Unzip, Run, Execute, UnregisterProgram, RegisterProgram, UnregisterLibrary, RegisterLibrary };
+
+struct ActionVerb {
+  const char* verb;  // lower case
+  ActionWork work;
+  std::int32_t started_state;  // feedback states
+  std::int32_t failed_state;
+};
+
+// The verb of a line, in any capitals, nothing trimmed; null for an unknown one.
+const ActionVerb* VerbOf(const std::string& line);
+
+// The argument of a line. A line without a second field raises error 9.
+std::string ArgumentOf(const std::string& line);
+
+}  // namespace tsly

@@ -1,0 +1,92 @@
+// The action lines of one update: unzip its pack, run, register and unregister programs.
+#include <optional>
+
+#include "base/runtime_error.h"
+#include "base/text.h"
+#include "install/action_line.h"
+#include "install/path_macros.h"
+#include "ports/shell.h"
+#include "ports/unzip.h"
+#include "shell/MGlobal.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::int32_t kShowNormal = 1;
+
+// What is started for a verb, given its expanded argument.
+struct Start {
+  std::string command;
+  std::optional<std::string> parameters;  // none: the launcher cuts them from the command
+};
+
+Start StartOf(ActionWork work, const std::string& argument) {
+  switch (work) {
+    case ActionWork::UnregisterProgram:
+      return {argument, "/unregserver"};
+    case ActionWork::RegisterProgram:
+      return {argument, "/regserver"};
+    case ActionWork::UnregisterLibrary:
+      return {"REGSVR32.EXE", "/u /s \"" + argument + "\""};
+    case ActionWork::RegisterLibrary:
+      return {"REGSVR32.EXE", "/s \"" + argument + "\""};
+    default:
+      return {argument, std::nullopt};
+  }
+}
+
+}  // namespace
+
+bool frmVerify::ApplyUpdateActions(AvailableUpdate& Item) {
+  for (std::int32_t index = 1;; ++index) {
+    const std::string line = Item.UpdateElementAction(index);
+    if (line.empty()) return true;
+    if (!ApplyActionLine(line)) return false;
+  }
+}
+
+bool frmVerify::ApplyActionLine(const std::string& line) {
+  const ActionVerb* verb = VerbOf(line);
+  if (verb == nullptr) return true;
+  action_ = ActionRun{verb->failed_state, ""};
+  ProcessFeedback(verb->started_state);
+  if (!ExpandInstallPath(ArgumentOf(line), action_.path)) {
+    ProcessFeedback(verb->failed_state, {"folder", action_.path});
+    return false;
+  }
+  if (verb->work == ActionWork::Unzip) return Unzip(action_.path);
+
+  Start start = StartOf(verb->work, action_.path);
+  if (const Fault fault = needs_.global.RunElevated(start.command, start.parameters, kShowNormal)) {
+    ProcessFeedback(verb->failed_state, {"launch", action_.path, std::to_string(fault.number), fault.description});
+    return false;
+  }
+  if (verb->work == ActionWork::Execute) needs_.shell.EndProcess();
+  return true;
+}
+
+bool frmVerify::Unzip(const std::string& folder) {
+  const std::unique_ptr<UnzipComponent> component = needs_.unzip.Create();
+  if (!component) throw RuntimeError{kErrorCannotCreateObject, "ApplyUpdateActions", "Can't create object"};
+  RaiseIf(component->SetArchiveFile(document_.DocumentFile));
+  RaiseIf(component->SetExtractFolder(folder));
+  RaiseIf(component->SetExtractOptionA(true));
+  RaiseIf(component->SetExtractOptionB(true));
+  std::string first, second;
+  std::int32_t result = 0;
+  RaiseIf(component->Extract(first, second, result));
+  if (result == 0) return true;
+  ProcessFeedback(fbUnzipFailed, {"unzip", component->FailureText()});
+  return false;
+}
+
+bool frmVerify::ExpandInstallPath(const std::string& Path, std::string& Expanded) {
+  return ExpandMacros(Path,
+                      {.document_file = document_.DocumentFile,
+                       .app = needs_.global.TargetAppPath,
+                       .common_appdata = needs_.global.GetSpecialFolder(kFolderCommonAppData, "", kProductSubPath)},
+                      Expanded);
+}
+
+}  // namespace tsly

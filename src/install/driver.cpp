@@ -1,0 +1,131 @@
+// One installation run over all offered updates.
+#include "base/step.h"
+#include "base/text.h"
+#include "install/cCRC32.h"
+#include "localization/MLocalizationText.h"
+#include "ports/clock.h"
+#include "ports/files.h"
+#include "ports/shell.h"
+#include "ports/system_codes.h"
+#include "services/MRegistry.h"
+#include "services/MRegistryConstants.h"
+#include "shell/MGlobal.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::size_t kChecksumDigits = 8;
+
+// The last eight digits, zeros in front, in capitals.
+std::string ChecksumText(const std::string& digits) {
+  const std::string padded = std::string(kChecksumDigits, '0') + digits;
+  std::string text = padded.substr(padded.size() - kChecksumDigits);
+  for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+  return text;
+}
+
+}  // namespace
+
+void frmVerify::cmdInstall_Click() {
+  const std::uint64_t load = LoadNumber();
+  if (!PrepareHostProduct() || !IsLoad(load)) return;
+  controls.cmdLater.SetEnabled(false);
+  controls.cmdInstall.SetEnabled(false);
+  std::int32_t failed = 0;
+  std::int32_t succeeded = 0;
+  ProcessFeedback(fbBegin, {""});
+  controls.txtProcessing.SetVisible(true);
+  controls.picUpdates.SetVisible(false);
+  for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
+    const bool installed = InstallUpdate(i);
+    if (!IsLoad(load)) return;
+    ++(installed ? succeeded : failed);
+  }
+  if (UpdateCount() > 1) CloseRun(succeeded, failed);
+  controls.cmdLater.SetVisible(false);
+  controls.cmdInstall.SetVisible(false);
+  controls.cmdLater.SetEnabled(true);
+  controls.cmdInstall.SetEnabled(true);
+  controls.cmdClose.SetVisible(true);
+}
+
+// Gets the host product out of the way if an update asks for that. False: the user said no, and the dialog has gone.
+bool frmVerify::PrepareHostProduct() {
+  bool StopNeeded = false;
+  for (std::int32_t i = 1; i <= UpdateCount() && !StopNeeded; ++i) {
+    Step([&] { StopNeeded = controls.UpdateItem(i).UpdateElementStopPgm; });
+  }
+  if (!StopNeeded) return true;
+  if (!needs_.global.ShowUpdates || needs_.global.HostWindow == 0) {
+    Step([&] { needs_.global.ShowMessage(ResString(text_key::kMustBeStopped), kIconWarning); });
+    return true;
+  }
+  const std::uint64_t load = LoadNumber();
+  std::int32_t answer = 0;
+  Step([&] { answer = needs_.global.ShowMessage(ResString(text_key::kWillBeStopped), kButtonsYesNo + kIconQuestion); });
+  if (!IsLoad(load)) return false;
+  if (answer == kAnswerNo) {
+    cmdLater_Click();
+    return false;
+  }
+  needs_.shell.CloseWindow(needs_.global.HostWindow);
+  if (needs_.shell.LastError() == kInvalidWindowHandle) {
+    Step([&] { needs_.global.ShowMessage(ResString(text_key::kCantBeStopped), kIconWarning); });
+  }
+  return true;
+}
+
+bool frmVerify::InstallUpdate(std::int32_t i) {
+  const std::uint64_t load = LoadNumber();
+  AvailableUpdate& item = controls.UpdateItem(i);
+  ProcessFeedback(fbDownload, {item.UpdateElementName, item.UpdateElementSize});
+  if (!GetDocument(item.UpdateElementDocType, item.UpdateElementUrl, "", "zip", true, true)) {
+    if (IsLoad(load)) ProcessFeedback(fbDownloadFailed);
+    return false;
+  }
+  const std::int32_t size = ToInt32(item.UpdateElementSize).value_or(0);
+  if (!VerifyDocument(document_.DocumentFile, size, item.UpdateElementCRC)) {
+    ProcessFeedback(fbVerifyFailure);
+    return false;
+  }
+  bool applied = false;
+  if (const auto fault = Step([&] { applied = ApplyUpdateActions(item); })) {
+    // The line at hand has no message of its own for this; its failed state tells the fault, and ends its dots.
+    const bool unzip = action_.failed_state == fbUnzipFailed;
+    ProcessFeedback(
+        action_.failed_state,
+        unzip ? std::vector<std::string>{"unzip", fault->description}
+              : std::vector<std::string>{"launch", action_.path, std::to_string(fault->number), fault->description});
+  }
+  if (!applied) return false;
+  ProcessFeedback(fbInstalled);
+  needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey,
+                                    Replace(kValueModuleVersion, "[MODULE]", UpdateNames[static_cast<std::size_t>(i)]),
+                                    item.UpdateElementVersion);
+  return true;
+}
+
+void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
+  const char* key = failed == 0      ? text_key::kFinishedSuccess
+                    : succeeded == 0 ? text_key::kFinishedFailed
+                                     : text_key::kFinishedMixed;
+  CheckedOn = failed == 0 ? needs_.clock.Now() : 0;
+  Step([&] {
+    const std::string text = Replace(ResString(key), "[N-SUCCESS]", std::to_string(succeeded));
+    ProcessFeedback(fbFinished, {Replace(text, "[N-FAILED]", std::to_string(failed))});
+  });
+}
+
+bool frmVerify::VerifyDocument(const std::string& Filename, std::int32_t Size, const std::string& CRC) {
+  ProcessFeedback(fbVerifying);
+  std::int64_t length = 0;
+  needs_.files.Length(Filename, length);
+  cCRC32 checksum(needs_.files, needs_.loop);
+  const std::string computed = ChecksumText(Hex(checksum.GetFileCrc32(Filename)));
+  const bool good = computed == ChecksumText(CRC) && length == Size;
+  ProcessFeedback(fbVerifyResult, {good ? "ok" : "fail"});
+  return good;
+}
+
+}  // namespace tsly

@@ -1,0 +1,71 @@
+#include "base/runtime_error.h"
+#include "base/text.h"
+#include "localization/MLocalization.h"
+#include "shell/MGlobal.h"
+
+namespace tsly {
+namespace {
+
+// The sections that this program reaches, out of the 54 of the host product's language files.
+constexpr const char* kSections = "00:General|01:Miscellaneous|02:Error messages|49:Software updates";
+constexpr std::size_t kHighestSection = 53;
+constexpr std::size_t kErrorMessages = 2;
+
+std::string CleanUp(std::string text) {
+  text = Replace(text, "\\012", "\r\n");
+  text = Replace(text, "\\n", "\r\n");
+  if (TrimStart(text).starts_with('"') && TrimEnd(text).ends_with('"')) {
+    text = Trim(text);
+    // A lone quote is both the first and the last.
+    text = text.size() < 2 ? "" : text.substr(1, text.size() - 2);
+  }
+  std::erase(text, '\0');
+  return text;
+}
+
+}  // namespace
+
+void MLocalization::BuildSectionTable() {
+  StringSections.assign(kHighestSection + 1, "");
+  for (const std::string& row : Split(kSections, "|")) {
+    const auto colon = row.find(':');
+    if (colon == std::string::npos) continue;
+    const auto number = static_cast<std::size_t>(LeadingInt32(row.substr(0, colon)));
+    if (number >= StringSections.size()) StringSections.resize(number + 1);
+    StringSections[number] = row.substr(colon + 1);
+  }
+}
+
+std::string MLocalization::GetResString(const std::string& key) {
+  const auto colon = key.find(':');
+  const std::string name = colon == std::string::npos ? key : key.substr(colon + 1);
+  std::size_t number = kErrorMessages;
+  if (colon != std::string::npos && colon > 0) {
+    const std::int32_t given = LeadingInt32(key.substr(0, colon));
+    if (given >= 0 && static_cast<std::size_t>(given) < StringSections.size()) number = static_cast<std::size_t>(given);
+  }
+  const std::string section = number < StringSections.size() ? StringSections[number] : "";
+
+  std::string text;
+  if (FindText(section, name, SelectedLanguageFile, text) || FindText(section, name, DefaultLanguageFile, text)) {
+    return CleanUp(text);
+  }
+  text = Replace(Replace(ResourceMissingText, "[RESOURCE_NUMBER]", name), "[RESOURCE_SECTION]", section);
+  throw RuntimeError{-1, "GetResString", CleanUp(text)};
+}
+
+// A key that is there with an empty value counts: its text is the empty one.
+bool MLocalization::FindText(const std::string& section, const std::string& key, const std::string& file,
+                             std::string& text) {
+  text = global_.ReadProfileString(section, key.c_str(), "", file);
+  return !text.empty() || global_.ProfileKeyExists(section, key, file);
+}
+
+std::string MLocalization::GetLanguageInfo(std::int32_t index) const {
+  if (index < 0 || static_cast<std::size_t>(index) >= LanguageInfo.size()) {
+    throw RuntimeError{kErrorSubscript, "GetLanguageInfo", "Subscript out of range"};
+  }
+  return LanguageInfo[static_cast<std::size_t>(index)];
+}
+
+}  // namespace tsly

@@ -1,0 +1,9 @@
+// The maker's addresses that are built into the program.
+#pragma once
+
+namespace tsly {
+
+inline constexpr const char* kHomePage = "http://www.quillonsystems.example/";
+inline constexpr const char* kUpdatesFileAddress = "http://updates.quillonsystems.example/download/app-updates.txt";
+
+}  // namespace tsly

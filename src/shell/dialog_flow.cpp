@@ -1,0 +1,138 @@
+// How the dialog goes from state to state: load, the check panel, the buttons, unload.
+#include <cmath>
+
+#include "base/date_time.h"
+#include "base/step.h"
+#include "base/text.h"
+#include "localization/MLocalizationText.h"
+#include "ports/locale.h"
+#include "services/MRegistry.h"
+#include "services/MRegistryConstants.h"
+#include "services/MTempFiles.h"
+#include "shell/MGlobal.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::int32_t kSilentCheckDelay = 15000;  // ms
+constexpr std::int32_t kDotInterval = 1000;        // ms
+constexpr double kMinutesPerDay = 1440.0;
+
+bool IsFrequency(std::int32_t number) { return number >= 0 && number <= 3; }
+
+// An exact minute can come out a little short of its number.
+double WholeMinutes(DateTime moment) { return std::trunc(moment * kMinutesPerDay + 1e-6); }
+
+const std::string& TextAt(const std::vector<std::string>& texts, std::int32_t index) {
+  if (index < 0 || static_cast<std::size_t>(index) >= texts.size()) {
+    throw RuntimeError{kErrorSubscript, "frmVerify", "Subscript out of range"};
+  }
+  return texts[static_cast<std::size_t>(index)];
+}
+
+}  // namespace
+
+void frmVerify::Form_Load() {
+  LocalizeDialog();
+
+  const RegData every = needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
+                                                          kDefaultFrequency);
+  std::int32_t frequency = LeadingInt32(needs_.registry.TextOf(every));
+  if (!IsFrequency(frequency)) frequency = kDefaultFrequency;
+  Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
+  controls.lblInfo103.SetTag(std::to_string(frequency));
+
+  const RegData on = needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedOn, 0);
+  const DateTime last_check = MRegistry::NumberOf(on).value_or(0) / kMinutesPerDay;
+  std::string text;
+  Step([&] { text = last_check != 0 ? LastCheckText(last_check) : ResString(text_key::kLastCheckNever); });
+  controls.lblInfo104.SetText(text);
+}
+
+std::string frmVerify::LastCheckText(DateTime moment) {
+  const std::string date_separator = needs_.locale.DateSeparator();
+  std::string text = ResString(text_key::kLastCheckDone);
+  text = Replace(text, "[MM/DD/YYYY]", MonthDayYear(moment, date_separator));
+  text = Replace(text, "[DD/MM/YYYY]", DayMonthYear(moment, date_separator));
+  return Replace(text, "[HH:MM]", HourMinute(moment, needs_.locale.TimeSeparator()));
+}
+
+void frmVerify::DisplayWindow() {
+  Show();
+  if (needs_.global.StartMode() != 0) needs_.toolkit.PlaceTopmost(*this);
+}
+
+void frmVerify::PrepareVerifyVersion() {
+  tmrVerifyVersion.SetInterval(kSilentCheckDelay);
+  tmrVerifyVersion.SetEnabled(true);
+}
+
+// One search per arming. A tick that meets a search or an installation waits for the next interval.
+void frmVerify::tmrVerifyVersion_Timer() {
+  if (searches_running_ > 0 || IsInstalling()) return;
+  tmrVerifyVersion.SetEnabled(false);
+  CheckForUpdates(false);
+}
+
+bool frmVerify::IsInstalling() const { return controls.picStep200.Visible() && !controls.cmdLater.Enabled(); }
+
+void frmVerify::ShowTheResults() { lblInfo_Click(105); }
+
+void frmVerify::lblInfo_Click(int Index) {
+  if (Index == 103) {
+    const auto number = ToInt32(controls.lblInfo103.Tag());
+    const std::int32_t frequency = number && IsFrequency(*number) ? (*number + 1) % 4 : kDefaultFrequency;
+    controls.lblInfo103.SetTag(std::to_string(frequency));
+    Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
+  } else if (Index == 105) {
+    if (controls.lblInfo105.MousePointer() == kPointerCustom) CheckForUpdates(true);
+  }
+}
+
+void frmVerify::cmdOK_Click() { Unload(); }
+
+void frmVerify::cmdLater_Click() {
+  CheckedOn = 0;
+  ReportStatus(StatusIdle);
+  Unload();
+}
+
+void frmVerify::cmdClose_Click() {
+  ReportStatus(StatusIdle);
+  Unload();
+}
+
+void frmVerify::ReportStatus(std::int32_t status) {
+  // A copy keeps the object alive when its report makes someone let go of it.
+  if (const auto receiver = UpdaterObject) receiver->SetStatus(status);
+}
+
+void frmVerify::Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode) {
+  if (!controls.picStep200.Visible()) return;
+  if (!controls.cmdLater.Enabled()) {
+    Cancel = true;
+  } else if (UnloadMode != kUnloadByProgram) {
+    cmdLater_Click();
+    Cancel = true;
+  }
+}
+
+void frmVerify::Form_Unload() {
+  needs_.temp_files.DeleteTempFiles();
+  needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
+                                    LeadingInt32(controls.lblInfo103.Tag()));
+  if (CheckedOn > 0) {
+    needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedOn,
+                                      WholeMinutes(CheckedOn));
+  }
+}
+
+void frmVerify::StartPrintDots() {
+  tmrPrintDots.SetInterval(kDotInterval);
+  tmrPrintDots.SetEnabled(true);
+}
+
+void frmVerify::tmrPrintDots_Timer() { ProcessFeedback(fbPrintDot); }
+
+}  // namespace tsly

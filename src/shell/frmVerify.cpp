@@ -1,0 +1,50 @@
+#include "shell/frmVerify.h"
+
+#include "ports/transfer.h"
+
+namespace tsly {
+
+frmVerify::frmVerify(const Needs& needs)
+    : Form(needs.toolkit),
+      controls(*this),
+      tmrVerifyVersion(needs.loop, [this] { Guard([this] { tmrVerifyVersion_Timer(); }); }),
+      tmrPrintDots(needs.loop, [this] { Guard([this] { tmrPrintDots_Timer(); }); }),
+      UpdateNames(1),
+      needs_(needs) {
+  needs_.netCommand.SetStateChanged([this](std::int16_t state) { Guard([&] { netCommand_StateChanged(state); }); });
+}
+
+frmVerify::~frmVerify() { needs_.netCommand.SetStateChanged(nullptr); }
+
+void frmVerify::OnReset() {
+  ResetForm("tslyCheckNew", kDialogBack, kDesignWidth, kDesignHeight);
+  controls.Reset();
+  tmrVerifyVersion.Reset(15000);
+  tmrPrintDots.Reset(750);
+}
+
+void frmVerify::OnUnload() {
+  Form_Unload();
+  // What belongs to a load ends with it; a search that still waits is ended by finding its dialog gone.
+  tmrVerifyVersion.SetEnabled(false);
+  tmrPrintDots.SetEnabled(false);
+  needs_.netCommand.Cancel();
+}
+
+void frmVerify::OnClick(Control& control) {
+  if (&control == &controls.cmdOK) return cmdOK_Click();
+  if (&control == &controls.cmdLater) return cmdLater_Click();
+  if (&control == &controls.cmdInstall) return cmdInstall_Click();
+  if (&control == &controls.cmdClose) return cmdClose_Click();
+  if (control.Name() == "lblInfo") return lblInfo_Click(control.Index());
+  if (control.Name() == "lblMoreInfo") {
+    const auto& item = static_cast<const AvailableUpdate&>(*control.Parent());
+    UpdateItem_MoreInfoClicked(static_cast<std::int16_t>(item.Index()), item.UpdateElementDesc);
+  }
+}
+
+void frmVerify::OnGotFocus(Control& control) {
+  if (&control == &controls.vscUpdates) vscUpdates_GotFocus();
+}
+
+}  // namespace tsly

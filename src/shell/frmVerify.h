@@ -1,0 +1,159 @@
+// frmVerify, the program's one dialog, in which every run happens: a search, the offer, an installation. This header is
+// the table of contents; each group of routines names the file that holds it. Decisions are rules in files of their own
+// (discovery/, install/), the state of one operation lies in a run object that the next one replaces, and everything
+// that a person sees lies in a control.
+//
+// One object per process, on its one thread. It outlives its unloads: controls start from their design at each load,
+// the members here keep their values. A routine that let events run compares the form's load number with the one from
+// before and ends quietly when the dialog has gone meanwhile.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "controls/form.h"
+#include "controls/timer.h"
+#include "discovery/document_run.h"
+#include "install/transcript.h"
+#include "shell/VerifyControls.h"
+#include "shell/status.h"
+
+namespace tsly {
+
+class Clock;
+class EventLoop;
+class Files;
+class Locale;
+class MGlobal;
+class MLocalization;
+class MRegistry;
+class MTempFiles;
+class Shell;
+class TransferControl;
+class UnzipFactory;
+
+class frmVerify : public Form {
+ public:
+  struct Needs {
+    MGlobal& global;
+    MRegistry& registry;
+    MTempFiles& temp_files;
+    MLocalization& localization;
+    TransferControl& netCommand;
+    UnzipFactory& unzip;
+    Files& files;
+    Clock& clock;
+    Locale& locale;
+    Shell& shell;
+    Toolkit& toolkit;
+    EventLoop& loop;
+  };
+
+  explicit frmVerify(const Needs& needs);
+  ~frmVerify() override;
+
+  // The object to report to; none in a process on its own. Shared, because the dialog goes on reporting to an object
+  // that its client has let go of.
+  std::shared_ptr<StatusReceiver> UpdaterObject;
+
+  // Public routines. The first three: shell/dialog_flow.cpp.
+  void DisplayWindow();         // shows the dialog; for a client, above all other windows
+  void PrepareVerifyVersion();  // arms the silent check
+  void ShowTheResults();        // runs a check by hand
+  void ProcessFeedback(std::int32_t fbState, const std::vector<std::string>& Information = {});  // install/feedback.cpp
+  bool IsNewVersion(const std::string& ValueName, const std::string& UpdatesIniFile);            // discovery/search.cpp
+  void FillUpdateDataFromIni(std::int32_t Index, bool IsLast);  // discovery/presentation.cpp
+  void ShowAvailableUpdates();                                  // discovery/presentation.cpp
+
+  VerifyControls controls;
+  Timer tmrVerifyVersion;
+  Timer tmrPrintDots;
+
+  DateTime CheckedOn = 0;                   // to be stored as the last check at unload; 0 = store nothing
+  std::vector<std::string> FrequencyTexts;  // 0 never, 1 at every start, 2 weekly, 3 monthly
+  std::vector<std::string> CheckLinkTexts;  // 0 the link itself, 1 to 7 by the state of a transfer
+  std::vector<std::string> UpdateNames;     // modules on offer from 1 on; element 0 is empty
+  std::string UpdatesIniFile;               // the stored updates file
+
+ protected:
+  void OnReset() override;
+  void OnLoad() override { Form_Load(); }
+  void OnQueryUnload(bool& cancel, std::int32_t mode) override { Form_QueryUnload(cancel, mode); }
+  void OnUnload() override;
+  void OnClick(Control& control) override;
+  void OnGotFocus(Control& control) override;
+  void OnScrolled(ScrollBar&) override { vscUpdates_Change(); }
+  void OnThumbMoved(ScrollBar&) override { vscUpdates_Scroll(); }
+
+ private:
+  // The flow of the dialog (shell/dialog_flow.cpp).
+  void Form_Load();
+  void Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode);
+  void Form_Unload();
+  void tmrVerifyVersion_Timer();
+  void tmrPrintDots_Timer();
+  void lblInfo_Click(int Index);
+  void cmdOK_Click();
+  void cmdLater_Click();
+  void cmdClose_Click();
+  void StartPrintDots();
+  std::string LastCheckText(DateTime moment);
+  void ReportStatus(std::int32_t status);
+  bool IsInstalling() const;
+
+  // The dialog's texts (localization/LocalizeDialog.cpp).
+  void LocalizeDialog();
+  std::string ResString(const char* key);  // raises when the key is nowhere
+
+  // Fetching a document (discovery/download.cpp).
+  bool GetDocument(std::uint8_t DocumentKind, const std::string& URL, std::string Filename,
+                   const std::string& Extension, bool ShowStatus, bool DocumentIsBinary);
+  void WaitForDocument(std::uint64_t load);
+  void ReportDocumentFailure();
+  void netCommand_StateChanged(std::int16_t State);
+  void ShowTransferState(std::int16_t State);
+  void SaveDocument();
+  void TakeTransferError();
+  bool DocumentTimedOut() const;
+
+  // A search (discovery/search.cpp) and its outcome (discovery/presentation.cpp).
+  void CheckForUpdates(bool Interactive);
+  bool RetrieveUpdates(bool Interactive);
+  void CollectNewModules();
+  void SearchByHand();
+  void SearchSilently();
+  void ShowCommunicationError();
+  std::string LocalizedText(const std::string& key);
+  void MakeRoomForScrollBar(std::int32_t last, Twips& top);
+  void UpdateItem_MoreInfoClicked(std::int16_t Index, const std::string& URL);
+  void vscUpdates_Change();
+  void vscUpdates_Scroll();
+  void vscUpdates_GotFocus();
+
+  // An installation (install/driver.cpp, install/actions.cpp, install/feedback.cpp).
+  void cmdInstall_Click();
+  bool PrepareHostProduct();
+  bool InstallUpdate(std::int32_t i);
+  void CloseRun(std::int32_t succeeded, std::int32_t failed);
+  bool VerifyDocument(const std::string& Filename, std::int32_t Size, const std::string& CRC);
+  bool ApplyUpdateActions(AvailableUpdate& Item);
+  bool ApplyActionLine(const std::string& line);
+  bool Unzip(const std::string& folder);
+  bool ExpandInstallPath(const std::string& Path, std::string& Expanded);
+  void BeginTranscript();
+  void AddFeedbackLine(std::int32_t fbState, const std::vector<std::string>& Information);
+  std::string FeedbackText(std::int32_t fbState, const std::vector<std::string>& Information);
+
+  std::int32_t UpdateCount() const { return static_cast<std::int32_t>(UpdateNames.size()) - 1; }
+
+  Needs needs_;
+  DocumentRun document_;
+  TranscriptRun transcript_;
+  ActionRun action_;
+  std::uint64_t searches_begun_ = 0;  // a search that another one has overtaken ends quietly
+  int searches_running_ = 0;
+};
+
+}  // namespace tsly

@@ -1,0 +1,64 @@
+#include <algorithm>
+#include <vector>
+
+#include "base/date_time.h"
+#include "base/text.h"
+#include "ports/clock.h"
+#include "ports/files.h"
+#include "ports/folders.h"
+#include "shell/MGlobal.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::size_t kFolderBuffer = 2048;
+
+int PlatformFolder(std::int32_t folder_code) {
+  switch (folder_code) {
+    case 202:
+      return kCsidlMyPictures;
+    case 203:
+      return kCsidlProgramFiles;
+    case kFolderAppData:
+      return kCsidlAppData;
+    case kFolderCommonAppData:
+      return kCsidlCommonAppData;
+    case 206:
+      return kCsidlCommonDocuments;
+    case 207:
+      return kCsidlCommonPictures;
+    default:
+      return kCsidlPersonal;
+  }
+}
+
+}  // namespace
+
+std::string MGlobal::LogFilePath() {
+  return GetSpecialFolder(kFolderAppData, std::nullopt, kProductSubPath) + "tslyUpdater.log";
+}
+
+void MGlobal::ResetLogFile() { needs_.files.Delete(LogFilePath()); }
+
+void MGlobal::WriteLog(std::int32_t enable, const std::string& text) {
+  if (enable != 1) return;
+  needs_.files.Append(LogFilePath(), LogStamp(needs_.clock.Now()) + "  " + text + "\r\n");
+}
+
+std::string MGlobal::GetSpecialFolder(std::int32_t folder_code, const std::optional<std::string>& fallback,
+                                      const std::optional<std::string>& sub_path) {
+  std::vector<char> buffer(kFolderBuffer, '\0');
+  const int result = needs_.folders.GetFolderPath(PlatformFolder(folder_code), buffer);
+  const auto end = std::find(buffer.begin(), buffer.end(), '\0');
+  if (result != 0 || end == buffer.end()) return WithBackslash(fallback.value_or(AppPath));
+
+  std::string path(buffer.begin(), end);
+  for (const std::string& piece : Split(sub_path.value_or(""), "\\")) {
+    if (Trim(piece).empty()) continue;
+    path = WithBackslash(path) + piece;
+    needs_.files.MakeFolder(path);  // one that is there already is a failure that nobody notices
+  }
+  return WithBackslash(path);
+}
+
+}  // namespace tsly
