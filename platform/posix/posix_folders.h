@@ -1,0 +1,22 @@
+// Special folders and temporary names of the Linux edition, as Home lays them out. A test hands in a Home of its own.
+#pragma once
+
+#include "ports/folders.h"
+#include "posix/home.h"
+
+namespace tsly {
+
+class PosixFolders : public Folders {
+ public:
+  explicit PosixFolders(const Home& home) : home_(home) {}
+
+  int GetFolderPath(int csidl, std::span<char> buffer) override;
+  std::string ProgramFolder() override;
+  std::uint32_t GetTempPath(std::span<char> buffer) override;
+  std::uint32_t GetTempFileName(const std::string& folder, const std::string& prefix, std::span<char> buffer) override;
+
+ private:
+  Home home_;
+};
+
+}  // namespace tsly
