@@ -1,0 +1,50 @@
+#include "posix/wildcards.h"
+
+#include <cstddef>
+
+namespace tsly {
+namespace {
+
+// Bytes of the UTF-8 letter that `text` begins with; a byte that begins none counts as a letter.
+std::size_t LetterLength(std::string_view text) {
+  std::size_t length = 1;
+  if ((static_cast<unsigned char>(text[0]) & 0xC0) != 0xC0) return length;
+  while (length < text.size() && length < 4 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) ++length;
+  return length;
+}
+
+// Only the last star is ever gone back to: what an earlier one could take, the last one can take as well.
+bool Fits(std::string_view name, std::string_view pattern) {
+  std::size_t n = 0, p = 0, retry_name = 0, retry_pattern = std::string_view::npos;
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      retry_pattern = ++p;
+      retry_name = n;
+    } else if (p < pattern.size() && pattern[p] == '?') {
+      n += LetterLength(name.substr(n));
+      ++p;
+    } else if (p < pattern.size() && pattern[p] == name[n]) {
+      ++n;
+      ++p;
+    } else if (retry_pattern != std::string_view::npos) {
+      retry_name += LetterLength(name.substr(retry_name));
+      n = retry_name;
+      p = retry_pattern;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of('*', p) == std::string_view::npos;
+}
+
+}  // namespace
+
+bool HasWildcards(std::string_view pattern) { return pattern.find_first_of("*?") != std::string_view::npos; }
+
+bool FitsPattern(std::string_view name, std::string_view pattern) {
+  if (Fits(name, pattern)) return true;
+  return pattern.ends_with(".*") && name.find('.') == std::string_view::npos &&
+         Fits(name, pattern.substr(0, pattern.size() - 2));
+}
+
+}  // namespace tsly
