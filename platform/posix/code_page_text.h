@@ -1,0 +1,14 @@
+// Text of other code pages as UTF-8.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tsly {
+
+// The bytes of a text file as UTF-8, without a mark at the start. Bytes that the code page doesn't know become U+FFFD.
+// Without a code page, or with one that the system doesn't know, the bytes are taken as they are.
+std::string DecodeText(std::string bytes, std::optional<std::uint32_t> code_page);
+
+}  // namespace tsly

@@ -1,0 +1,127 @@
+#include "posix/ini_reader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <string_view>
+#include <vector>
+
+#include "posix/code_page_text.h"
+#include "posix/descriptor.h"
+#include "posix/paths.h"
+
+namespace tsly {
+namespace {
+
+constexpr off_t kSizeLimit = off_t{256} << 20;
+constexpr std::size_t kCachedFiles = 8;
+
+// Two writes within one tick of the file system's clock leave the same stamp; ticks are 10 ms at most.
+constexpr std::int64_t kSettlingTime = 20'000'000;
+
+std::int64_t Nanoseconds(const timespec& time) { return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec; }
+
+std::int64_t Now() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return Nanoseconds(now);
+}
+
+bool ReadWhole(const Descriptor& file, std::size_t size, std::string& bytes) {
+  bytes.resize(size);
+  std::size_t filled = 0;
+  while (filled < size) {
+    const ssize_t count = read(file.Get(), bytes.data() + filled, size - filled);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return false;
+    if (count == 0) break;  // the file became shorter meanwhile
+    filled += static_cast<std::size_t>(count);
+  }
+  bytes.resize(filled);
+  return true;
+}
+
+std::uint32_t CopyText(std::string_view text, std::span<char> buffer) {
+  const std::size_t length = std::min(text.size(), buffer.size() - 1);
+  std::memcpy(buffer.data(), text.data(), length);
+  buffer[length] = '\0';
+  return static_cast<std::uint32_t>(length);
+}
+
+// A list that fills the buffer to its last character counts as cut, too.
+std::uint32_t CopyNames(const std::vector<std::string_view>& names, std::span<char> buffer) {
+  if (buffer.size() < 2) {
+    buffer[0] = '\0';
+    return 0;
+  }
+  const std::size_t room = buffer.size() - 2;
+  std::size_t length = 0;
+  for (const std::string_view name : names) {
+    const std::size_t fitting = std::min(name.size(), room - length);
+    std::memcpy(buffer.data() + length, name.data(), fitting);
+    length += fitting;
+    if (length == room) break;
+    buffer[length++] = '\0';
+  }
+  buffer[length] = buffer[length + 1] = '\0';
+  return static_cast<std::uint32_t>(length);
+}
+
+}  // namespace
+
+std::uint32_t IniReader::GetPrivateProfileString(const char* section, const char* key, const char* fallback,
+                                                 std::span<char> buffer, const std::string& file) {
+  if (buffer.empty()) return 0;
+  const std::string_view otherwise = fallback != nullptr ? fallback : "";
+  const IniIndex* index = Open(NativePath(file));
+  if (index == nullptr) return CopyText(otherwise, buffer);
+  if (section != nullptr && key != nullptr) {
+    return CopyText(index->Value(section, key).value_or(otherwise), buffer);
+  }
+  const auto names = section == nullptr ? index->SectionNames() : index->KeyNames(section);
+  return names.empty() ? CopyText(otherwise, buffer) : CopyNames(names, buffer);
+}
+
+bool IniReader::StampOf(const struct stat& status, Stamp& stamp) {
+  if (!S_ISREG(status.st_mode) || status.st_size > kSizeLimit) return false;
+  stamp = {status.st_dev, status.st_ino, status.st_size, Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)};
+  return true;
+}
+
+const IniIndex* IniReader::Open(const std::string& path) {
+  struct stat status {};
+  Stamp stamp;
+  const bool is_there = stat(path.c_str(), &status) == 0 && StampOf(status, stamp);
+  const auto cached = std::find_if(cache_.begin(), cache_.end(), [&](const CachedFile& f) { return f.path == path; });
+  if (cached != cache_.end()) {
+    if (is_there && cached->settled && cached->stamp == stamp) {
+      cache_.splice(cache_.begin(), cache_, cached);
+      return cached->index.get();
+    }
+    cache_.erase(cached);
+  }
+  return is_there ? Load(path) : nullptr;
+}
+
+const IniIndex* IniReader::Load(const std::string& path) {
+  const std::int64_t begin = Now();
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  Stamp stamp;
+  std::string bytes;
+  if (!file || fstat(file.Get(), &status) != 0 || !StampOf(status, stamp)) return nullptr;
+  if (!ReadWhole(file, static_cast<std::size_t>(stamp.size), bytes)) return nullptr;
+  ++read_count_;
+  // The time of change alone tells the age: the time of modification can be set to anything.
+  const bool settled = begin - stamp.changed > kSettlingTime;
+  cache_.push_front({path, stamp, settled, std::make_unique<IniIndex>(DecodeText(std::move(bytes), code_page_))});
+  if (cache_.size() > kCachedFiles) cache_.pop_back();
+  return cache_.front().index.get();
+}
+
+}  // namespace tsly

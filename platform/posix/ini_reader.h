@@ -1,0 +1,55 @@
+// The profile reader of the Linux edition. It reads a file once, keeps an index of the last few files, and trusts one
+// only while the file is certainly the same; a look-up costs two questions to the system and no reading.
+//
+// One thread. A test gives it files in a temporary folder.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "ports/profile.h"
+#include "posix/ini_index.h"
+
+namespace tsly {
+
+class IniReader : public ProfileReader {
+ public:
+  // The code page that files are in. Without one (or with 65001) they are UTF-8, and bytes that are no UTF-8 pass as
+  // they are; with one, bytes that it doesn't know become U+FFFD. UTF-16LE with its mark is read in either case.
+  explicit IniReader(std::optional<std::uint32_t> code_page = std::nullopt) : code_page_(code_page) {}
+
+  std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
+                                        std::span<char> buffer, const std::string& file) override;
+
+  // How many times a file was read, so that tests and measurements see what the cache saves.
+  int ReadCount() const { return read_count_; }
+
+ private:
+  struct Stamp {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    std::int64_t modified = 0, changed = 0;  // nanoseconds
+    bool operator==(const Stamp&) const = default;
+  };
+  struct CachedFile {
+    std::string path;
+    Stamp stamp;
+    bool settled;  // the stamp was old enough when the file was read
+    std::unique_ptr<IniIndex> index;
+  };
+
+  static bool StampOf(const struct stat& status, Stamp& stamp);
+  const IniIndex* Open(const std::string& path);
+  const IniIndex* Load(const std::string& path);
+
+  std::optional<std::uint32_t> code_page_;
+  std::list<CachedFile> cache_;  // the last used in front
+  int read_count_ = 0;
+};
+
+}  // namespace tsly
