@@ -1,0 +1,24 @@
+#include "posix/system_clock.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "base/date_time.h"
+
+namespace tsly {
+
+DateTime SystemClock::Now() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  tm local{};
+  tzset();  // a process that lives for days may see its time zone changed
+  localtime_r(&now.tv_sec, &local);
+  const int second = std::min(local.tm_sec, 59);  // a leap second counts as the one before it
+  const DateTime whole =
+      MakeDateTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, second});
+  return whole + static_cast<double>(now.tv_nsec) / 86400e9;
+}
+
+SteadyTime SystemClock::Steady() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+}  // namespace tsly

@@ -1,0 +1,14 @@
+// The system's local date and time, and its clock that never goes back.
+#pragma once
+
+#include "ports/clock.h"
+
+namespace tsly {
+
+class SystemClock : public Clock {
+ public:
+  DateTime Now() override;
+  SteadyTime Steady() override;
+};
+
+}  // namespace tsly
