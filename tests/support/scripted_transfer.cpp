@@ -1,0 +1,128 @@
+#include "support/scripted_transfer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace tsly {
+
+Answer Received(std::string body) {
+  return {
+      .states = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12},
+        .body = std::move(body)
+  };
+}
+
+Answer Failed(std::int32_t code, std::string info, std::string body) {
+  constexpr std::int32_t kCannotConnect = 12029;
+  Answer answer{
+      .states = {1, 2, 3, 4, 5, 6, 7, 9, 10, 11},
+        .body = std::move(body), .code = code
+  };
+  if (code == kNameNotResolved) answer.states = {1, 11};
+  if (code == kCannotConnect) answer.states = {1, 2, 3, 11};
+  answer.info = std::move(info);
+  return answer;
+}
+
+Answer FaultAtOnce(std::int32_t number, std::string description) {
+  return {
+      .fault = {number, "ScriptedTransfer", std::move(description)}
+  };
+}
+
+ScriptedTransfer::~ScriptedTransfer() { Abandon(); }
+
+Fault ScriptedTransfer::Execute(const std::string& url, const std::string&) {
+  Abandon();
+  requests.push_back(url);
+  body_.clear();
+  read_ = chunks_ = 0;
+  code_ = 0;
+  info_.clear();
+  if (answers.empty()) {
+    ADD_FAILURE() << "no answer is scripted for " << url;
+    return {31, "ScriptedTransfer", "no answer is scripted"};
+  }
+  Answer answer = std::move(answers.front());
+  answers.pop_front();
+  if (answer.fault) return answer.fault;
+  run_ = std::make_shared<Run>();
+  Continue(answer);
+  return {};
+}
+
+void ScriptedTransfer::Cancel() {
+  ++cancelled;
+  Abandon();
+}
+
+void ScriptedTransfer::Abandon() {
+  if (!run_) return;
+  loop_.StopTimer(run_->timer);
+  run_.reset();  // a posted delivery finds that its run is no longer the one at hand
+}
+
+void ScriptedTransfer::Continue(const Answer& answer) {
+  ASSERT_TRUE(run_) << "no transfer is on its way";
+  std::vector<std::int16_t> states = run_->answer.states;
+  states.insert(states.end(), answer.states.begin(), answer.states.end());
+  run_->answer = answer;
+  run_->answer.states = std::move(states);
+  loop_.StopTimer(run_->timer);
+  run_->timer = 0;
+  Schedule(run_);
+}
+
+void ScriptedTransfer::Schedule(const std::shared_ptr<Run>& run) {
+  if (run != run_ || run->timer || run->posted || run->delivering) return;
+  if (run->delivered == run->answer.states.size()) return;
+  std::weak_ptr<Run> weak = run;
+  auto next = [this, weak] {
+    // A control that is gone has taken its runs along.
+    if (const auto waiting = weak.lock()) DeliverNext(waiting);
+  };
+  if (run->answer.step.count() > 0) {
+    run->timer = loop_.StartTimer(run->answer.step, next);
+    return;
+  }
+  run->posted = true;
+  loop_.Post(next);
+}
+
+void ScriptedTransfer::DeliverNext(const std::shared_ptr<Run>& run) {
+  run->posted = false;
+  if (run != run_ || run->delivering || run->delivered == run->answer.states.size()) return;
+  const std::int16_t state = run->answer.states[run->delivered++];
+  const bool last = run->delivered == run->answer.states.size();
+  if (state == icReceivingResponse || state == icResponseCompleted) body_ = run->answer.body;
+  if (state == icError || last) {
+    code_ = run->answer.code;
+    info_ = run->answer.info;
+  }
+  if (last) {
+    loop_.StopTimer(run->timer);
+    run->timer = 0;
+  }
+  run->delivering = true;
+  Deliver(state);
+  run->delivering = false;
+  if (run.use_count() > 1) Schedule(run);  // else the handler ended the run, or even this control
+}
+
+void ScriptedTransfer::Deliver(std::int16_t state) {
+  const auto handler = handler_;  // a handler may set another one
+  if (handler) handler(state);
+}
+
+Fault ScriptedTransfer::GetChunk(std::int32_t size, ChunkType, std::string& chunk) {
+  if (before_chunk) before_chunk();
+  chunk.clear();
+  if (chunk_fault_after && chunks_ >= *chunk_fault_after) return {30, "ScriptedTransfer", "the chunk can't be read"};
+  chunk = body_.substr(read_, static_cast<std::size_t>(std::max(size, 0)));
+  read_ += chunk.size();
+  ++chunks_;
+  return {};
+}
+
+}  // namespace tsly
