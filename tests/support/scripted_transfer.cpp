@@ -59,8 +59,9 @@ void ScriptedTransfer::Cancel() {
 
 void ScriptedTransfer::Abandon() {
   if (!run_) return;
-  loop_.StopTimer(run_->timer);
-  run_.reset();  // a posted delivery finds that its run is no longer the one at hand
+  if (run_->timer) loop_.StopTimer(run_->timer);
+  run_->abandoned = true;  // a delivery already posted, or one further up the stack, looks at this
+  run_.reset();
 }
 
 void ScriptedTransfer::Continue(const Answer& answer) {
@@ -69,18 +70,15 @@ void ScriptedTransfer::Continue(const Answer& answer) {
   states.insert(states.end(), answer.states.begin(), answer.states.end());
   run_->answer = answer;
   run_->answer.states = std::move(states);
-  loop_.StopTimer(run_->timer);
+  if (run_->timer) loop_.StopTimer(run_->timer);
   run_->timer = 0;
   Schedule(run_);
 }
 
 void ScriptedTransfer::Schedule(const std::shared_ptr<Run>& run) {
-  if (run != run_ || run->timer || run->posted || run->delivering) return;
-  if (run->delivered == run->answer.states.size()) return;
-  std::weak_ptr<Run> weak = run;
-  auto next = [this, weak] {
-    // A control that is gone has taken its runs along.
-    if (const auto waiting = weak.lock()) DeliverNext(waiting);
+  if (run->timer || run->posted || run->delivering || run->delivered == run->answer.states.size()) return;
+  auto next = [this, run] {
+    if (!run->abandoned) DeliverNext(run);
   };
   if (run->answer.step.count() > 0) {
     run->timer = loop_.StartTimer(run->answer.step, next);
@@ -92,7 +90,7 @@ void ScriptedTransfer::Schedule(const std::shared_ptr<Run>& run) {
 
 void ScriptedTransfer::DeliverNext(const std::shared_ptr<Run>& run) {
   run->posted = false;
-  if (run != run_ || run->delivering || run->delivered == run->answer.states.size()) return;
+  if (run->delivering || run->delivered == run->answer.states.size()) return;
   const std::int16_t state = run->answer.states[run->delivered++];
   const bool last = run->delivered == run->answer.states.size();
   if (state == icReceivingResponse || state == icResponseCompleted) body_ = run->answer.body;
@@ -100,14 +98,14 @@ void ScriptedTransfer::DeliverNext(const std::shared_ptr<Run>& run) {
     code_ = run->answer.code;
     info_ = run->answer.info;
   }
-  if (last) {
+  if (last && run->timer) {
     loop_.StopTimer(run->timer);
     run->timer = 0;
   }
   run->delivering = true;
   Deliver(state);
   run->delivering = false;
-  if (run.use_count() > 1) Schedule(run);  // else the handler ended the run, or even this control
+  if (!run->abandoned) Schedule(run);
 }
 
 void ScriptedTransfer::Deliver(std::int16_t state) {

@@ -73,6 +73,7 @@ class ScriptedTransfer : public TransferControl {
     std::size_t delivered = 0;
     bool delivering = false;
     bool posted = false;
+    bool abandoned = false;
     TimerId timer = 0;
   };
 
@@ -82,7 +83,7 @@ class ScriptedTransfer : public TransferControl {
 
   EventLoop& loop_;
   std::function<void(std::int16_t)> handler_;
-  std::shared_ptr<Run> run_;  // none before the first Execute and after an end without one
+  std::shared_ptr<Run> run_;  // the transfer at hand, if any; a delivery in progress holds its own for longer
   std::string body_;
   std::size_t read_ = 0;
   std::size_t chunks_ = 0;
