@@ -1,0 +1,196 @@
+#include "posix/curl_request.h"
+
+#include <curl/curl.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/version.h"
+#include "posix/curl_errors.h"
+
+namespace tsly {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr long kReceiveBuffer = 512 * 1024;  // libcurl's own 16 KiB halve the speed of a fast network
+constexpr long kMostRedirects = 10;
+constexpr milliseconds kBetweenProgress{50};
+
+const char* UserAgent() {
+  static const std::string agent = "tslyCheckNew/" + std::to_string(kVersionMajor) + "." +
+                                   std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
+  return agent.c_str();
+}
+
+// libcurl counts its users; this one stays for good.
+void InitializeOnce() {
+  static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
+  static_cast<void>(result);  // a failure comes back from the first handle
+}
+
+}  // namespace
+
+CurlRequest::CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferStates& states, const Setup& setup,
+                         std::function<void()> told)
+    : watch_(watch), spool_(spool), states_(states), told_(std::move(told)), idle_time_out_(setup.idle_time_out) {
+  InitializeOnce();
+  multi_ = curl_multi_init();
+  easy_ = curl_easy_init();
+  curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, OnSocket);
+  curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+  curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, OnTimer);
+  curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+  SetOptions(setup);
+  states_.Reach(icResolvingHost);
+  if (idle_time_out_.count() > 0) WatchIdleness(idle_time_out_);
+  // libcurl asks for its timer at once and begins when that comes.
+  if (curl_multi_add_handle(multi_, easy_) != CURLM_OK) {
+    watch_.SetAlarm(this, milliseconds(0), [this] { Finish(CURLE_FAILED_INIT); });
+  }
+}
+
+void CurlRequest::SetOptions(const Setup& setup) {
+  const auto set = [this](CURLoption option, auto value) { curl_easy_setopt(easy_, option, value); };
+  set(CURLOPT_URL, setup.url.c_str());
+  set(CURLOPT_ERRORBUFFER, detail_.data());
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_QUICK_EXIT, 1L);  // else whoever cancels waits for a name server that doesn't answer
+  set(CURLOPT_PROXY, "");       // nor one from the environment
+  set(CURLOPT_PROTOCOLS_STR, "http,https");
+  set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  set(CURLOPT_FOLLOWLOCATION, 1L);
+  set(CURLOPT_MAXREDIRS, kMostRedirects);
+  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  set(CURLOPT_USERAGENT, UserAgent());
+  set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
+  if (!setup.authorities.empty()) {
+    set(CURLOPT_CAINFO, setup.authorities.c_str());
+    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  }
+  set(CURLOPT_OPENSOCKETFUNCTION, OnOpenSocket);
+  set(CURLOPT_OPENSOCKETDATA, this);
+  set(CURLOPT_PREREQFUNCTION, OnConnected);
+  set(CURLOPT_PREREQDATA, this);
+  set(CURLOPT_VERBOSE, 1L);  // nothing is printed: it makes OnTrace be called
+  set(CURLOPT_DEBUGFUNCTION, OnTrace);
+  set(CURLOPT_DEBUGDATA, this);
+  set(CURLOPT_HEADERFUNCTION, OnHeader);
+  set(CURLOPT_HEADERDATA, this);
+  set(CURLOPT_WRITEFUNCTION, OnBody);
+  set(CURLOPT_WRITEDATA, this);
+}
+
+int CurlRequest::OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*) {
+  const bool readable = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
+  const bool writable = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
+  Of(self).watch_.Watch(socket, readable, writable, [self, socket](bool can_read, bool can_write) {
+    Of(self).Act(socket, (can_read ? CURL_CSELECT_IN : 0) | (can_write ? CURL_CSELECT_OUT : 0));
+  });
+  return 0;
+}
+
+int CurlRequest::OnTimer(CURLM*, long delay, void* self) {
+  if (delay < 0) {
+    Of(self).watch_.ClearAlarm(self);
+  } else {
+    Of(self).watch_.SetAlarm(self, milliseconds(delay), [self] { Of(self).Act(CURL_SOCKET_TIMEOUT, 0); });
+  }
+  return 0;
+}
+
+curl_socket_t CurlRequest::OnOpenSocket(void* self, curlsocktype, curl_sockaddr* address) {
+  Of(self).states_.Reach(icConnecting);
+  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+int CurlRequest::OnConnected(void* self, char*, char*, int, int) {
+  CurlRequest& request = Of(self);
+  request.answered_ = false;
+  // Once the way is secure, no redirect leads off it.
+  if (request.IsSecure()) curl_easy_setopt(request.easy_, CURLOPT_REDIR_PROTOCOLS_STR, "https");
+  request.states_.Reach(icRequesting);
+  return CURL_PREREQFUNC_OK;
+}
+
+int CurlRequest::OnTrace(CURL*, curl_infotype type, char*, size_t, void* self) {
+  if (type == CURLINFO_HEADER_OUT) Of(self).states_.Reach(icRequestSent);
+  return 0;
+}
+
+size_t CurlRequest::OnHeader(char*, size_t size, size_t count, void* self) {
+  Of(self).answered_ = true;
+  Of(self).last_byte_ = steady_clock::now();
+  Of(self).states_.Reach(icReceivingResponse);
+  return size * count;
+}
+
+size_t CurlRequest::OnBody(char* bytes, size_t size, size_t count, void* self) {
+  CurlRequest& request = Of(self);
+  request.last_byte_ = steady_clock::now();
+  if (request.last_byte_ - request.last_progress_ >= kBetweenProgress) {
+    request.last_progress_ = request.last_byte_;
+    request.states_.ReceiveMore();
+  }
+  request.spool_code_ = request.spool_.Append({bytes, size * count});
+  return request.spool_code_ == 0 ? size * count : 0;  // 0 ends the transfer
+}
+
+void CurlRequest::Act(curl_socket_t socket, int readiness) {
+  int running = 0;
+  const CURLMcode outcome = curl_multi_socket_action(multi_, socket, readiness, &running);
+  if (outcome != CURLM_OK) return Finish(CURLE_FAILED_INIT);
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+    if (message->msg == CURLMSG_DONE) return Finish(message->data.result);
+  }
+  if (!states_.IsEmpty()) told_();
+}
+
+void CurlRequest::WatchIdleness(steady_clock::duration delay) {
+  watch_.SetAlarm(&last_byte_, std::chrono::ceil<milliseconds>(delay), [this] { LookAtIdleness(); });
+}
+
+void CurlRequest::LookAtIdleness() {
+  const auto left = last_byte_ + idle_time_out_ - steady_clock::now();
+  if (left.count() > 0) return WatchIdleness(left);
+  detail_.fill(0);
+  Finish(CURLE_OPERATION_TIMEDOUT);
+}
+
+void CurlRequest::Finish(CURLcode result) {
+  if (result == CURLE_OK) {
+    states_.Complete();
+  } else {
+    error_ = Judge(result);
+    if (Info<double>(CURLINFO_CONNECT_TIME) > 0) states_.Reach(icConnected);
+    states_.Fail();
+  }
+  End();
+  told_();
+}
+
+Fault CurlRequest::Judge(CURLcode result) const {
+  if (spool_code_ != 0) return InternetError(spool_code_);
+  return InternetError(CurlFailure{.result = result,
+                                   .system_error = Info<long>(CURLINFO_OS_ERRNO),
+                                   .verify_result = Info<long>(CURLINFO_SSL_VERIFYRESULT),
+                                   .redirecting = answered_,
+                                   .secure = IsSecure(),
+                                   .detail = detail_.data()});
+}
+
+void CurlRequest::End() {
+  if (multi_ && easy_) curl_multi_remove_handle(multi_, easy_);
+  if (easy_) curl_easy_cleanup(easy_);
+  if (multi_) curl_multi_cleanup(multi_);  // calls OnSocket for what it still watches
+  easy_ = nullptr;
+  multi_ = nullptr;
+  watch_.ClearAlarm(this);
+  watch_.ClearAlarm(&last_byte_);
+}
+
+}  // namespace tsly

@@ -1,0 +1,86 @@
+// One GET on libcurl's multi interface: from its start to its end or its destruction, whichever comes first. Made and
+// thrown away by CurlTransfer for each request; one thread. What it learns goes into the states; nothing of the
+// caller's runs inside libcurl.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "ports/fault.h"
+#include "posix/descriptor_watch.h"
+#include "posix/spool_file.h"
+#include "posix/transfer_states.h"
+
+namespace tsly {
+
+class CurlRequest {
+ public:
+  struct Setup {
+    std::string url;                       // in the form that UsableAddress gives
+    std::chrono::seconds idle_time_out{};  // without a byte; 0: none
+    std::string authorities;               // file of trusted certificates; "": the system's
+  };
+
+  // Calls `told` when there are new states, from the loop. `told` must not destroy this object.
+  CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferStates& states, const Setup& setup,
+              std::function<void()> told);
+  ~CurlRequest() { End(); }
+  CurlRequest(const CurlRequest&) = delete;
+  CurlRequest& operator=(const CurlRequest&) = delete;
+
+  // Why it ended; no fault while it is on its way and after a success.
+  const Fault& Error() const { return error_; }
+
+ private:
+  using SteadyClock = std::chrono::steady_clock;
+
+  static CurlRequest& Of(void* pointer) { return *static_cast<CurlRequest*>(pointer); }
+
+  // What libcurl calls; each only takes notes.
+  static int OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*);
+  static int OnTimer(CURLM*, long delay, void* self);
+  static curl_socket_t OnOpenSocket(void* self, curlsocktype, curl_sockaddr* address);
+  static int OnConnected(void* self, char*, char*, int, int);
+  static int OnTrace(CURL*, curl_infotype type, char*, size_t, void* self);
+  static size_t OnHeader(char* bytes, size_t size, size_t count, void* self);
+  static size_t OnBody(char* bytes, size_t size, size_t count, void* self);
+
+  void SetOptions(const Setup& setup);
+  void Act(curl_socket_t socket, int readiness);
+  void WatchIdleness(SteadyClock::duration delay);
+  void LookAtIdleness();
+  void Finish(CURLcode result);
+  Fault Judge(CURLcode result) const;
+  void End();
+
+  template <typename Value>
+  Value Info(CURLINFO info) const {
+    Value value{};
+    curl_easy_getinfo(easy_, info, &value);
+    return value;
+  }
+  bool IsSecure() const {
+    const char* scheme = Info<const char*>(CURLINFO_SCHEME);
+    return scheme && curl_strequal(scheme, "https");
+  }
+
+  DescriptorWatch& watch_;
+  SpoolFile& spool_;
+  TransferStates& states_;
+  std::function<void()> told_;
+  CURLM* multi_ = nullptr;  // one per request: no connection or cached name outlives it
+  CURL* easy_ = nullptr;
+  std::array<char, CURL_ERROR_SIZE> detail_{};
+  SteadyClock::duration idle_time_out_;
+  SteadyClock::time_point last_byte_ = SteadyClock::now();
+  SteadyClock::time_point last_progress_{};
+  bool answered_ = false;  // the request last sent has got the beginning of an answer
+  int spool_code_ = 0;
+  Fault error_;
+};
+
+}  // namespace tsly

@@ -1,0 +1,74 @@
+#include "posix/curl_transfer.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+#include "posix/curl_errors.h"
+#include "posix/curl_request.h"
+#include "posix/transfer_address.h"
+#include "posix/transfer_states.h"
+
+namespace tsly {
+
+// The states of one transfer on their way to the handler. Each transfer has its own, so that a handler that starts the
+// next transfer and waits for it isn't in the way of that one's states.
+struct CurlTransfer::Delivery {
+  TransferStates states;
+  bool posted = false;      // an event is on its way
+  bool delivering = false;  // the handler has not come back
+  bool abandoned = false;   // the control may be gone as well
+};
+
+CurlTransfer::CurlTransfer(DescriptorWatch& watch, EventLoop& loop, std::function<std::filesystem::path()> spool_folder,
+                           std::string authorities)
+    : watch_(watch), loop_(loop), spool_(std::move(spool_folder)), authorities_(std::move(authorities)) {}
+
+CurlTransfer::~CurlTransfer() { Cancel(); }
+
+Fault CurlTransfer::Execute(const std::string& url, const std::string& operation) {
+  Cancel();
+  error_ = {};
+  spool_.Clear();
+  std::string address;
+  if (Fault fault = UsableAddress(url, address)) return fault;
+  if (!EqualIgnoringCase(operation, "GET")) return InternetError(kInternetInvalidOperation);
+  delivery_ = std::make_shared<Delivery>();
+  const CurlRequest::Setup setup{.url = address, .idle_time_out = idle_time_out_, .authorities = authorities_};
+  request_ = std::make_unique<CurlRequest>(watch_, spool_, delivery_->states, setup, [this] {
+    error_ = request_->Error();
+    Schedule(delivery_);
+  });
+  Schedule(delivery_);
+  return {};
+}
+
+void CurlTransfer::Cancel() {
+  request_.reset();
+  if (delivery_) delivery_->abandoned = true;
+  delivery_.reset();
+}
+
+void CurlTransfer::Schedule(const std::shared_ptr<Delivery>& delivery) {
+  if (delivery->posted || delivery->delivering || delivery->states.IsEmpty()) return;
+  delivery->posted = true;
+  loop_.Post([this, delivery] {
+    if (!delivery->abandoned) DeliverNext(delivery);
+  });
+}
+
+void CurlTransfer::DeliverNext(const std::shared_ptr<Delivery>& delivery) {
+  delivery->posted = false;
+  const std::int16_t state = delivery->states.Take();
+  const auto handler = handler_;  // a handler may set another one
+  delivery->delivering = true;
+  if (handler) handler(state);
+  delivery->delivering = false;
+  if (!delivery->abandoned) Schedule(delivery);
+}
+
+Fault CurlTransfer::GetChunk(std::int32_t size, ChunkType, std::string& chunk) {
+  const int code = spool_.Read(static_cast<std::size_t>(std::max(size, 0)), chunk);
+  return code == 0 ? Fault{} : InternetError(code);
+}
+
+}  // namespace tsly
