@@ -1,0 +1,65 @@
+// A shell that starts nothing and writes down what it was asked for. A test sets `next_error` and `next_fault` for the
+// next call and reads the records; the end of the process is thrown as ProcessEnded.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ports/shell.h"
+#include "support/process_ended.h"
+
+namespace tsly {
+
+class RecordingShell : public Shell {
+ public:
+  struct Launch {
+    std::string file;
+    std::string parameters;
+    std::int32_t show = 0;
+    bool operator==(const Launch&) const = default;
+  };
+
+  std::vector<Launch> launched;  // the attempts, also those that failed
+  std::vector<std::string> opened_urls;
+  std::vector<std::int32_t> closed_windows;
+  int ends = 0;                       // how often the process was ended
+  std::uint32_t next_error = 0;       // what LastError gives after the next call; 0 again for the one after it
+  Fault next_fault;                   // what the next StartElevated raises
+  std::function<void()> during_call;  // runs inside each call, as what a user does meanwhile would
+
+  Fault StartElevated(const std::string& file, const std::string& parameters, std::int32_t show_command) override {
+    launched.push_back({file, parameters, show_command});
+    Called();
+    return std::exchange(next_fault, {});
+  }
+
+  void OpenAddress(const std::string& url) override {
+    opened_urls.push_back(url);
+    Called();
+  }
+
+  void CloseWindow(std::int32_t window) override {
+    closed_windows.push_back(window);
+    Called();
+  }
+
+  std::uint32_t LastError() override { return last_error_; }
+
+ private:
+  void Called() {
+    last_error_ = std::exchange(next_error, 0);
+    if (during_call) during_call();
+  }
+
+  void DoEndProcess() override {
+    ++ends;
+    throw ProcessEnded{};
+  }
+
+  std::uint32_t last_error_ = 0;
+};
+
+}  // namespace tsly
