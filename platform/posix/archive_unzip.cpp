@@ -1,0 +1,309 @@
+#include "posix/archive_unzip.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <fcntl.h>
+#include <locale.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <vector>
+
+#include "posix/paths.h"
+#include "posix/unpack_target.h"
+
+namespace tsly {
+namespace {
+
+using enum UnzipResult;
+
+constexpr std::size_t kBlock = std::size_t{128} << 10;
+// A table of contents can name the same bytes as many names; real packs are far below this.
+constexpr std::size_t kNameBytes = std::size_t{64} << 20;
+
+// libarchive gives names in the codeset of the thread's locale, and none at all in the C locale.
+class Utf8Names {
+ public:
+  Utf8Names() : utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)), former_(uselocale(utf8_)) {}
+  Utf8Names(const Utf8Names&) = delete;
+  Utf8Names& operator=(const Utf8Names&) = delete;
+  ~Utf8Names() {
+    uselocale(former_);
+    if (utf8_ != nullptr) freelocale(utf8_);
+  }
+
+ private:
+  locale_t utf8_;
+  locale_t former_;
+};
+
+std::string SystemText(int error) { return std::generic_category().message(error); }
+
+ArchiveEntry::Kind KindOf(archive_entry* entry) {
+  if (archive_entry_hardlink(entry) != nullptr) return ArchiveEntry::Kind::kLink;
+  switch (archive_entry_filetype(entry)) {
+    case AE_IFREG:
+      return ArchiveEntry::Kind::kFile;
+    case AE_IFDIR:
+      return ArchiveEntry::Kind::kFolder;
+    case AE_IFLNK:
+      return ArchiveEntry::Kind::kLink;
+    default:
+      return ArchiveEntry::Kind::kOther;
+  }
+}
+
+ArchiveEntry ValueOf(archive_entry* entry) {
+  const char* name = archive_entry_pathname(entry);
+  return {.name = name == nullptr ? "" : name,
+          .kind = KindOf(entry),
+          .size = archive_entry_size_is_set(entry) != 0 ? archive_entry_size(entry) : -1,
+          .encrypted = archive_entry_is_encrypted(entry) != 0};
+}
+
+// One pass over the archive; the descriptor stays the caller's.
+class ZipReader {
+ public:
+  explicit ZipReader(int file) : archive_(archive_read_new(), archive_read_free) {
+    archive_read_support_format_zip_seekable(archive_.get());
+    archive_read_set_options(archive_.get(), "zip:hdrcharset=CP437");  // of names that aren't marked as UTF-8
+    lseek(file, 0, SEEK_SET);
+    is_open_ = archive_read_open_fd(archive_.get(), file, kBlock) == ARCHIVE_OK;
+  }
+
+  // False at the end of the archive and after a failure.
+  bool Next(UnzipFailure& failure) {
+    const int result = is_open_ ? archive_read_next_header(archive_.get(), &entry_) : ARCHIVE_FATAL;
+    if (result == ARCHIVE_OK) return true;
+    if (result == ARCHIVE_EOF) return false;
+    const bool has_entry = result > ARCHIVE_FATAL && archive_entry_pathname(entry_) != nullptr;
+    failure = {archive_format(archive_.get()) == 0 ? kNotAnArchive : kDamaged,
+               has_entry ? archive_entry_pathname(entry_) : "", Error()};
+    return false;
+  }
+
+  archive_entry* Entry() const { return entry_; }
+
+  // Writes the present entry's contents, which must be of the declared size.
+  UnzipFailure Unpack(const ArchiveEntry& entry, int file) {
+    std::int64_t written = 0;
+    for (;;) {
+      const void* block = nullptr;
+      std::size_t length = 0;
+      la_int64_t offset = 0;
+      const int result = archive_read_data_block(archive_.get(), &block, &length, &offset);
+      if (result == ARCHIVE_EOF) break;
+      if (result != ARCHIVE_OK) return {DataReason(), entry.name, Error()};
+      if (offset != written || static_cast<std::int64_t>(length) > entry.size - written) {
+        return {kWrongSize, entry.name, ""};
+      }
+      if (const int error = WriteAll(file, static_cast<const char*>(block), length)) {
+        return {error == ENOSPC || error == EDQUOT ? kDiskFull : kCannotWrite, entry.name, SystemText(error)};
+      }
+      written += static_cast<std::int64_t>(length);
+    }
+    if (written != entry.size) return {kWrongSize, entry.name, ""};
+    return {};
+  }
+
+ private:
+  std::string Error() const {
+    const char* text = archive_error_string(archive_.get());
+    return text == nullptr ? "" : text;
+  }
+
+  // The library tells these apart in its texts alone; a text that it words anew falls back to the general reason.
+  UnzipResult DataReason() const {
+    static constexpr struct {
+      const char* words;
+      UnzipResult reason;
+    } kReasons[] = {
+        {"CRC",        kWrongChecksum},
+        {"wrong size", kWrongSize    },
+        {"nsupported", kUnknownMethod},
+        {"ncrypt",     kEncrypted    },
+    };
+    const std::string text = Error();
+    for (const auto& [words, reason] : kReasons) {
+      if (text.find(words) != text.npos) return reason;
+    }
+    return kDamaged;
+  }
+
+  static int WriteAll(int file, const char* bytes, std::size_t length) {
+    while (length > 0) {
+      const ssize_t done = write(file, bytes, length);
+      if (done < 0 && errno == EINTR) continue;
+      if (done < 0) return errno;
+      bytes += done;
+      length -= static_cast<std::size_t>(done);
+    }
+    return 0;
+  }
+
+  std::unique_ptr<archive, int (*)(archive*)> archive_;
+  archive_entry* entry_ = nullptr;
+  bool is_open_ = false;
+};
+
+UnzipFailure ReadContents(int file, std::size_t most, std::vector<ArchiveEntry>& entries) {
+  ZipReader reader(file);
+  UnzipFailure failure;
+  std::size_t name_bytes = 0;
+  while (reader.Next(failure)) {
+    entries.push_back(ValueOf(reader.Entry()));
+    name_bytes += entries.back().name.size();
+    if (entries.size() > most || name_bytes > kNameBytes) return {kTooManyEntries, "", ""};
+  }
+  return failure;
+}
+
+void KeepTime(int file, archive_entry* entry) {
+  if (archive_entry_mtime_is_set(entry) == 0) return;
+  const timespec time{archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
+  const timespec times[] = {time, time};
+  futimens(file, times);  // a file without its time is still the file
+}
+
+UnzipFailure UnpackAll(int file, const std::vector<ArchiveEntry>& entries, const std::vector<std::string>& paths,
+                       UnpackTarget& target) {
+  ZipReader reader(file);
+  UnzipFailure failure;
+  std::size_t index = 0;
+  for (; reader.Next(failure); ++index) {
+    const ArchiveEntry entry = ValueOf(reader.Entry());
+    if (index == entries.size() || entry.name != entries[index].name || entry.size != entries[index].size) {
+      return {kDamaged, entry.name, "the pack changed while it was read"};
+    }
+    if (paths[index].empty() || paths[index].ends_with('/')) continue;
+    Descriptor unpacked = target.Create(index, (archive_entry_perm(reader.Entry()) & 0100) != 0);
+    if (!unpacked) return {errno == ENOSPC ? kDiskFull : kCannotWrite, entry.name, SystemText(errno)};
+    if (failure = reader.Unpack(entry, unpacked.Get()); failure.reason != kDone) return failure;
+    KeepTime(unpacked.Get(), reader.Entry());
+    if (unpacked.Close() < 0) return {errno == ENOSPC ? kDiskFull : kCannotWrite, entry.name, SystemText(errno)};
+  }
+  if (failure.reason == kDone && index != entries.size()) return {kDamaged, "", "the pack changed while it was read"};
+  return failure;
+}
+
+UnzipFailure PlacingFailure(const UnpackTarget& target, int error, const std::string& name) {
+  std::string detail = SystemText(error);
+  if (!target.LeftBehind().empty()) detail += "; former files were left in " + CorePath(target.LeftBehind());
+  switch (error) {
+    case ENOTDIR:
+    case EISDIR:
+    case ELOOP:
+      return {kInTheWay, name, detail};
+    case ENOSPC:
+    case EDQUOT:
+      return {kDiskFull, name, detail};
+    default:
+      return {kCannotWrite, name, detail};
+  }
+}
+
+// A name fit to be shown: of moderate length, without characters that would change the line that it stands in.
+std::string Shown(std::string name) {
+  constexpr std::size_t kLongest = 200;
+  if (name.size() > kLongest) {
+    std::size_t end = kLongest;
+    while ((static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
+    name = name.substr(0, end) + "...";
+  }
+  for (char& c : name) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
+  }
+  return name;
+}
+
+}  // namespace
+
+std::string Describe(const UnzipFailure& failure) {
+  static constexpr struct {
+    const char* before;  // the name in quotes follows, if there is one
+    const char* after;
+  } kTexts[] = {
+      {"",                                ""                                                                  },
+      {"The pack",                        "can't be opened"                                                   },
+      {"The pack",                        "is no ZIP archive, or its end is missing"                          },
+      {"The name",                        "in the pack isn't allowed"                                         },
+      {"The entry",                       "in the pack is a link or a device, which isn't allowed"            },
+      {"The name",                        "stands twice in the pack, or differs from another in capitals only"},
+      {"The entry",                       "can't be put in place: something else stands there"                },
+      {"The pack",                        "has too many entries"                                              },
+      {"The contents of the pack, up to", "are larger than the disk or than the pack can hold"                },
+      {"The file",                        "in the pack is encrypted"                                          },
+      {"The file",                        "in the pack is packed by a method that isn't known"                },
+      {"The file",                        "in the pack has a wrong checksum"                                  },
+      {"The file",                        "in the pack hasn't the size that the pack tells"                   },
+      {"The pack is damaged at",          ""                                                                  },
+      {"The disk is too full for",        ""                                                                  },
+      {"The file or folder",              "can't be written"                                                  },
+  };
+  const auto index = static_cast<std::size_t>(failure.reason);
+  if (failure.reason == kDone || index >= std::size(kTexts)) return {};
+  std::string text = kTexts[index].before;
+  text += " \"" + Shown(failure.name) + '"';
+  if (*kTexts[index].after != '\0') text += std::string(" ") + kTexts[index].after;
+  if (!failure.detail.empty()) text += " (" + failure.detail + ")";
+  return text + '.';
+}
+
+Fault ArchiveUnzip::SetArchiveFile(const std::string& path) {
+  archive_file_ = path;
+  return {};
+}
+
+Fault ArchiveUnzip::SetExtractFolder(const std::string& path) {
+  extract_folder_ = path;
+  return {};
+}
+
+Fault ArchiveUnzip::SetExtractOptionA(bool keep_folders) {
+  keep_folders_ = keep_folders;
+  return {};
+}
+
+Fault ArchiveUnzip::SetExtractOptionB(bool replace_files) {
+  replace_files_ = replace_files;
+  return {};
+}
+
+Fault ArchiveUnzip::Extract(std::string&, std::string&, std::int32_t& result) {
+  failure_ = Run();
+  if (failure_.reason != kDone && failure_.name.empty()) failure_.name = archive_file_;
+  result = static_cast<std::int32_t>(failure_.reason);
+  return {};
+}
+
+std::string ArchiveUnzip::FailureText() { return Describe(failure_); }
+
+UnzipFailure ArchiveUnzip::Run() const {
+  const Utf8Names utf8_names;
+  // Not blocking: the path may name a pipe that nobody writes to.
+  const Descriptor file(open(NativePath(archive_file_).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file || fstat(file.Get(), &status) < 0) return {kCannotOpen, "", SystemText(errno)};
+  if (!S_ISREG(status.st_mode)) return {kNotAnArchive, "", ""};
+
+  ArchiveLimits limits{.archive_bytes = status.st_size};
+  std::vector<ArchiveEntry> entries;
+  if (UnzipFailure failure = ReadContents(file.Get(), limits.entries, entries); failure.reason != kDone) return failure;
+
+  UnpackTarget target;
+  if (const int error = target.Open(NativePath(extract_folder_))) return PlacingFailure(target, error, extract_folder_);
+  limits.free_bytes = target.FreeBytes();
+  const ArchiveVerdict verdict = JudgeArchive(entries, limits, keep_folders_);
+  if (verdict.reason != kDone) return {verdict.reason, verdict.name, ""};
+  if (const int error = target.MakeStaging()) return PlacingFailure(target, error, extract_folder_);
+  if (UnzipFailure failure = UnpackAll(file.Get(), entries, verdict.targets, target); failure.reason != kDone) {
+    return failure;
+  }
+  const auto [error, index] = target.Place(verdict.targets, replace_files_);
+  if (error == 0) return {};
+  return PlacingFailure(target, error, index < entries.size() ? entries[index].name : extract_folder_);
+}
+
+}  // namespace tsly

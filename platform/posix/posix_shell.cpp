@@ -1,0 +1,159 @@
+#include "posix/posix_shell.h"
+
+#include <poll.h>
+#include <sys/pidfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <optional>
+#include <system_error>
+
+#include "base/text.h"
+#include "ports/system_codes.h"
+#include "posix/child_process.h"
+#include "posix/close_window.h"
+#include "posix/command_line.h"
+#include "posix/descriptor.h"
+#include "posix/paths.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::int32_t kErrorOutOfMemory = 7;
+
+bool HasFolder(const std::string& program) { return program.find_first_of("\\/") != program.npos; }
+
+// What stands before the program, and whether its end tells that the user refused.
+struct Raising {
+  std::vector<std::string> words;
+  bool asks_user = false;
+};
+
+Raising ChooseRaising(const std::string& raiser) {
+  if (const char* words = std::getenv("TSLY_RUNAS")) {
+    Raising raising{Split(words, " "), false};
+    std::erase(raising.words, "");
+    return raising;
+  }
+  if (geteuid() == 0) return {};
+  return {{raiser}, true};
+}
+
+int CodeOfExec(int error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+      return kFileNotFound;
+    case ENOEXEC:
+      return kBadExeFormat;
+    default:
+      return kAccessDenied;
+  }
+}
+
+// The system's short name of the program that a process runs: of its file, 15 bytes at most. Unlike the path it can be
+// read of another user's process.
+std::string RunningName(pid_t id) {
+  std::ifstream file("/proc/" + std::to_string(id) + "/comm");
+  std::string name;
+  std::getline(file, name);
+  return name;
+}
+
+std::string ShortName(const std::string& path) { return path.substr(path.rfind('/') + 1).substr(0, 15); }
+
+}  // namespace
+
+Fault PosixShell::StartElevated(const std::string& file, const std::string& parameters, std::int32_t) {
+  const std::string program = HasFolder(file) ? NativePath(file) : FindInPath(file);
+  const int judged = JudgeProgram(program);
+  if (judged != kSuccess) {
+    last_error_ = static_cast<std::uint32_t>(judged);
+    return {};
+  }
+
+  auto [argv, asks_user] = ChooseRaising(options_.raiser);
+  if (!argv.empty() && !HasFolder(argv[0])) {
+    argv[0] = FindInPath(argv[0]);
+    if (argv[0].empty()) {
+      last_error_ = kAccessDenied;  // the program is there, the means to raise its rights isn't
+      return {};
+    }
+  }
+  argv.push_back(program);
+  for (const std::string& argument : SplitArguments(parameters)) {
+    argv.push_back(argument.starts_with('\\') ? NativePath(argument) : argument);
+  }
+  return Start(argv, asks_user);
+}
+
+Fault PosixShell::Start(const std::vector<std::string>& argv, bool await_raiser) {
+  ReapChildren();
+  const StartedProcess started = StartProcess(argv);
+  if (started.made_no_process) {
+    last_error_ = kNotEnoughMemory;
+    return {kErrorOutOfMemory, "Shell", "No process can be made: " + std::generic_category().message(started.error)};
+  }
+  if (started.id < 0) {
+    last_error_ = static_cast<std::uint32_t>(CodeOfExec(started.error));
+    return {};
+  }
+  children_.push_back(started.id);
+  last_error_ = await_raiser ? static_cast<std::uint32_t>(AwaitRaiser(started.id)) : kSuccess;
+  return {};
+}
+
+// Until the raiser has become the program, or has ended without. For a moment after its start a process still bears the
+// name of the one that made it.
+int PosixShell::AwaitRaiser(pid_t id) {
+  const std::string raiser = ShortName(options_.raiser);
+  const std::string maker = RunningName(gettid());
+  bool is_raiser = false;
+  const Descriptor end(pidfd_open(id, 0));
+  using Clock = std::chrono::steady_clock;
+  auto last_repaint = Clock::now();
+  for (int pause = 1;; pause = std::min(pause * 2, 50)) {
+    if (const std::optional<int> exit = ExitOf(id)) {
+      std::erase(children_, id);
+      return *exit == 126 ? kCancelled : *exit >= 127 ? kAccessDenied : kSuccess;
+    }
+    // A name that can't be read (other users' processes may be hidden) leaves nothing to wait for.
+    const std::string name = RunningName(id);
+    is_raiser |= name == raiser;
+    if (name != raiser && (is_raiser || name != maker)) return kSuccess;
+    pollfd ended{end.Get(), POLLIN, 0};
+    poll(&ended, 1, pause);
+    if (options_.repaint && Clock::now() - last_repaint >= std::chrono::milliseconds(50)) {
+      options_.repaint();
+      last_repaint = Clock::now();
+    }
+  }
+}
+
+void PosixShell::ReapChildren() {
+  std::erase_if(children_, [](pid_t id) { return ExitOf(id).has_value(); });
+}
+
+void PosixShell::OpenAddress(const std::string& url) {
+  static constexpr std::string_view kSchemes[] = {"http", "https", "mailto"};
+  const std::string scheme = LowerCase(std::string_view(url).substr(0, url.find(':')));
+  const bool is_allowed = url.find(':') != url.npos && std::ranges::find(kSchemes, scheme) != std::end(kSchemes);
+  const std::string opener = FindInPath("xdg-open");
+  if (!is_allowed || opener.empty()) {
+    last_error_ = is_allowed ? kFileNotFound : kAccessDenied;
+    return;
+  }
+  Start({opener, url}, false);
+}
+
+void PosixShell::CloseWindow(std::int32_t window) {
+  last_error_ = static_cast<std::uint32_t>(
+      AskWindowToClose(static_cast<std::uint32_t>(window), options_.longest_close, options_.repaint));
+}
+
+void PosixShell::DoEndProcess() { _exit(0); }
+
+}  // namespace tsly
