@@ -2,8 +2,9 @@
 //
 // One thread. Every call gives one of the platform's result codes (system_codes.h), 0 for success, and leaves its out
 // arguments alone on failure unless told otherwise. Key paths are parts joined by single backslashes, without one in
-// front; names of keys and values compare without regard to letter case and keep the case of their first writing. A
-// write that gave 0 is on disk, whole, whatever happens next; two processes may write at the same moment.
+// front (87 for any other path, a zero byte or a name that is too long); names of keys and values compare without regard
+// to letter case and keep the case of their first writing. A handle that isn't open gives 6. A write that gave 0 is on
+// disk, whole, whatever happens next; two processes may write at the same moment.
 // Tests stand on tests/support/memory_registry.h, held to the same contract suite as the real one.
 #pragma once
 
@@ -27,6 +28,7 @@ inline constexpr std::uint32_t kRegBinary = 3;
 inline constexpr std::uint32_t kRegDword = 4;  // 32 bits, least significant byte first
 
 inline constexpr std::uint32_t kRegMaxNameLength = 16383;  // bytes of a value name
+inline constexpr std::uint32_t kRegMaxPartLength = 255;    // bytes of one part of a key path
 
 class Registry {
  public:
@@ -47,10 +49,12 @@ class Registry {
                     std::uint32_t& size) = 0;
 
   // Writes a value, replacing one of that name. 5: the key was opened for reading, or there is no right to write.
+  // 1018: the key has been removed since it was opened.
   virtual int Set(RegKey key, const std::string& name, std::uint32_t type, std::span<const char> data) = 0;
 
   // The name of value number `index`, from 0, with a terminating zero behind it. `length` is filled without the zero.
-  // The order holds as long as nothing is written. 259: behind the last. 234: the buffer is too small.
+  // The order holds as long as nothing is written; what others write meanwhile shows from the next index 0 on.
+  // 259: behind the last. 234: the buffer is too small.
   virtual int Enumerate(RegKey key, std::uint32_t index, std::span<char> name, std::uint32_t& length) = 0;
 
   // Gives a handle back. 6: no open handle; predefined roots answer 0 and stay.

@@ -26,6 +26,7 @@ inline constexpr int kNameTooLong = 206;
 inline constexpr int kMoreData = 234;
 inline constexpr int kNoMoreItems = 259;
 inline constexpr int kRegistryCorrupt = 1009;
+inline constexpr int kKeyDeleted = 1018;
 inline constexpr int kCancelled = 1223;
 inline constexpr int kInvalidWindowHandle = 1400;
 

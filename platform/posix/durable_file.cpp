@@ -1,0 +1,91 @@
+#include "posix/durable_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "ports/system_codes.h"
+#include "posix/descriptor.h"
+#include "posix/posix_codes.h"
+
+namespace tsly {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kFolderMode = 0755;
+
+int LastCode() { return CodeOf(errno, kWriteFault); }
+
+int SyncFolder(const fs::path& folder) {
+  const Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!descriptor && errno == EACCES) return kSuccess;  // a folder that may be written but not listed
+  return descriptor && fsync(descriptor.Get()) == 0 ? kSuccess : LastCode();
+}
+
+int WriteAll(int descriptor, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t written = write(descriptor, content.data(), content.size());
+    if (written < 0 && errno != EINTR) return LastCode();
+    if (written > 0) content.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return kSuccess;
+}
+
+int WriteNewFile(const fs::path& file, std::string_view content, const struct stat& old, mode_t mode) {
+  const Descriptor descriptor(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!descriptor) return LastCode();
+  struct stat made {};
+  if (fstat(descriptor.Get(), &made) != 0) return LastCode();
+  // Only root can give a file away; for others the new owner is the one who wrote it.
+  if ((made.st_uid != old.st_uid || made.st_gid != old.st_gid) &&
+      fchown(descriptor.Get(), old.st_uid, old.st_gid) != 0 && errno != EPERM) {
+    return LastCode();
+  }
+  if (fchmod(descriptor.Get(), mode) != 0) return LastCode();
+  const int code = WriteAll(descriptor.Get(), content);
+  if (code != kSuccess) return code;
+  return fsync(descriptor.Get()) == 0 ? kSuccess : LastCode();
+}
+
+}  // namespace
+
+int MakeFolders(const fs::path& folder) {
+  if (mkdir(folder.c_str(), kFolderMode) != 0) {
+    if (errno == EEXIST) return kSuccess;
+    if (errno != ENOENT || !folder.has_relative_path()) return LastCode();
+    const int code = MakeFolders(folder.parent_path());
+    if (code != kSuccess) return code;
+    if (mkdir(folder.c_str(), kFolderMode) != 0) return errno == EEXIST ? kSuccess : LastCode();
+  }
+  if (chmod(folder.c_str(), kFolderMode) != 0) return LastCode();
+  return SyncFolder(folder.parent_path());
+}
+
+int MakeEmptyFile(const fs::path& file, mode_t mode) {
+  const Descriptor descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  if (!descriptor) return errno == EEXIST ? kSuccess : LastCode();
+  return fchmod(descriptor.Get(), mode) == 0 ? kSuccess : LastCode();
+}
+
+int ReplaceFile(const fs::path& file, std::string_view content, mode_t least_mode) {
+  std::error_code failure;
+  const fs::path target = fs::canonical(file, failure);  // a link stays a link
+  struct stat old {};
+  if (failure || stat(target.c_str(), &old) != 0) return failure ? CodeOf(failure.value(), kWriteFault) : LastCode();
+  const fs::path fresh = target.native() + "-new";
+  unlink(fresh.c_str());  // of a writer that was killed
+  int code = WriteNewFile(fresh, content, old, (old.st_mode & 0777) | least_mode);
+  if (code == kSuccess && rename(fresh.c_str(), target.c_str()) != 0) code = LastCode();
+  if (code != kSuccess) {
+    unlink(fresh.c_str());
+    return code;
+  }
+  return SyncFolder(target.parent_path());
+}
+
+}  // namespace tsly

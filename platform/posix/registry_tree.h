@@ -1,0 +1,52 @@
+// One root of the settings registry as this user sees it: the root's own file, and for the machine's roots an overlay
+// in the user's file that takes the writes he has no right to.
+//
+// A row of the overlay, a value or a deletion, counts only while the machine's value is still the one that it was
+// written over, so that an administrator's later change wins. A deletion of a key counts while nothing visible is left
+// below it. An overlay that can't be read (broken, no right) hides nothing of the machine's.
+//
+// Owned by SqliteRegistry, one thread. Paths are as the caller wrote them, "" for the root; results are codes of
+// ports/system_codes.h.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "posix/sqlite_store.h"
+
+namespace tsly {
+
+class RegistryTree {
+ public:
+  // `root` is the root's name inside the files. Without an overlay a missing right to write is the caller's answer.
+  RegistryTree(std::string root, SqliteStore& store, SqliteStore* overlay);
+
+  int HasKey(const std::string& path, bool& there);
+  int KeyNames(const std::string& path, std::vector<std::string>& names);
+  int ValueNames(const std::string& path, std::vector<std::string>& names);
+  // Nothing: no such value.
+  int FindValue(const std::string& path, const std::string& name, std::optional<RegistryData>& data);
+
+  int MakeKey(const std::string& path, bool& created);
+  int SetValue(const std::string& path, const std::string& name, RegistryData data);  // 1018: no such key
+  int DeleteValue(const std::string& path, const std::string& name);                  // 2: no such value
+  int DeleteTree(const std::string& path);                                            // 2: no such key
+
+ private:
+  std::string Stored(const std::string& path) const;
+  std::string Overlaid(const std::string& path) const;
+  int MachineData(const std::string& path, const std::string& name, std::optional<RegistryData>& data);
+  int NothingLeft(const std::string& path, bool& nothing);
+  int PutDeletions(const std::string& path);
+  int ForgetOverlaidValue(const std::string& path, const std::string& name);
+  int ForgetOverlaidTree(const std::string& path);
+  bool GoesToOverlay(int code) const;
+
+  std::string root_;
+  std::string overlay_root_;
+  SqliteStore& store_;
+  SqliteStore* overlay_;
+};
+
+}  // namespace tsly

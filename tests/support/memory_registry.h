@@ -1,0 +1,61 @@
+// The settings registry in memory, held to the same contract suite as the real one. One thread; two programs that share
+// an object are two processes on one machine.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "ports/registry.h"
+
+namespace tsly {
+
+class MemoryRegistry : public RegistryEditor {
+ public:
+  // The next call of an operation ("Open", "Create", "Query", "Set", "Enumerate", "Connect") gives this code instead.
+  std::map<std::string, int> fail;
+  // Whether writes below the machine's roots are refused with 5.
+  bool denied = false;
+
+  int Connect(const std::string& computer, RegKey root, RegKey& handle) override;
+  int Open(RegKey parent, const std::string& path, RegKey& key) override;
+  int Create(RegKey parent, const std::string& path, RegKey& key, bool& created) override;
+  int Query(RegKey key, const std::string& name, std::uint32_t& type, std::span<char> buffer,
+            std::uint32_t& size) override;
+  int Set(RegKey key, const std::string& name, std::uint32_t type, std::span<const char> data) override;
+  int Enumerate(RegKey key, std::uint32_t index, std::span<char> name, std::uint32_t& length) override;
+  int Close(RegKey key) override;
+  int EnumerateKeys(RegKey key, std::uint32_t index, std::string& name) override;
+  int DeleteValue(RegKey key, const std::string& name) override;
+  int DeleteTree(RegKey root, const std::string& path) override;
+
+  // Handles that were given and not closed: 0 when a routine left none behind.
+  std::size_t OpenHandles() const { return handles_.size(); }
+
+ private:
+  struct Value {
+    std::string name;
+    std::uint32_t type = 0;
+    std::string data;
+  };
+  struct Key {
+    std::string name;                     // the last part of the path
+    std::map<std::string, Value> values;  // by folded name
+  };
+  struct Handle {
+    RegKey root = 0;
+    std::string path;  // folded
+    bool writable = false;
+  };
+
+  bool Fails(const char* operation, int& code);
+  bool Resolve(RegKey key, Handle& handle) const;
+  Key* KeyOf(const Handle& handle);
+  bool Denied(const Handle& handle) const { return denied && handle.root != kCurrentUser; }
+  int JudgeWrite(RegKey key, const std::string& name, Handle& handle) const;
+
+  std::map<std::pair<RegKey, std::string>, Key> keys_;  // by root and folded path
+  std::map<RegKey, Handle> handles_;
+  RegKey next_ = 1;
+};
+
+}  // namespace tsly
