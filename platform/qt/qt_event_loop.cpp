@@ -1,0 +1,208 @@
+#include "qt/qt_event_loop.h"
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTimerEvent>
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+namespace tsly {
+namespace {
+
+using std::chrono::milliseconds;
+
+// How often LetEventsRun looks for events inside a busy scope.
+constexpr milliseconds kBusyTick{1};
+// A pass of the dispatcher serves what it finds at its start, so "all that wait" takes several; a chain of events that
+// breed events must not hold the caller for ever.
+constexpr int kMostPasses = 64;
+// Longer deadlines are reached in stages: the dispatcher's intervals are 32-bit.
+constexpr milliseconds kLongestInterval = std::chrono::hours(24);
+
+milliseconds IntervalBeyond(SteadyTime left) {
+  const auto whole = std::chrono::duration_cast<milliseconds>(std::max(left, SteadyTime::zero()));
+  return std::min(whole + milliseconds(1), kLongestInterval);
+}
+
+void TickUntilStopped(const std::stop_token& stop, std::atomic<bool>& flag) {
+  std::mutex mutex;
+  std::condition_variable_any wake;
+  std::unique_lock lock(mutex);
+  while (!stop.stop_requested()) {
+    wake.wait_for(lock, stop, kBusyTick, [] { return false; });
+    if (!stop.stop_requested()) flag.store(true, std::memory_order_relaxed);
+  }
+}
+
+}  // namespace
+
+class QtEventLoop::Receiver final : public QObject {
+ public:
+  explicit Receiver(QtEventLoop& loop) : loop_(loop) {}
+
+ protected:
+  void timerEvent(QTimerEvent* event) override { loop_.Ring(event->timerId()); }
+
+ private:
+  QtEventLoop& loop_;
+};
+
+QtEventLoop::QtEventLoop(Clock& clock) : clock_(clock), receiver_(std::make_unique<Receiver>(*this)) {
+  // For loops that Qt runs itself, as under a drag.
+  QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, receiver_.get(),
+                   [this] {
+                     if (before_turn_) before_turn_();
+                   });
+}
+
+QtEventLoop::~QtEventLoop() {
+  for (const auto& [descriptor, watched] : watched_) {
+    delete watched.read;
+    delete watched.write;
+  }
+  LeaveTurn();
+}
+
+void QtEventLoop::Wait(SteadyTime until) {
+  const std::uint64_t served_before = served_;
+  bool rang = false;
+  TimerId deadline = 0;
+  do {
+    if (until != kForever && (deadline == 0 || rang)) {
+      rang = false;
+      deadline = Arm(IntervalBeyond(until - clock_.Steady()), true, [this, &rang] {
+        rang = true;
+        --served_;  // no event for the caller
+      });
+    }
+    Turn(true);
+    // A timer may ring a shade early; the deadline has passed only when the clock is beyond it.
+  } while (rang && served_ == served_before && clock_.Steady() <= until);
+  StopTimer(deadline);
+}
+
+void QtEventLoop::RunWaitingEvents() {
+  if (busy_scopes_ > 0) may_wait_.store(false, std::memory_order_relaxed);
+  for (int pass = 0; pass < kMostPasses; ++pass) {
+    if (!Turn(false)) break;
+  }
+}
+
+bool QtEventLoop::Turn(bool may_block) {
+  if (before_turn_) before_turn_();
+  ++depth_;
+  const bool served = QAbstractEventDispatcher::instance()->processEvents(may_block ? QEventLoop::WaitForMoreEvents
+                                                                                    : QEventLoop::AllEvents);
+  --depth_;
+  LeaveTurn();
+  return served;
+}
+
+void QtEventLoop::LeaveTurn() {
+  if (depth_ > 0 || sweeping_) return;
+  sweeping_ = true;
+  while (!doomed_.empty()) {
+    const QPointer<QObject> object = doomed_.back();
+    doomed_.pop_back();
+    delete object.data();
+  }
+  sweeping_ = false;
+}
+
+void QtEventLoop::DestroyAtOutermost(QObject* object) { doomed_.emplace_back(object); }
+
+void QtEventLoop::BeginBusy() {
+  if (busy_scopes_++ > 0) return;
+  ticker_ = std::jthread([this](const std::stop_token& stop) { TickUntilStopped(stop, may_wait_); });
+}
+
+void QtEventLoop::EndBusy() {
+  if (--busy_scopes_ > 0) return;
+  ticker_ = {};
+  may_wait_.store(true, std::memory_order_relaxed);
+}
+
+void QtEventLoop::Post(std::function<void()> event) {
+  QMetaObject::invokeMethod(
+      receiver_.get(),
+      [this, posted = std::move(event)] {
+        ++served_;
+        posted();
+      },
+      Qt::QueuedConnection);
+}
+
+TimerId QtEventLoop::StartTimer(milliseconds interval, std::function<void()> tick) {
+  return Arm(interval, false, std::move(tick));
+}
+
+TimerId QtEventLoop::Arm(milliseconds interval, bool once, std::function<void()> tick) {
+  // An interval of zero would never let the dispatcher block.
+  const int qt_id = receiver_->startTimer(std::max(interval, milliseconds(1)), Qt::PreciseTimer);
+  timers_[++last_timer_] = {qt_id, once, std::make_shared<std::function<void()>>(std::move(tick))};
+  return last_timer_;
+}
+
+void QtEventLoop::StopTimer(TimerId timer) {
+  const auto found = timers_.find(timer);
+  if (found == timers_.end()) return;
+  receiver_->killTimer(found->second.qt_id);
+  timers_.erase(found);
+}
+
+void QtEventLoop::Ring(int qt_id) {
+  const auto found =
+      std::find_if(timers_.begin(), timers_.end(), [&](const auto& timer) { return timer.second.qt_id == qt_id; });
+  if (found == timers_.end()) return;
+  const auto tick = found->second.tick;  // the tick may stop its own timer
+  if (found->second.once) StopTimer(found->first);
+  ++served_;
+  (*tick)();
+}
+
+void QtEventLoop::SetAlarm(const void* owner, milliseconds delay, std::function<void()> alarm) {
+  ClearAlarm(owner);
+  alarms_[owner] = Arm(delay, true, [this, owner, rung = std::move(alarm)] {
+    alarms_.erase(owner);
+    rung();
+  });
+}
+
+void QtEventLoop::ClearAlarm(const void* owner) {
+  const auto found = alarms_.find(owner);
+  if (found == alarms_.end()) return;
+  StopTimer(found->second);
+  alarms_.erase(found);
+}
+
+QSocketNotifier* QtEventLoop::MakeNotifier(int descriptor, bool for_writing) {
+  auto* notifier = new QSocketNotifier(descriptor, for_writing ? QSocketNotifier::Write : QSocketNotifier::Read);
+  QObject::connect(notifier, &QSocketNotifier::activated, receiver_.get(), [this, descriptor, for_writing] {
+    const auto found = watched_.find(descriptor);
+    if (found == watched_.end()) return;
+    const auto ready = found->second.ready;  // the call may replace itself
+    ++served_;
+    (*ready)(!for_writing, for_writing);
+  });
+  return notifier;
+}
+
+void QtEventLoop::Watch(int descriptor, bool readable, bool writable,
+                        std::function<void(bool readable, bool writable)> ready) {
+  Watched& watched = watched_[descriptor];
+  watched.ready = std::make_shared<std::function<void(bool, bool)>>(std::move(ready));
+  if (readable && watched.read == nullptr) watched.read = MakeNotifier(descriptor, false);
+  if (writable && watched.write == nullptr) watched.write = MakeNotifier(descriptor, true);
+  if (watched.read != nullptr) watched.read->setEnabled(readable);
+  if (watched.write != nullptr) watched.write->setEnabled(writable);
+  if (readable || writable) return;
+  // Off at once, since the descriptor may be closed next; destroyed later, since one of them may be calling just now.
+  if (watched.read != nullptr) DestroyAtOutermost(watched.read);
+  if (watched.write != nullptr) DestroyAtOutermost(watched.write);
+  watched_.erase(descriptor);
+}
+
+}  // namespace tsly

@@ -1,0 +1,88 @@
+// The program's event loop on Qt's. Events, ticks, alarms and ready descriptors are delivered one at a time, from the
+// dispatcher, and may run the loop again; what Qt serves for itself (windows, D-Bus) runs in between.
+//
+// Owner: the composition, which makes it after the application object and ends it before. Post may be called by any
+// thread, everything else by the one that made it. The contract suite of the event loop runs on it.
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <functional>
+#include <map>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "ports/clock.h"
+#include "ports/event_loop.h"
+#include "posix/descriptor_watch.h"
+
+class QSocketNotifier;
+
+namespace tsly {
+
+class QtEventLoop final : public EventLoop, public DescriptorWatch {
+ public:
+  // `clock` is the one by which callers of Wait reckon.
+  explicit QtEventLoop(Clock& clock);
+  ~QtEventLoop() override;
+
+  void Wait(SteadyTime until) override;
+  void BeginBusy() override;
+  void EndBusy() override;
+  void Post(std::function<void()> event) override;
+  TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
+  void StopTimer(TimerId timer) override;
+
+  void Watch(int descriptor, bool readable, bool writable,
+             std::function<void(bool readable, bool writable)> ready) override;
+  void SetAlarm(const void* owner, std::chrono::milliseconds delay, std::function<void()> alarm) override;
+  void ClearAlarm(const void* owner) override;
+
+  // Called before events are served and before the dispatcher blocks: the place to draw what changed. It serves none.
+  void SetBeforeTurn(std::function<void()> before_turn) { before_turn_ = std::move(before_turn); }
+
+  // Destroys a widget or notifier once no call of this loop is on the stack: only then is none of its own frames.
+  void DestroyAtOutermost(QObject* object);
+
+ protected:
+  void RunWaitingEvents() override;
+
+ private:
+  class Receiver;
+
+  struct Timer {
+    int qt_id = 0;
+    bool once = false;
+    std::shared_ptr<std::function<void()>> tick;
+  };
+  struct Watched {
+    QSocketNotifier* read = nullptr;
+    QSocketNotifier* write = nullptr;
+    std::shared_ptr<std::function<void(bool, bool)>> ready;
+  };
+
+  bool Turn(bool may_block);
+  void LeaveTurn();
+  void Ring(int qt_id);
+  TimerId Arm(std::chrono::milliseconds interval, bool once, std::function<void()> tick);
+  QSocketNotifier* MakeNotifier(int descriptor, bool for_writing);
+
+  Clock& clock_;
+  std::unique_ptr<Receiver> receiver_;
+  std::function<void()> before_turn_;
+  std::uint64_t served_ = 0;  // events that came through this class
+  int depth_ = 0;             // calls of this loop on the stack
+  bool sweeping_ = false;
+  std::vector<QPointer<QObject>> doomed_;
+
+  TimerId last_timer_ = 0;
+  std::map<TimerId, Timer> timers_;
+  std::map<const void*, TimerId> alarms_;
+  std::map<int, Watched> watched_;
+
+  int busy_scopes_ = 0;
+  std::jthread ticker_;
+};
+
+}  // namespace tsly

@@ -1,0 +1,125 @@
+#include "qt/qt_fonts.h"
+
+#include <QFontDatabase>
+#include <QPainter>
+#include <QTextLayout>
+#include <QtMath>
+#include <algorithm>
+#include <map>
+
+namespace tsly {
+namespace {
+
+constexpr double kDesignPoints = 8.25;
+constexpr int kDesignLineHeight = 13;
+constexpr double kPixelsPerPoint = 96.0 / 72.0;
+constexpr int kUnbounded = 1'000'000;
+
+struct Substitute {
+  const char* wanted;
+  const char* family;
+  int stretch;  // per cent of the family's own width
+};
+
+// The first installed family of a wanted font stands in for it. Widths: the dialog's labels were cut for Tahoma, which
+// is narrower than most; a substitute may be a few per cent wider.
+constexpr Substitute kSubstitutes[] = {
+    {"Tahoma",             "Tahoma",                100},
+    {"Tahoma",             "DejaVu Sans Condensed", 100},
+    {"Tahoma",             "DejaVu Sans",           90 },
+    {"Tahoma",             "Noto Sans",             94 },
+    {"Tahoma",             "Liberation Sans",       100},
+    {"MS UI Gothic",       "MS UI Gothic",          100},
+    {"MS UI Gothic",       "IPAUIGothic",           100},
+    {"MS UI Gothic",       "IPAPGothic",            100},
+    {"MS UI Gothic",       "IPAexGothic",           100},
+    {"MS UI Gothic",       "VL PGothic",            100},
+    {"MS UI Gothic",       "Noto Sans CJK JP",      100},
+    {"SimSun",             "SimSun",                100},
+    {"SimSun",             "WenQuanYi Zen Hei",     100},
+    {"SimSun",             "WenQuanYi Micro Hei",   100},
+    {"SimSun",             "Noto Sans CJK SC",      100},
+    {"Microsoft JhengHei", "Microsoft JhengHei",    100},
+    {"Microsoft JhengHei", "Noto Sans CJK TC",      100},
+    {"Microsoft JhengHei", "WenQuanYi Zen Hei",     100},
+    {"Microsoft JhengHei", "WenQuanYi Micro Hei",   100},
+    {"Arial",              "Arial",                 100},
+    {"Arial",              "Liberation Sans",       100},
+    {"Arial",              "Arimo",                 100},
+    {"Arial",              "DejaVu Sans Condensed", 100},
+};
+
+std::map<std::string, const Substitute*> FindInstalled() {
+  const QStringList installed = QFontDatabase::families();
+  std::map<std::string, const Substitute*> found;
+  for (const Substitute& substitute : kSubstitutes) {
+    if (installed.contains(QLatin1StringView(substitute.family))) found.emplace(substitute.wanted, &substitute);
+  }
+  return found;
+}
+
+void ChooseFamily(QFont& font, const std::string& wanted) {
+  static const auto installed = FindInstalled();  // asking the font database anew takes milliseconds
+  const auto found = installed.find(wanted);
+  if (found == installed.end()) {
+    font.setFamily(QString::fromStdString(wanted));
+    return;
+  }
+  font.setFamily(QString::fromLatin1(found->second->family));
+  if (found->second->stretch != 100) font.setStretch(found->second->stretch);
+}
+
+}  // namespace
+
+int PixelsFromTwips(Twips twips) { return qRound(double(twips) / kTwipsPerPixel); }
+
+QString TextFromUtf8(const std::string& text) {
+  QString plain = QString::fromStdString(text);
+  plain.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+  plain.replace(u'\r', u'\n');
+  return plain;
+}
+
+QFont QtFontFor(const Font& font) {
+  QFont chosen;
+  chosen.setStyleHint(QFont::SansSerif);
+  ChooseFamily(chosen, font.name);
+  chosen.setPixelSize(qRound(font.points * kPixelsPerPoint));
+  chosen.setBold(font.bold);
+  chosen.setUnderline(font.underline);
+  return chosen;
+}
+
+int LineHeightOf(const Font& font) { return qCeil(font.points * kDesignLineHeight / kDesignPoints); }
+
+TextBlock::TextBlock(const QString& text, const Font& font, std::optional<int> wrap_width, Qt::Alignment alignment) {
+  const int line_height = LineHeightOf(font);
+  const QFont qt_font = QtFontFor(font);
+  QTextOption option(alignment);
+  option.setWrapMode(wrap_width ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
+  if (!wrap_width) option.setFlags(QTextOption::IncludeTrailingSpaces);
+  for (const QString& paragraph : text.split(u'\n')) {
+    paragraphs_.push_back(std::make_unique<QTextLayout>(paragraph, qt_font));
+    paragraphs_.back()->setTextOption(option);
+    LayOut(*paragraphs_.back(), wrap_width, line_height);
+  }
+}
+
+TextBlock::~TextBlock() = default;
+
+void TextBlock::LayOut(QTextLayout& paragraph, std::optional<int> wrap_width, int line_height) {
+  paragraph.beginLayout();
+  for (QTextLine line = paragraph.createLine(); line.isValid(); line = paragraph.createLine()) {
+    line.setLineWidth(wrap_width ? *wrap_width : kUnbounded);
+    line.setPosition(QPointF(0, height_ + (line_height - line.height()) / 2));
+    width_ = std::max(width_, qCeil(line.naturalTextWidth()));
+    height_ += line_height;
+  }
+  paragraph.endLayout();
+}
+
+void TextBlock::Draw(QPainter& painter, const QPointF& top_left) const {
+  for (const auto& paragraph : paragraphs_) paragraph->draw(&painter, top_left);
+}
+
+}  // namespace tsly

@@ -1,0 +1,30 @@
+// The look of what the dialog has in common with its message boxes: flat buttons and scroll bars on dark ground, with a
+// focus that is seen. The rest is Qt's Fusion.
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+#include <QProxyStyle>
+
+#include "controls/control.h"
+
+namespace tsly {
+
+inline constexpr QColor kAccent(192, 192, 255);        // links, focus
+inline constexpr QColor kDisabledText(134, 134, 134);  // still read on the dialog's greys
+
+QColor QtColor(Color color);
+
+// Colours of a window, and of the widgets in it, on a background.
+QPalette PaletteOn(Color background);
+
+class DialogStyle final : public QProxyStyle {
+ public:
+  DialogStyle();
+  void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                   const QWidget* widget) const override;
+  void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                          const QWidget* widget) const override;
+};
+
+}  // namespace tsly

@@ -1,0 +1,351 @@
+#include "qt/qt_widgets.h"
+
+#include <QFocusEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "ports/toolkit.h"
+#include "qt/qt_fonts.h"
+#include "qt/qt_style.h"
+
+namespace tsly {
+namespace {
+
+constexpr std::int32_t kTwipsPerNotch = 3 * 195;  // of the wheel: three lines of text
+constexpr int kAnglePerNotch = 120;
+
+QString PicturePath(const char* name) { return QStringLiteral(":/pictures/") + QString::fromUtf8(name); }
+
+QCursor CursorFor(std::int32_t pointer) {
+  if (pointer == kPointerHourglass) return Qt::WaitCursor;
+  if (pointer != kPointerCustom) return Qt::ArrowCursor;
+  constexpr QPoint finger_tip(12, 5);
+  const QPixmap hand(PicturePath("hand.png"));
+  return hand.isNull() ? QCursor(Qt::PointingHandCursor) : QCursor(hand, finger_tip.x(), finger_tip.y());
+}
+
+void TakePointer(QWidget& widget, std::int32_t pointer) {
+  if (pointer == kPointerDefault) {
+    widget.unsetCursor();
+  } else {
+    widget.setCursor(CursorFor(pointer));
+  }
+}
+
+// A widget that paints itself and may be clicked.
+class Area : public QWidget, public ControlWidget {
+ public:
+  Area(QWidget* parent, Report report) : QWidget(parent), report_(std::move(report)) {}
+  QWidget& Widget() override { return *this; }
+  void Take(const ControlLook& look) override {
+    look_ = look;
+    TakePointer(*this, look.mouse_pointer);
+    update();
+  }
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override { pressed_ = event->button() == Qt::LeftButton; }
+  void mouseReleaseEvent(QMouseEvent* event) override {
+    if (event->button() != Qt::LeftButton || !std::exchange(pressed_, false)) return;
+    if (rect().contains(event->position().toPoint())) Click();
+  }
+  void Click() { report_(UiEvent::Kind::Click, 0); }
+
+  // Background and border; with a pen set for what comes next.
+  void PaintGround(QPainter& painter) const {
+    if (!look_.transparent) painter.fillRect(rect(), QtColor(look_.back_color));
+    painter.setPen(QtColor(look_.fore_color));
+    if (look_.border_style != 0) painter.drawRect(rect().adjusted(0, 0, -1, -1));
+  }
+
+  ControlLook look_;
+
+ private:
+  Report report_;
+  bool pressed_ = false;
+};
+
+class ScrollBarWidget final : public QScrollBar, public ControlWidget {
+ public:
+  ScrollBarWidget(QWidget* parent, Report report) : QScrollBar(Qt::Vertical, parent), report_(std::move(report)) {
+    // Reached by the mouse only: the form hands its focus on at once, which would trap somebody who walks by Tab.
+    setFocusPolicy(Qt::ClickFocus);
+    setContextMenuPolicy(Qt::PreventContextMenu);
+    connect(this, &QScrollBar::valueChanged, this, [this](int value) {
+      report_(isSliderDown() ? UiEvent::Kind::ThumbMoved : UiEvent::Kind::ValueChanged, value);
+    });
+    connect(this, &QScrollBar::sliderReleased, this, [this] { report_(UiEvent::Kind::ValueChanged, value()); });
+  }
+  QWidget& Widget() override { return *this; }
+  void Take(const ControlLook& look) override {
+    const QSignalBlocker no_echo(this);
+    setRange(look.minimum, std::max(look.minimum, look.maximum));
+    setSingleStep(look.small_change);
+    setPageStep(look.large_change);
+    if (!isSliderDown()) setValue(look.value);
+  }
+
+ protected:
+  void focusInEvent(QFocusEvent* event) override {
+    QScrollBar::focusInEvent(event);
+    report_(UiEvent::Kind::GotFocus, 0);
+  }
+  void wheelEvent(QWheelEvent* event) override { event->ignore(); }  // left to the panel
+
+ private:
+  Report report_;
+};
+
+ScrollBarWidget* VisibleScrollBarIn(const QWidget& panel) {
+  for (QObject* child : panel.children()) {
+    auto* bar = dynamic_cast<ScrollBarWidget*>(child);
+    if (bar != nullptr && bar->isVisible() && bar->isEnabled()) return bar;
+  }
+  return nullptr;
+}
+
+// Scrolls what holds `widget` until its part of the list (the direct child of the scrolled panel) is in sight, or the
+// widget itself if that part is higher than the panel.
+void BringIntoView(const QWidget& widget) {
+  const QWidget* part = &widget;
+  for (QWidget* panel = widget.parentWidget(); panel != nullptr; part = panel, panel = panel->parentWidget()) {
+    if (VisibleScrollBarIn(*panel) == nullptr) continue;
+    const QWidget& target = part->height() <= panel->height() ? *part : widget;
+    const int top = target.mapTo(panel, QPoint(0, 0)).y();
+    const int below = top + target.height() - panel->height();
+    if (top < 0) {
+      ScrollPanel(*panel, top * kTwipsPerPixel);
+    } else if (below > 0) {
+      ScrollPanel(*panel, below * kTwipsPerPixel);
+    }
+    return;
+  }
+}
+
+class PanelWidget final : public Area {
+ public:
+  using Area::Area;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    PaintGround(painter);
+  }
+  void wheelEvent(QWheelEvent* event) override {
+    const std::int32_t turned = event->pixelDelta().isNull() ? event->angleDelta().y() * kTwipsPerNotch / kAnglePerNotch
+                                                             : event->pixelDelta().y() * kTwipsPerPixel;
+    event->setAccepted(ScrollPanel(*this, -turned));
+  }
+};
+
+// A label, and a link: a label that shows the hand or an underline can be reached and clicked by the keyboard.
+class LabelWidget final : public Area {
+ public:
+  using Area::Area;
+  void Take(const ControlLook& look) override {
+    Area::Take(look);
+    block_.reset();
+    setFocusPolicy(look.mouse_pointer == kPointerCustom || look.font.underline ? Qt::StrongFocus : Qt::NoFocus);
+    setAccessibleName(TextFromUtf8(look.text));
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    PaintGround(painter);
+    if (hasFocus() && by_keyboard_) PaintFocus(painter);
+    painter.setPen(isEnabled() ? QtColor(look_.fore_color) : kDisabledText);
+    Text().Draw(painter, QPointF(0, 0));
+  }
+  void focusInEvent(QFocusEvent* event) override {
+    // A window that becomes active gives the focus back as it was.
+    if (event->reason() != Qt::ActiveWindowFocusReason) by_keyboard_ = event->reason() != Qt::MouseFocusReason;
+    if (by_keyboard_) BringIntoView(*this);
+    QWidget::focusInEvent(event);
+  }
+  void keyPressEvent(QKeyEvent* event) override {
+    const int key = event->key();
+    if (focusPolicy() == Qt::NoFocus || (key != Qt::Key_Return && key != Qt::Key_Enter && key != Qt::Key_Space)) {
+      return event->ignore();
+    }
+    if (!event->isAutoRepeat()) Click();
+  }
+
+ private:
+  // Laid out when it is first painted: most labels of a long list never are.
+  const TextBlock& Text() {
+    if (!block_) {
+      std::optional<int> wrap_width;
+      if (look_.word_wrap || !look_.auto_size) wrap_width = PixelsFromTwips(look_.rect.width);
+      block_.emplace(TextFromUtf8(look_.text), look_.font, wrap_width);
+    }
+    return *block_;
+  }
+  void PaintFocus(QPainter& painter) const {
+    QColor tint = kAccent;
+    tint.setAlpha(48);
+    painter.setPen(kAccent);
+    painter.setBrush(tint);
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+  }
+
+  std::optional<TextBlock> block_;
+  bool by_keyboard_ = false;
+};
+
+// What only shows something: clicks go to the panel below it.
+class Picture : public Area {
+ public:
+  explicit Picture(QWidget* parent) : Area(parent, nullptr) { setAttribute(Qt::WA_TransparentForMouseEvents); }
+};
+
+class ImageWidget final : public Picture {
+ public:
+  using Picture::Picture;
+  void Take(const ControlLook& look) override {
+    if (look.picture != look_.picture) pixmap_ = QPixmap(PicturePath(look.picture.c_str()));
+    Picture::Take(look);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    if (!pixmap_.isNull()) QPainter(this).drawPixmap(rect(), pixmap_);
+  }
+
+ private:
+  QPixmap pixmap_;
+};
+
+class RectangleWidget final : public Picture {
+ public:
+  using Picture::Picture;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setPen(QtColor(look_.fore_color));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+  }
+};
+
+class LineWidget final : public Picture {
+ public:
+  using Picture::Picture;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setPen(QtColor(look_.fore_color));
+    painter.drawLine(0, 0, width() - 1, height() - 1);
+  }
+};
+
+// Enter presses the one that has the focus, as Space does; there is no default button.
+class ButtonWidget final : public QPushButton, public ControlWidget {
+ public:
+  ButtonWidget(QWidget* parent, const Report& report) : QPushButton(parent) {
+    setAutoDefault(true);
+    connect(this, &QPushButton::clicked, this, [report] { report(UiEvent::Kind::Click, 0); });
+  }
+  QWidget& Widget() override { return *this; }
+  void Take(const ControlLook& look) override {
+    setFont(QtFontFor(look.font));
+    setText(TextFromUtf8(look.text).replace(u'&', QStringLiteral("&&")));  // a single one would make a shortcut
+    TakePointer(*this, look.mouse_pointer);
+  }
+};
+
+// Text of several lines to be read, selected and copied.
+class TextWidget final : public QPlainTextEdit, public ControlWidget {
+ public:
+  explicit TextWidget(QWidget* parent) : QPlainTextEdit(parent) {
+    setFrameShape(QFrame::NoFrame);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setContextMenuPolicy(Qt::PreventContextMenu);
+    setTabChangesFocus(true);
+    setUndoRedoEnabled(false);
+  }
+  QWidget& Widget() override { return *this; }
+  void Take(const ControlLook& look) override {
+    setTextInteractionFlags(look.read_only ? Qt::TextSelectableByMouse : Qt::TextEditorInteraction);
+    setFont(QtFontFor(look.font));
+    QPalette colors = palette();
+    colors.setColor(QPalette::Base, QtColor(look.back_color));
+    colors.setColor(QPalette::Text, QtColor(look.fore_color));
+    setPalette(colors);
+    if (shown_ != look.text) {
+      shown_ = look.text;
+      setPlainText(TextFromUtf8(shown_));
+    }
+    Select(look);
+  }
+
+ private:
+  int PositionOf(std::int32_t byte) const {
+    const auto bytes = std::min(static_cast<std::size_t>(std::max(byte, 0)), shown_.size());
+    return static_cast<int>(TextFromUtf8(shown_.substr(0, bytes)).size());
+  }
+  void Select(const ControlLook& look) {
+    QTextCursor caret = textCursor();
+    caret.setPosition(PositionOf(look.selection_start));
+    caret.setPosition(PositionOf(look.selection_start + look.selection_length), QTextCursor::KeepAnchor);
+    setTextCursor(caret);
+    ensureCursorVisible();
+  }
+
+  std::string shown_;
+};
+
+// A text box of one line. In this program it only holds the focus out of sight, so it shows nothing and, unlike a
+// line editor, wakes nobody for a blinking caret; keys go on to the window.
+class FocusHolder final : public QWidget, public ControlWidget {
+ public:
+  explicit FocusHolder(QWidget* parent) : QWidget(parent) {}
+  QWidget& Widget() override { return *this; }
+  void Take(const ControlLook&) override {}
+};
+
+}  // namespace
+
+bool ScrollPanel(QWidget& panel, std::int32_t distance) {
+  ScrollBarWidget* bar = VisibleScrollBarIn(panel);
+  if (bar == nullptr) return false;
+  bar->setValue(bar->value() + distance);
+  return true;
+}
+
+bool ScrollPanelByPages(QWidget& panel, std::int32_t pages) {
+  return ScrollPanel(panel, pages * panel.height() * kTwipsPerPixel);
+}
+
+ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report report) {
+  switch (control.Kind()) {
+    case ControlKind::Panel:
+      return new PanelWidget(parent, std::move(report));
+    case ControlKind::Label:
+      return new LabelWidget(parent, std::move(report));
+    case ControlKind::Image:
+      return new ImageWidget(parent);
+    case ControlKind::Button:
+      return new ButtonWidget(parent, report);
+    case ControlKind::ScrollBar:
+      return new ScrollBarWidget(parent, std::move(report));
+    case ControlKind::Rectangle:
+      return new RectangleWidget(parent);
+    case ControlKind::Line:
+      return new LineWidget(parent);
+    case ControlKind::TextBox:
+      break;
+  }
+  if (control.Look().multi_line) return new TextWidget(parent);
+  return new FocusHolder(parent);
+}
+
+}  // namespace tsly

@@ -1,0 +1,185 @@
+#include "qt/qt_window.h"
+
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QPointer>
+#include <QScrollBar>
+#include <algorithm>
+#include <utility>
+
+#include "qt/qt_event_loop.h"
+#include "qt/qt_fonts.h"
+#include "qt/qt_style.h"
+#include "qt/qt_topmost.h"
+#include "qt/qt_widgets.h"
+
+namespace tsly {
+namespace {
+
+constexpr Qt::WindowFlags kDialogFrame =
+    Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
+constexpr std::int32_t kTwipsPerArrowKey = 195;
+constexpr std::int32_t kFarAway = INT16_MAX;
+
+// Rounds edges, not sizes, so that neighbours that touch in twips touch in pixels.
+QRect PixelRect(const Rect& rect) {
+  const QPoint top_left(PixelsFromTwips(rect.left), PixelsFromTwips(rect.top));
+  const QPoint end(PixelsFromTwips(rect.left + rect.width), PixelsFromTwips(rect.top + rect.height));
+  return {top_left, QSize(end.x() - top_left.x(), end.y() - top_left.y())};
+}
+
+QRect PlaceOf(const Control& control) {
+  QRect place = PixelRect(control.Look().rect);
+  // A level or upright line has no extent in one direction.
+  if (control.Kind() == ControlKind::Line) place.setSize(place.size().expandedTo(QSize(1, 1)));
+  return place;
+}
+
+QString ObjectName(const Control& control) {
+  const QString name = QString::fromStdString(control.Name());
+  return control.Index() < 0 ? name : QStringLiteral("%1(%2)").arg(name).arg(control.Index());
+}
+
+}  // namespace
+
+FormWindow::FormWindow(Form& form, QtEventLoop& loop, QPoint origin)
+    : QWidget(nullptr, kDialogFrame),
+      form_(&form),
+      loop_(loop),
+      load_(form.LoadNumber()),
+      origin_(origin),
+      focus_requests_(form.FocusRequests()) {}
+
+void FormWindow::Reveal() {
+  revealed_ = true;
+  DrawChanges();
+  // Not on the first link: nothing looks chosen until somebody walks by Tab, and Tab begins at the first.
+  if (focusWidget() == nullptr) setFocus();
+  show();
+}
+
+void FormWindow::PlaceTopmost() {
+  if (isVisible()) {
+    KeepAbove(*windowHandle());
+    return;
+  }
+  setAttribute(Qt::WA_ShowWithoutActivating);
+  setWindowFlag(Qt::WindowStaysOnTopHint);
+}
+
+void FormWindow::Detach() {
+  form_ = nullptr;
+  hide();
+}
+
+void FormWindow::DrawChanges() {
+  if (form_ == nullptr || !revealed_ || drawn_changes_ == form_->Changes()) return;
+  drawn_changes_ = form_->Changes();
+  DrawFrame();
+  DrawControls();
+  FollowFocusRequest();
+}
+
+void FormWindow::DrawFrame() {
+  setWindowTitle(TextFromUtf8(form_->Caption()));
+  const QPalette colors = PaletteOn(form_->BackColor());
+  if (colors != palette()) setPalette(colors);
+  const QRect inner = PixelRect({0, 0, form_->InnerWidth(), form_->InnerHeight()});
+  if (inner.size() != size()) setFixedSize(inner.size());
+  const QPoint place = origin_ + PixelRect(form_->Outer()).topLeft();
+  // Only when the form moves itself: the user may have moved the window meanwhile.
+  if (pass_ == 0 || place != place_) move(place);
+  place_ = place;
+}
+
+void FormWindow::DrawControls() {
+  ++pass_;
+  for (const Control* control : form_->Controls()) DrawControl(*control);
+  std::erase_if(drawn_, [this](const auto& entry) {
+    if (entry.second.pass == pass_) return false;
+    entry.second.widget->Widget().hide();
+    loop_.DestroyAtOutermost(&entry.second.widget->Widget());
+    return true;
+  });
+}
+
+void FormWindow::DrawControl(const Control& control) {
+  Drawn& drawn = drawn_[control.Id()];
+  drawn.pass = pass_;
+  if (drawn.widget == nullptr) {
+    QWidget* parent = control.Parent() == nullptr ? this : &WidgetOf(*control.Parent());
+    drawn.widget =
+        MakeControlWidget(control, parent, [this, id = control.Id()](UiEvent::Kind kind, std::int32_t value) {
+          ReportEvent({kind, id, value});
+        });
+    drawn.widget->Widget().setObjectName(ObjectName(control));
+  }
+  if (drawn.changes == control.Changes()) return;
+  drawn.changes = control.Changes();
+  QWidget& widget = drawn.widget->Widget();
+  drawn.widget->Take(control.Look());
+  widget.setGeometry(PlaceOf(control));
+  widget.setEnabled(control.Enabled());
+  widget.setVisible(control.Visible());
+}
+
+QWidget& FormWindow::WidgetOf(const Control& control) const { return drawn_.at(control.Id()).widget->Widget(); }
+
+void FormWindow::FollowFocusRequest() {
+  if (focus_requests_ == form_->FocusRequests()) return;
+  focus_requests_ = form_->FocusRequests();
+  const auto found = drawn_.find(form_->FocusRequest());
+  if (found != drawn_.end()) found->second.widget->Widget().setFocus(Qt::OtherFocusReason);
+}
+
+void FormWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();  // whether the window goes is the form's decision
+  RequestClose();
+}
+
+void FormWindow::keyPressEvent(QKeyEvent* event) {
+  for (const auto* bar : findChildren<QScrollBar*>()) {
+    QWidget& panel = *bar->parentWidget();
+    const bool scrolled = [&] {
+      switch (event->key()) {
+        case Qt::Key_Up:
+          return ScrollPanel(panel, -kTwipsPerArrowKey);
+        case Qt::Key_Down:
+          return ScrollPanel(panel, kTwipsPerArrowKey);
+        case Qt::Key_PageUp:
+          return ScrollPanelByPages(panel, -1);
+        case Qt::Key_PageDown:
+          return ScrollPanelByPages(panel, 1);
+        case Qt::Key_Home:
+          return ScrollPanel(panel, -kFarAway);
+        case Qt::Key_End:
+          return ScrollPanel(panel, kFarAway);
+        default:
+          return false;
+      }
+    }();
+    if (scrolled) return;
+  }
+  QWidget::keyPressEvent(event);
+}
+
+void FormWindow::ReportEvent(const UiEvent& event) {
+  loop_.Post([window = QPointer<FormWindow>(this), event] {
+    if (window) window->Deliver(event);
+  });
+}
+
+void FormWindow::Deliver(UiEvent event) {
+  if (form_ == nullptr) return;
+  const Control* control = form_->Find(event.control);
+  if (control != nullptr && control->Kind() == ControlKind::ScrollBar) {
+    // The model's range may have become smaller since; and what it makes of the value is what the widget has to show.
+    const ControlLook& look = control->Look();
+    event.value = std::clamp<std::int32_t>(event.value, look.minimum, std::max(look.minimum, look.maximum));
+    drawn_[event.control].changes = 0;
+    drawn_changes_ = 0;
+  }
+  form_->Deliver(event, load_);
+}
+
+}  // namespace tsly
