@@ -39,12 +39,23 @@ void TickUntilStopped(const std::stop_token& stop, std::atomic<bool>& flag) {
 
 }  // namespace
 
+// Where Qt delivers to, and what counts the events that it delivers to anybody.
 class QtEventLoop::Receiver final : public QObject {
  public:
-  explicit Receiver(QtEventLoop& loop) : loop_(loop) {}
+  explicit Receiver(QtEventLoop& loop) : loop_(loop) { QCoreApplication::instance()->installEventFilter(this); }
+
+  void WakeUp() { QCoreApplication::postEvent(this, new QEvent(QEvent::User)); }
 
  protected:
+  bool eventFilter(QObject*, QEvent*) override {
+    ++loop_.served_;
+    return false;
+  }
   void timerEvent(QTimerEvent* event) override { loop_.Ring(event->timerId()); }
+  void customEvent(QEvent*) override {
+    --loop_.served_;  // what it announces counts
+    loop_.ServePosted();
+  }
 
  private:
   QtEventLoop& loop_;
@@ -68,19 +79,18 @@ QtEventLoop::~QtEventLoop() {
 
 void QtEventLoop::Wait(SteadyTime until) {
   const std::uint64_t served_before = served_;
-  bool rang = false;
   TimerId deadline = 0;
+  bool rang = until != kForever;
   do {
-    if (until != kForever && (deadline == 0 || rang)) {
-      rang = false;
+    // Armed again when it rang a shade early: the deadline has passed only when the clock is beyond it.
+    if (std::exchange(rang, false)) {
       deadline = Arm(IntervalBeyond(until - clock_.Steady()), true, [this, &rang] {
         rang = true;
         --served_;  // no event for the caller
       });
     }
     Turn(true);
-    // A timer may ring a shade early; the deadline has passed only when the clock is beyond it.
-  } while (rang && served_ == served_before && clock_.Steady() <= until);
+  } while (served_ == served_before && clock_.Steady() <= until);
   StopTimer(deadline);
 }
 
@@ -92,13 +102,17 @@ void QtEventLoop::RunWaitingEvents() {
 }
 
 bool QtEventLoop::Turn(bool may_block) {
+  const std::uint64_t served_before = served_;
   if (before_turn_) before_turn_();
   ++depth_;
-  const bool served = QAbstractEventDispatcher::instance()->processEvents(may_block ? QEventLoop::WaitForMoreEvents
-                                                                                    : QEventLoop::AllEvents);
+  ServePosted();
+  // The dispatcher of a nested loop would sleep over what was posted before it began.
+  QCoreApplication::sendPostedEvents();
+  const bool block = may_block && served_ == served_before;
+  QAbstractEventDispatcher::instance()->processEvents(block ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
   --depth_;
   LeaveTurn();
-  return served;
+  return served_ != served_before;
 }
 
 void QtEventLoop::LeaveTurn() {
@@ -126,13 +140,34 @@ void QtEventLoop::EndBusy() {
 }
 
 void QtEventLoop::Post(std::function<void()> event) {
-  QMetaObject::invokeMethod(
-      receiver_.get(),
-      [this, posted = std::move(event)] {
-        ++served_;
-        posted();
-      },
-      Qt::QueuedConnection);
+  {
+    const std::lock_guard lock(posted_guard_);
+    posted_.push_back(std::move(event));
+  }
+  receiver_->WakeUp();
+}
+
+std::function<void()> QtEventLoop::TakePosted() {
+  const std::lock_guard lock(posted_guard_);
+  if (posted_.empty()) return nullptr;
+  auto event = std::move(posted_.front());
+  posted_.pop_front();
+  return event;
+}
+
+// Serves what waits now; what is posted meanwhile waits for the next turn, so that timers get theirs too.
+void QtEventLoop::ServePosted() {
+  std::size_t waiting = 0;
+  {
+    const std::lock_guard lock(posted_guard_);
+    waiting = posted_.size();
+  }
+  for (; waiting > 0; --waiting) {
+    const auto event = TakePosted();
+    if (!event) return;
+    ++served_;
+    event();
+  }
 }
 
 TimerId QtEventLoop::StartTimer(milliseconds interval, std::function<void()> tick) {
@@ -159,7 +194,6 @@ void QtEventLoop::Ring(int qt_id) {
   if (found == timers_.end()) return;
   const auto tick = found->second.tick;  // the tick may stop its own timer
   if (found->second.once) StopTimer(found->first);
-  ++served_;
   (*tick)();
 }
 
@@ -184,7 +218,6 @@ QSocketNotifier* QtEventLoop::MakeNotifier(int descriptor, bool for_writing) {
     const auto found = watched_.find(descriptor);
     if (found == watched_.end()) return;
     const auto ready = found->second.ready;  // the call may replace itself
-    ++served_;
     (*ready)(!for_writing, for_writing);
   });
   return notifier;

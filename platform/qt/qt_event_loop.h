@@ -7,9 +7,11 @@
 
 #include <QObject>
 #include <QPointer>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -62,7 +64,9 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
     std::shared_ptr<std::function<void(bool, bool)>> ready;
   };
 
-  bool Turn(bool may_block);
+  bool Turn(bool may_block);  // whether an event was served
+  void ServePosted();
+  std::function<void()> TakePosted();
   void LeaveTurn();
   void Ring(int qt_id);
   TimerId Arm(std::chrono::milliseconds interval, bool once, std::function<void()> tick);
@@ -71,10 +75,14 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   Clock& clock_;
   std::unique_ptr<Receiver> receiver_;
   std::function<void()> before_turn_;
-  std::uint64_t served_ = 0;  // events that came through this class
+  std::uint64_t served_ = 0;  // events of any kind, Qt's own included
   int depth_ = 0;             // calls of this loop on the stack
   bool sweeping_ = false;
   std::vector<QPointer<QObject>> doomed_;
+
+  // Kept here and not in Qt's queue, which shows a nested loop nothing of what was posted before it began.
+  std::mutex posted_guard_;
+  std::deque<std::function<void()>> posted_;
 
   TimerId last_timer_ = 0;
   std::map<TimerId, Timer> timers_;

@@ -1,0 +1,138 @@
+// What every event loop keeps to. A test program that has a loop instantiates EventLoopSuite with a maker of fixtures.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "ports/event_loop.h"
+
+namespace tsly {
+
+class LoopFixture {
+ public:
+  virtual ~LoopFixture() = default;
+  virtual EventLoop& Loop() = 0;
+  virtual SteadyTime Now() = 0;
+  virtual void LetTimePass(std::chrono::milliseconds span) = 0;  // with nobody at the loop
+};
+
+using MakeLoopFixture = std::unique_ptr<LoopFixture> (*)();
+
+class EventLoopSuite : public testing::TestWithParam<MakeLoopFixture> {
+ protected:
+  using milliseconds = std::chrono::milliseconds;
+
+  void PostNote(char note) {
+    loop.Post([this, note] { notes += note; });
+  }
+  // What is noted at the latest a good while from now.
+  std::string NotesWhen(std::size_t count) {
+    const SteadyTime end = fixture->Now() + std::chrono::seconds(10);
+    while (notes.size() < count && fixture->Now() <= end) loop.Wait(end);
+    return notes;
+  }
+
+  std::unique_ptr<LoopFixture> fixture = GetParam()();
+  EventLoop& loop = fixture->Loop();
+  std::string notes;  // one character per event
+};
+
+TEST_P(EventLoopSuite, EventsRunInOrderAndNeverInsidePost) {
+  loop.Post([this] {
+    notes += 'a';
+    PostNote('d');
+    notes += 'b';
+  });
+  PostNote('c');
+  EXPECT_EQ(notes, "");
+  loop.LetEventsRun();
+  EXPECT_EQ(notes, "abcd");
+}
+
+TEST_P(EventLoopSuite, AnEventThatWaitsLetsTheOthersIn) {
+  loop.Post([this] {
+    notes += '(';
+    loop.Wait(kForever);
+    notes += ')';
+  });
+  loop.Post([this] {
+    notes += '[';
+    loop.LetEventsRun();
+    notes += ']';
+  });
+  PostNote('x');
+  loop.LetEventsRun();
+  EXPECT_EQ(notes, "([x])");
+}
+
+TEST_P(EventLoopSuite, AWaitEndsWithAnEventOrBeyondItsDeadline) {
+  loop.LetEventsRun();
+  const SteadyTime soon = fixture->Now() + milliseconds(3);
+  loop.Wait(soon);
+  EXPECT_GT(fixture->Now(), soon);
+
+  const SteadyTime late = fixture->Now() + std::chrono::hours(1);
+  const TimerId timer = loop.StartTimer(milliseconds(3), [this] { notes += 't'; });
+  EXPECT_EQ(NotesWhen(1), "t");
+  EXPECT_LT(fixture->Now(), late);
+  loop.StopTimer(timer);
+}
+
+TEST_P(EventLoopSuite, TimersRepeatUntilStopped) {
+  const TimerId slow = loop.StartTimer(milliseconds(50), [this] { notes += 's'; });
+  TimerId fast = 0;
+  fast = loop.StartTimer(milliseconds(10), [&] {
+    notes += 'f';
+    if (notes == "ff") loop.StopTimer(fast);  // by its own tick
+  });
+  EXPECT_EQ(NotesWhen(4), "ffss");
+  fixture->LetTimePass(milliseconds(60));
+  loop.StopTimer(slow);  // when its tick was due already
+  loop.LetEventsRun();
+  EXPECT_EQ(notes, "ffss");
+}
+
+TEST_P(EventLoopSuite, MissedTicksAreNotMadeUpFor) {
+  const TimerId timer = loop.StartTimer(milliseconds(20), [this] { notes += 't'; });
+  fixture->LetTimePass(milliseconds(110));
+  loop.LetEventsRun();
+  EXPECT_EQ(notes, "t");
+  loop.StopTimer(timer);
+}
+
+TEST_P(EventLoopSuite, ATickThatWaitsLetsOtherTimersTick) {
+  const TimerId inner = loop.StartTimer(milliseconds(5), [this] { notes += '.'; });
+  TimerId outer = 0;
+  outer = loop.StartTimer(milliseconds(1), [&] {
+    loop.StopTimer(outer);
+    notes += '(';
+    while (notes.back() != '.') loop.Wait(kForever);
+    notes += ')';
+  });
+  EXPECT_EQ(NotesWhen(3).substr(0, 3), "(.)");
+  loop.StopTimer(inner);
+}
+
+TEST_P(EventLoopSuite, ABusyLoopServesEventsSoonAfterTheyCome) {
+  loop.BeginBusy();
+  loop.BeginBusy();
+  loop.EndBusy();  // still inside the outer one
+  loop.LetEventsRun();
+  for (const char note : {'1', '2'}) {
+    PostNote(note);
+    for (int step = 0; step < 5000 && notes.find(note) == std::string::npos; ++step) {
+      fixture->LetTimePass(milliseconds(1));
+      loop.LetEventsRun();
+    }
+  }
+  EXPECT_EQ(notes, "12");
+  loop.EndBusy();
+  PostNote('3');
+  loop.LetEventsRun();  // outside, at once
+  EXPECT_EQ(notes, "123");
+}
+
+}  // namespace tsly

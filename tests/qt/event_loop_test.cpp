@@ -1,0 +1,127 @@
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <QObject>
+#include <QPointer>
+#include <array>
+#include <thread>
+
+#include "contract/event_loop_suite.h"
+#include "qt/application_environment.h"
+#include "qt/qt_event_loop.h"
+
+namespace tsly {
+namespace {
+
+using std::chrono::milliseconds;
+
+class QtLoopFixture final : public LoopFixture {
+ public:
+  EventLoop& Loop() override { return loop; }
+  SteadyTime Now() override { return clock.Steady(); }
+  void LetTimePass(milliseconds span) override {
+    for (const SteadyTime end = Now() + span; Now() <= end;) {
+    }
+  }
+
+  RealClock clock;
+  QtEventLoop loop{clock};
+};
+
+std::unique_ptr<LoopFixture> MakeQtLoop() { return std::make_unique<QtLoopFixture>(); }
+INSTANTIATE_TEST_SUITE_P(Qt, EventLoopSuite, testing::Values(&MakeQtLoop));
+
+class QtEventLoopTest : public testing::Test {
+ protected:
+  template <typename Condition>
+  bool WaitFor(Condition&& condition) {
+    const SteadyTime end = fixture.Now() + std::chrono::seconds(10);
+    while (!condition() && fixture.Now() <= end) loop.Wait(end);
+    return condition();
+  }
+
+  QtLoopFixture fixture;
+  QtEventLoop& loop = fixture.loop;
+};
+
+double ProcessorSeconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  const auto seconds = [](const timeval& time) { return double(time.tv_sec) + double(time.tv_usec) * 1e-6; };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+TEST_F(QtEventLoopTest, AWaitUsesNoProcessor) {
+  loop.LetEventsRun();
+  const double before = ProcessorSeconds();
+  loop.Wait(fixture.Now() + milliseconds(200));
+  EXPECT_LT(ProcessorSeconds() - before, 0.05);
+}
+
+TEST_F(QtEventLoopTest, OtherThreadsPost) {
+  std::thread::id served_by;
+  std::thread poster([&] { loop.Post([&] { served_by = std::this_thread::get_id(); }); });
+  EXPECT_TRUE(WaitFor([&] { return served_by == std::this_thread::get_id(); }));
+  poster.join();
+}
+
+TEST_F(QtEventLoopTest, DescriptorsAreWatchedUntilToldOtherwise) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  int reads = 0, writes = 0;
+  loop.Watch(ends[1], false, true, [&](bool readable, bool writable) {
+    EXPECT_FALSE(readable);
+    EXPECT_TRUE(writable);
+    ++writes;
+    loop.Watch(ends[1], false, false, {});  // out of its own call
+  });
+  EXPECT_EQ(writes, 0);
+  EXPECT_TRUE(WaitFor([&] { return writes == 1; }));
+
+  loop.Watch(ends[0], true, false, [&](bool, bool) { ADD_FAILURE() << "replaced before anything could be read"; });
+  loop.Watch(ends[0], true, false, [&](bool readable, bool) { reads += readable; });
+  loop.LetEventsRun();
+  EXPECT_EQ(reads, 0);
+  ASSERT_EQ(write(ends[1], "x", 1), 1);
+  EXPECT_TRUE(WaitFor([&] { return reads > 0; }));
+  loop.Watch(ends[0], false, false, {});
+  const int reads_then = reads;
+  loop.LetEventsRun();
+  EXPECT_EQ(reads, reads_then);
+  EXPECT_EQ(writes, 1);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+TEST_F(QtEventLoopTest, AnOwnerHasOneAlarmThatRingsOnce) {
+  std::string rung;
+  const int first = 0, second = 0;
+  loop.SetAlarm(&first, milliseconds(0), [&] { rung += 'x'; });
+  loop.SetAlarm(&first, milliseconds(5), [&] {
+    rung += 'a';
+    loop.SetAlarm(&first, milliseconds(1), [&] { rung += 'b'; });
+  });
+  loop.SetAlarm(&second, milliseconds(1), [&] { rung += 'y'; });
+  loop.ClearAlarm(&second);
+  EXPECT_EQ(rung, "");
+  EXPECT_TRUE(WaitFor([&] { return rung == "ab"; }));
+  fixture.LetTimePass(milliseconds(10));
+  loop.LetEventsRun();
+  EXPECT_EQ(rung, "ab");
+}
+
+TEST_F(QtEventLoopTest, DoomedObjectsOutliveAllCallsOnTheStack) {
+  const QPointer<QObject> object = new QObject;
+  bool alive_below = false;
+  loop.Post([&] {
+    loop.DestroyAtOutermost(object);
+    loop.LetEventsRun();
+    alive_below = object != nullptr;
+  });
+  loop.LetEventsRun();
+  EXPECT_TRUE(alive_below);
+  EXPECT_EQ(object, nullptr);
+}
+
+}  // namespace
+}  // namespace tsly
