@@ -1,0 +1,1 @@
+namespace tsly { extern const int zz; const int zz = 0; }

@@ -1,0 +1,367 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+#include <QWheelEvent>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "controls/form.h"
+#include "qt/application_environment.h"
+#include "qt/qt_event_loop.h"
+#include "qt/qt_toolkit.h"
+
+namespace tsly {
+namespace {
+
+constexpr Color kGround{0x40, 0x40, 0x40}, kPanelColor{0x10, 0x80, 0x30}, kLineColor{0xC0, 0x20, 0x20};
+constexpr Twips kPanelHeight = 1500;
+
+ControlLook LookAt(Rect rect, std::string text = {}) {
+  ControlLook look;
+  look.rect = rect;
+  look.text = std::move(text);
+  return look;
+}
+
+// A dialog with every kind of control, which notes what happens to it.
+class SampleForm final : public Form {
+ public:
+  using Form::Form;
+
+  void OnReset() override {
+    ResetForm("Sample", kGround, 6000, 4500);
+    focus_holder.Reset(LookAt({0, -1000, 900, 300}));
+    ControlLook look = LookAt({300, 300, 3000, kPanelHeight});
+    look.back_color = kPanelColor;
+    panel.Reset(look);
+    look = LookAt({150, 150, 900, 195}, "<b>A&B</b> and some more words");
+    look.transparent = look.auto_size = true;
+    label.Reset(look);
+    look.rect.top = 450;
+    look.text = "More info";
+    look.mouse_pointer = kPointerCustom;
+    link.Reset(look);
+    bar.Reset(LookAt({2700, 0, 300, kPanelHeight}));
+    bar.SetMax(3000);
+    look = LookAt({3600, 300, 600, 600});
+    look.fore_color = kLineColor;
+    rectangle.Reset(look);
+    look.rect = {3600, 1050, 600, 0};
+    line.Reset(look);
+    image.Reset(LookAt({4500, 300, 600, 600}));
+    button.Reset(LookAt({300, 2100, 1500, 375}, "R&D <i>"));
+    look = LookAt({300, 2700, 3000, 900}, "one\r\ntwo");
+    look.multi_line = look.read_only = true;
+    look.back_color = kPanelColor;
+    text.Reset(look);
+  }
+  void OnLoad() override {}
+  void OnQueryUnload(bool& cancel, std::int32_t mode) override {
+    notes += "?" + std::to_string(mode);
+    cancel = refuse_unload;
+  }
+  void OnUnload() override { notes += "U"; }
+  void OnClick(Control& control) override {
+    notes += "C:" + control.Name();
+    if (on_click) on_click();
+  }
+  void OnGotFocus(Control& control) override {
+    notes += "F:" + control.Name();
+    SetFocus(focus_holder);
+  }
+  void OnScrolled(ScrollBar& changed) override { notes += "V" + std::to_string(changed.Value()); }
+  void OnThumbMoved(ScrollBar& moved) override { notes += "T" + std::to_string(moved.Value()); }
+
+  std::string TakeNotes() { return std::exchange(notes, {}); }
+
+  TextBox focus_holder{*this, nullptr, "focus_holder"};
+  Control panel{*this, nullptr, ControlKind::Panel, "panel"};
+  Label label{*this, &panel, "label"}, link{*this, &panel, "link", 7};
+  ScrollBar bar{*this, &panel, "bar"};
+  Control rectangle{*this, nullptr, ControlKind::Rectangle, "rectangle"};
+  Control line{*this, nullptr, ControlKind::Line, "line"};
+  Control image{*this, nullptr, ControlKind::Image, "image"};
+  Control button{*this, nullptr, ControlKind::Button, "button"};
+  TextBox text{*this, nullptr, "text"};
+  bool refuse_unload = false;
+  std::function<void()> on_click;
+  std::string notes;
+};
+
+class QtToolkitTest : public testing::Test {
+ protected:
+  void Serve() { loop.LetEventsRun(); }
+
+  QWidget* Window() const {
+    QWidget* shown = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+      if (!window->isVisible() || qobject_cast<QMessageBox*>(window) != nullptr) continue;
+      EXPECT_EQ(shown, nullptr) << "two windows";
+      shown = window;
+    }
+    return shown;
+  }
+  QWidget* Find(const char* name) const { return Window()->findChild<QWidget*>(QString::fromLatin1(name)); }
+  QWidget* Shown(const char* name) {
+    if (!form.Visible()) form.Show();
+    Serve();
+    form.TakeNotes();
+    return Find(name);
+  }
+  QColor ColorAt(int x, int y) { return Window()->grab().toImage().pixelColor(x, y); }
+  void Click(const char* name) {
+    QTest::mouseClick(Find(name), Qt::LeftButton);
+    Serve();
+  }
+
+  RealClock clock;
+  QtEventLoop loop{clock};
+  QtToolkit toolkit{loop};
+  SampleForm form{toolkit};
+};
+
+QColor Qt_(Color color) { return {color.red, color.green, color.blue}; }
+
+bool IsNear(const QColor& a, const QColor& b) {
+  return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue()) < 12;
+}
+
+// The columns from the first to the last that differ from the background.
+int InkWidth(const QImage& image) {
+  int first = image.width(), last = -1;
+  for (int x = 0; x < image.width(); ++x) {
+    for (int y = 0; y < image.height(); ++y) {
+      if (IsNear(image.pixelColor(x, y), Qt_(kPanelColor))) continue;
+      first = std::min(first, x);
+      last = x;
+    }
+  }
+  return last - first + 1;
+}
+
+TEST_F(QtToolkitTest, DrawsControlsWhereAndAsTheModelsSay) {
+  form.Load();
+  Serve();
+  EXPECT_EQ(Window(), nullptr);
+  form.Show();
+  Serve();
+  EXPECT_EQ(Window()->windowTitle(), QStringLiteral("Sample"));
+  EXPECT_EQ(Window()->size(), QSize(400, 300));
+  const struct {
+    int x, y;
+    Color color;
+  } points[] = {
+      {5,   5,   kGround    }, // form
+      {20,  20,  kPanelColor}, // panel, its first pixel
+      {19,  19,  kGround    },
+      {190, 119, kPanelColor}, // panel beside the scroll bar
+      {240, 20,  kLineColor }, // rectangle: edges only
+      {279, 59,  kLineColor },
+      {260, 40,  kGround    },
+      {250, 70,  kLineColor }, // line
+      {250, 71,  kGround    },
+      {100, 230, kPanelColor}, // text box, beside its text
+  };
+  for (const auto& point : points) {
+    EXPECT_TRUE(IsNear(ColorAt(point.x, point.y), Qt_(point.color))) << point.x << ", " << point.y;
+  }
+  form.panel.Move({600, 300, 3000, kPanelHeight});
+  form.rectangle.SetVisible(false);
+  Serve();
+  EXPECT_TRUE(IsNear(ColorAt(20, 20), Qt_(kGround)));
+  EXPECT_TRUE(IsNear(ColorAt(215, 115), Qt_(kPanelColor)));
+  EXPECT_TRUE(IsNear(ColorAt(279, 59), Qt_(kGround)));
+}
+
+TEST_F(QtToolkitTest, TextIsDrawnLiterallyAndAsWideAsMeasured) {
+  const QWidget* label = Shown("label");
+  const TextSize size = toolkit.MeasureText(form.label.Text(), Font{}, std::nullopt);
+  EXPECT_EQ(label->size(), QSize(size.width / 15, size.height / 15));
+  const QRect place(label->mapTo(Window(), QPoint(0, 0)), label->size());
+  EXPECT_NEAR(InkWidth(Window()->grab(place).toImage()), place.width(), 3);
+  EXPECT_EQ(qobject_cast<QPushButton*>(Find("button"))->shortcut(), QKeySequence());
+  EXPECT_EQ(qobject_cast<QPlainTextEdit*>(Find("text"))->toPlainText(), QStringLiteral("one\ntwo"));
+}
+
+TEST_F(QtToolkitTest, MeasuresInWholePixelsAndLines) {
+  const std::string words = "several words that do not fit into one line of this width";
+  const Font title{.points = 14.25, .bold = true};
+  EXPECT_EQ(toolkit.MeasureText("", Font{}, std::nullopt).height, 195);
+  EXPECT_EQ(toolkit.MeasureText("Ag", Font{}, std::nullopt).height, 195);
+  EXPECT_EQ(toolkit.MeasureText("a\r\nb\nc", Font{}, std::nullopt).height, 3 * 195);
+  EXPECT_LE(toolkit.MeasureText("Ag", title, std::nullopt).height, 375);
+  const TextSize one_line = toolkit.MeasureText(words, Font{}, std::nullopt);
+  EXPECT_EQ(one_line.width % 15, 0);
+  const TextSize wrapped = toolkit.MeasureText(words, Font{}, 1500);
+  EXPECT_LE(wrapped.width, 1500);
+  EXPECT_GE(wrapped.height, 195 * (one_line.width / 1500 + 1));
+  EXPECT_EQ(wrapped.height % 195, 0);
+  EXPECT_EQ(toolkit.MeasureText(words, Font{}, one_line.width).height, 195);
+}
+
+TEST_F(QtToolkitTest, ClicksAndKeysReachTheFormThroughTheLoop) {
+  Shown("button");
+  QTest::mouseClick(Find("button"), Qt::LeftButton);
+  EXPECT_EQ(form.notes, "");  // not below the widget's own frames
+  Serve();
+  EXPECT_EQ(form.TakeNotes(), "C:button");
+  Click("link(7)");
+  Click("label");
+  QTest::mouseClick(Find("panel"), Qt::LeftButton, {}, QPoint(5, 90));
+  Serve();
+  EXPECT_EQ(form.TakeNotes(), "C:linkC:labelC:panel");
+  for (const char* name : {"link(7)", "button"}) {
+    for (const auto key : {Qt::Key_Return, Qt::Key_Space}) QTest::keyClick(Find(name), key);
+  }
+  Serve();
+  EXPECT_EQ(form.TakeNotes(), "C:linkC:linkC:buttonC:button");
+  EXPECT_EQ(Find("link(7)")->focusPolicy(), Qt::StrongFocus);
+  EXPECT_EQ(Find("label")->focusPolicy(), Qt::NoFocus);
+
+  form.button.SetEnabled(false);
+  Serve();
+  Click("button");
+  EXPECT_EQ(form.TakeNotes(), "");
+}
+
+TEST_F(QtToolkitTest, TheCloseButtonOnlyAsksTheForm) {
+  QPointer<QWidget> window = Shown("button")->window();
+  form.refuse_unload = true;
+  window->close();
+  Serve();
+  EXPECT_EQ(form.TakeNotes(), "?0");
+  EXPECT_TRUE(window->isVisible());
+  form.refuse_unload = false;
+  window->close();
+  Serve();
+  EXPECT_EQ(form.TakeNotes(), "?0U");
+  EXPECT_EQ(window, nullptr);
+}
+
+TEST_F(QtToolkitTest, AnUnloadInsideAClickLeavesTheWindowUntilTheClickIsOver) {
+  QPointer<QWidget> window = Shown("button")->window();
+  bool lived_on = false;
+  form.on_click = [&] {
+    form.Unload();
+    form.Show();
+    Serve();
+    lived_on = window != nullptr && !window->isVisible() && Window() != nullptr;
+  };
+  QTest::mouseClick(Find("button"), Qt::LeftButton);
+  QTest::mouseClick(Find("button"), Qt::LeftButton);  // of the load that is gone by then
+  Serve();
+  EXPECT_TRUE(lived_on);
+  EXPECT_EQ(window, nullptr);
+  EXPECT_EQ(form.TakeNotes(), "C:button?1U");
+  form.on_click = nullptr;
+  Click("button");
+  EXPECT_EQ(form.TakeNotes(), "C:button");
+}
+
+TEST_F(QtToolkitTest, ControlsComeAndGo) {
+  Shown("panel");
+  std::vector<std::unique_ptr<Control>> items;
+  for (int i = 1; i <= 300; ++i) {
+    items.push_back(std::make_unique<Control>(form, &form.panel, ControlKind::Panel, "item", i));
+    items.back()->Reset(LookAt({0, 300 * i, 1500, 300}));
+  }
+  toolkit.Refresh(form);
+  QPointer<QWidget> item = Find("item(300)");
+  ASSERT_NE(item, nullptr);
+  EXPECT_EQ(item->geometry(), QRect(0, 6000, 100, 20));
+  items.pop_back();
+  toolkit.Refresh(form);
+  EXPECT_FALSE(item->isVisible());
+  Serve();
+  EXPECT_EQ(item, nullptr);
+  EXPECT_NE(Find("item(299)"), nullptr);
+}
+
+TEST_F(QtToolkitTest, TheScrollBarFollowsHandAndModel) {
+  auto* bar = qobject_cast<QScrollBar*>(Shown("bar"));
+  const auto served = [&] {
+    Serve();
+    return form.TakeNotes();
+  };
+  form.bar.SetValue(600);
+  EXPECT_EQ(served(), "V600");  // the setter's own, no echo
+  EXPECT_EQ(bar->value(), 600);
+
+  bar->setSliderDown(true);
+  bar->setSliderPosition(700);
+  EXPECT_EQ(served(), "T700");
+  bar->setSliderDown(false);
+  EXPECT_EQ(served(), "");  // let go where the model has followed to
+
+  bar->triggerAction(QAbstractSlider::SliderToMaximum);
+  form.bar.SetMax(2000);  // the range shrinks before the report arrives
+  EXPECT_EQ(served(), "V2000");
+  EXPECT_EQ(bar->value(), 2000);
+
+  QWidget* label = Find("label");
+  QWheelEvent notch(QPointF(1, 1), label->mapToGlobal(QPointF(1, 1)), {}, QPoint(0, 120), {}, {}, Qt::NoScrollPhase,
+                    false);
+  QSpontaneKeyEvent::setSpontaneous(&notch);  // as from the window system: only such events go on to parents
+  QCoreApplication::instance()->notify(label, &notch);
+  EXPECT_EQ(served(), "V1415");  // three lines of 195
+  QTest::keyClick(Window(), Qt::Key_Home);
+  EXPECT_EQ(served(), "V0");
+
+  form.link.SetTop(1450);  // partly below the panel
+  Serve();
+  Find("link(7)")->setFocus(Qt::TabFocusReason);
+  EXPECT_EQ(served(), "V150");
+  bar->setFocus(Qt::MouseFocusReason);
+  EXPECT_EQ(served(), "F:bar");
+  EXPECT_TRUE(Find("focus_holder")->hasFocus());
+  EXPECT_TRUE(form.ForgottenFaults().empty());
+}
+
+TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
+  const struct {
+    std::int32_t style;
+    Qt::Key key;
+    std::int32_t answer;
+  } cases[] = {
+      {kIconWarning,                  Qt::Key_Escape, kAnswerOk },
+      {kIconInformation,              Qt::Key_Return, kAnswerOk },
+      {kIconStop | kButtonsYesNo,     Qt::Key_Escape, kAnswerNo },
+      {kIconQuestion | kButtonsYesNo, Qt::Key_Return, kAnswerYes},
+  };
+  for (const auto& [style, key, answer] : cases) {
+    form.Show();
+    int ticks = 0;
+    const TimerId timer = loop.StartTimer(std::chrono::milliseconds(5), [&, pressed = key] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      ASSERT_NE(box, nullptr);
+      if (++ticks == 1) return form.Unload();  // the dialog below it may go
+      EXPECT_EQ(box->windowTitle(), QStringLiteral("tslyCheckNew"));
+      EXPECT_EQ(box->textFormat(), Qt::PlainText);
+      EXPECT_TRUE(toolkit.MessageBoxIsOpen());
+      QTest::keyClick(box, pressed);
+    });
+    EXPECT_EQ(toolkit.MessageBox("<b>Text</b>", style, std::nullopt), answer) << style;
+    EXPECT_EQ(ticks, 2);
+    loop.StopTimer(timer);
+  }
+}
+
+TEST_F(QtToolkitTest, WithoutAnAudienceNothingWaitsForAPerson) {
+  QtToolkit unseen(loop, QtToolkit::Audience::Nobody);
+  EXPECT_EQ(unseen.MessageBox("Text", kIconStop, std::nullopt), kAnswerOk);
+  EXPECT_EQ(unseen.MessageBox("Text", kButtonsYesNo, std::nullopt), kAnswerNo);
+  SampleForm offered(unseen);
+  offered.Show();
+  Serve();
+  EXPECT_EQ(offered.notes, "?0U");
+}
+
+}  // namespace
+}  // namespace tsly
