@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <string_view>
 
 #include "base/version.h"
 #include "posix/curl_errors.h"
@@ -109,7 +109,7 @@ curl_socket_t CurlRequest::OnOpenSocket(void* self, curlsocktype, curl_sockaddr*
 
 int CurlRequest::OnConnected(void* self, char*, char*, int, int) {
   CurlRequest& request = Of(self);
-  request.answered_ = false;
+  request.answered_ = request.head_ended_ = false;
   // Once the way is secure, no redirect leads off it.
   if (request.IsSecure()) curl_easy_setopt(request.easy_, CURLOPT_REDIR_PROTOCOLS_STR, "https");
   request.states_.Reach(icRequesting);
@@ -117,14 +117,20 @@ int CurlRequest::OnConnected(void* self, char*, char*, int, int) {
 }
 
 int CurlRequest::OnTrace(CURL*, curl_infotype type, char*, size_t, void* self) {
+  if (type == CURLINFO_SSL_DATA_OUT) Of(self).states_.Reach(icConnected);
   if (type == CURLINFO_HEADER_OUT) Of(self).states_.Reach(icRequestSent);
   return 0;
 }
 
-size_t CurlRequest::OnHeader(char*, size_t size, size_t count, void* self) {
-  Of(self).answered_ = true;
-  Of(self).last_byte_ = steady_clock::now();
-  Of(self).states_.Reach(icReceivingResponse);
+size_t CurlRequest::OnHeader(char* bytes, size_t size, size_t count, void* self) {
+  CurlRequest& request = Of(self);
+  const std::string_view line(bytes, size * count);
+  request.answered_ = true;
+  // What comes behind the body, the fields that follow the chunks, begins no head.
+  if (line.starts_with("HTTP/")) request.head_ended_ = false;
+  if (line == "\r\n" || line == "\n") request.head_ended_ = true;
+  request.last_byte_ = steady_clock::now();
+  request.states_.Reach(icReceivingResponse);
   return size * count;
 }
 
@@ -162,15 +168,21 @@ void CurlRequest::LookAtIdleness() {
 }
 
 void CurlRequest::Finish(CURLcode result) {
+  if (result == CURLE_OK && !IsWhole()) result = CURLE_PARTIAL_FILE;
   if (result == CURLE_OK) {
     states_.Complete();
   } else {
     error_ = Judge(result);
-    if (Info<double>(CURLINFO_CONNECT_TIME) > 0) states_.Reach(icConnected);
     states_.Fail();
   }
   End();
   told_();
+}
+
+// libcurl takes a head that was cut off for an answer without a body.
+bool CurlRequest::IsWhole() const {
+  constexpr long kFirstFinalStatus = 200;
+  return head_ended_ && Info<long>(CURLINFO_RESPONSE_CODE) >= kFirstFinalStatus;
 }
 
 Fault CurlRequest::Judge(CURLcode result) const {

@@ -54,6 +54,7 @@ class CurlRequest {
   void WatchIdleness(SteadyClock::duration delay);
   void LookAtIdleness();
   void Finish(CURLcode result);
+  bool IsWhole() const;
   Fault Judge(CURLcode result) const;
   void End();
 
@@ -78,7 +79,8 @@ class CurlRequest {
   SteadyClock::duration idle_time_out_;
   SteadyClock::time_point last_byte_ = SteadyClock::now();
   SteadyClock::time_point last_progress_{};
-  bool answered_ = false;  // the request last sent has got the beginning of an answer
+  bool answered_ = false;    // the request last sent has got the beginning of an answer
+  bool head_ended_ = false;  // and the end of its head
   int spool_code_ = 0;
   Fault error_;
 };

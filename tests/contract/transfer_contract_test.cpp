@@ -1,0 +1,378 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <memory>
+
+#include "posix/curl_transfer.h"
+#include "support/http_server.h"
+#include "support/poll_loop.h"
+#include "support/scripted_transfer.h"
+
+namespace tsly {
+namespace {
+
+using std::chrono::milliseconds;
+using States = std::vector<std::int16_t>;
+
+const States kReceived{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12};
+const States kCutOff{1, 2, 3, 4, 5, 6, 7, 9, 10, 11};
+const States kNotAnswering{1, 2, 3, 11};
+const States kUnknownName{1, 11};
+const States kNotSecure{1, 2, 3, 4, 9, 10, 11};
+
+enum class Ending { kComplete, kShort, kRefused, kNone };
+
+// One control, real or scripted, and what it told.
+class TransferTest : public testing::Test {
+ protected:
+  TransferTest() {
+    // Nobody listens there; whoever obeyed these would fail.
+    ::setenv("http_proxy", "http://127.0.0.1:1", 1);
+    ::setenv("ALL_PROXY", "http://127.0.0.1:1", 1);
+    Use(std::make_unique<CurlTransfer>(loop_, loop_, [this] { return folder_; }));
+  }
+  ~TransferTest() override {
+    control_.reset();
+    EXPECT_TRUE(std::filesystem::remove(folder_)) << "something was left in the folder";  // fails on a folder in use
+  }
+
+  void Use(std::unique_ptr<TransferControl> control) {
+    control_ = std::move(control);
+    control_->SetProtocol(icHTTP);
+    control_->SetRequestTimeout(60);
+    control_->SetStateChanged([this](std::int16_t state) {
+      // A 7 that repeats another says nothing new.
+      if (state != icReceivingResponse || states_.empty() || states_.back() != state) states_.push_back(state);
+      if (handler_) handler_(state);
+    });
+  }
+
+  bool Start(const std::string& url) {
+    const Fault fault = control_->Execute(url, "GET");
+    EXPECT_FALSE(fault) << url << ": " << fault.number;
+    return !fault;
+  }
+  bool IsOver() const {
+    return !states_.empty() && (states_.back() == icError || states_.back() == icResponseCompleted);
+  }
+  void Get(const std::string& url) {
+    states_.clear();
+    const bool started = Start(url);
+    EXPECT_TRUE(started && loop_.RunUntil([this] { return IsOver(); })) << url;
+  }
+  std::string Body(std::int32_t size = 1024) {
+    std::string body;
+    for (std::string chunk;; body += chunk) {
+      EXPECT_FALSE(control_->GetChunk(size, ChunkType::icByteArray, chunk));
+      EXPECT_LE(chunk.size(), static_cast<std::size_t>(size));
+      if (chunk.empty()) return body;
+    }
+  }
+  void ExpectOutcome(const States& states, std::int32_t code, const std::string& body) {
+    EXPECT_EQ(states_, states);
+    EXPECT_EQ(control_->ResponseCode(), code);
+    EXPECT_EQ(control_->ResponseInfo().empty(), code == 0);
+    const std::string got = Body();
+    EXPECT_TRUE(got == body) << got.size() << " bytes, not " << body.size() << ": " << got.substr(0, 80);
+  }
+
+  std::filesystem::path folder_ = [] {
+    std::string name = testing::TempDir() + "transferXXXXXX";
+    return std::filesystem::path(::mkdtemp(name.data()));
+  }();
+  PollLoop loop_;
+  HttpServer server_;
+  std::unique_ptr<TransferControl> control_;
+  States states_;
+  std::function<void(std::int16_t)> handler_;
+};
+
+// What holds for every control.
+class TransferContract : public TransferTest, public testing::WithParamInterface<bool> {
+ protected:
+  TransferContract() {
+    if (!GetParam()) return;
+    auto scripted = std::make_unique<ScriptedTransfer>(loop_);
+    scripted_ = scripted.get();
+    Use(std::move(scripted));
+  }
+
+  // The address of a document with that ending.
+  std::string Arrange(Ending ending, const std::string& body = "") {
+    const auto cut_short = ReplyWithLength(body, static_cast<std::int64_t>(body.size()) + 1);
+    switch (ending) {
+      case Ending::kComplete:
+        return scripted_ ? Plan(Received(body)) : Plan(Reply(body));
+      case Ending::kShort:
+        return scripted_ ? Plan(Failed(12030, "cut off", body)) : Plan(cut_short);
+      case Ending::kRefused:
+        if (scripted_) return Plan(Failed(12029, "refused"));
+        return "http://127.0.0.1:" + std::to_string(HttpServer::UnusedPort()) + "/";
+      case Ending::kNone:
+        return scripted_ ? Plan(Silent(1, 2, 3, 4, 5, 6, 7)) : Plan(Script(cut_short).Stall());
+    }
+    return "";
+  }
+  std::string Plan(Answer answer) {
+    scripted_->answers.push_back(std::move(answer));
+    return "http://scripted.invalid/";
+  }
+  std::string Plan(Script script) {
+    server_.Expect(std::move(script));
+    return server_.Url();
+  }
+
+  ScriptedTransfer* scripted_ = nullptr;
+};
+
+INSTANTIATE_TEST_SUITE_P(Controls, TransferContract, testing::Bool(),
+                         [](const auto& param) { return param.param ? "Scripted" : "Curl"; });
+
+TEST_P(TransferContract, TellsEachEndingAndKeepsWhatArrived) {
+  const std::string body(3000, 'x');
+  Get(Arrange(Ending::kComplete, body));
+  ExpectOutcome(kReceived, 0, body);
+  Get(Arrange(Ending::kShort, body));
+  ExpectOutcome(kCutOff, 12030, body);
+  Get(Arrange(Ending::kRefused));
+  ExpectOutcome(kNotAnswering, 12029, "");
+  Get(Arrange(Ending::kComplete));
+  ExpectOutcome(kReceived, 0, "");
+}
+
+TEST_P(TransferContract, TellsNothingInsideACallAndNothingOfAnAbandonedTransfer) {
+  const std::string old = Arrange(Ending::kComplete);
+  ASSERT_TRUE(Start(old));
+  EXPECT_EQ(states_, States{});
+  ASSERT_TRUE(loop_.RunUntil([this] { return !states_.empty(); }));
+  if (scripted_) scripted_->answers.push_back(FaultAtOnce(12005, "no address"));
+  EXPECT_EQ(control_->Execute("", "GET").number, 12005);
+  EXPECT_EQ(control_->ResponseCode(), 0);
+  loop_.RunFor(milliseconds(20));
+  EXPECT_EQ(states_, States{1});
+}
+
+TEST_P(TransferContract, AHandlerMayCancelAtAnyState) {
+  for (const std::int16_t last : States{1, 3, 6, 7, 8, 12}) {
+    handler_ = [&](std::int16_t state) {
+      if (state == last) control_->Cancel();
+    };
+    states_.clear();
+    ASSERT_TRUE(Start(Arrange(Ending::kComplete, "x")));
+    ASSERT_TRUE(loop_.RunUntil([&] { return !states_.empty() && states_.back() == last; })) << last;
+    loop_.RunFor(milliseconds(5));
+    EXPECT_EQ(states_.back(), last);
+  }
+  server_.DropScripts();
+}
+
+TEST_P(TransferContract, AHandlerMayStartTheNextTransferAndWaitForIt) {
+  States inside;
+  handler_ = [&](std::int16_t state) {
+    if (state != icReceivingResponse) return;
+    handler_ = nullptr;
+    Get(Arrange(Ending::kComplete, "second"));
+    inside = states_;
+  };
+  ASSERT_TRUE(Start(Arrange(Ending::kNone, "first")));
+  ASSERT_TRUE(loop_.RunUntil([&] { return !inside.empty(); }));
+  EXPECT_EQ(inside, kReceived);
+  loop_.RunFor(milliseconds(5));
+  ExpectOutcome(kReceived, 0, "second");
+}
+
+TEST_P(TransferContract, StatesWaitForAHandlerThatLetsEventsRun) {
+  int depth = 0;
+  handler_ = [&](std::int16_t) {
+    EXPECT_EQ(++depth, 1);
+    loop_.RunFor(milliseconds(5));
+    --depth;
+  };
+  Get(Arrange(Ending::kComplete, "x"));
+  ExpectOutcome(kReceived, 0, "x");
+}
+
+TEST_P(TransferContract, MayGoInTheMiddleOfATransferOrOfAHandler) {
+  ASSERT_TRUE(Start(Arrange(Ending::kNone)));
+  ASSERT_TRUE(loop_.RunUntil([this] { return states_.size() > 2; }));
+  handler_ = [this](std::int16_t) {
+    control_.reset();
+    loop_.RunFor(milliseconds(5));
+  };
+  ASSERT_TRUE(loop_.RunUntil([this] { return !control_; }));
+  const States told = states_;
+  loop_.RunFor(milliseconds(5));
+  EXPECT_EQ(states_, told);
+}
+
+// What servers do, and what the real control makes of it.
+class CurlTransferTest : public TransferTest {};
+
+struct Served {
+  const char* name;
+  Script script;
+  States states;
+  std::int32_t code;
+  std::string body;
+};
+Served Whole(const char* name, Script script, std::string body) {
+  return {name, std::move(script), kReceived, 0, std::move(body)};
+}
+Served Broken(const char* name, std::int32_t code, Script script, std::string body = "") {
+  return {name, std::move(script), kCutOff, code, std::move(body)};
+}
+
+TEST_F(CurlTransferTest, TellsWhatServersDo) {
+  const std::string big(1025, 'b');
+  const std::string ok = "HTTP/1.1 200 OK\r\n";
+  const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
+  const std::string refusing = "http://127.0.0.1:" + std::to_string(HttpServer::UnusedPort());
+  const Served rows[] = {
+      Whole("status 404", Reply("error page", "404 Not Found"), "error page"),
+      Whole("status 500", Reply("oops", "500 Internal Server Error"), "oops"),
+      Whole("status 204", Raw("HTTP/1.1 204 No Content\r\n\r\n"), ""),
+      Whole("status 100 first", Raw("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.0 200 OK\r\n\r\nx"), "x"),
+      Whole("redirect without a target", Raw("HTTP/1.1 302 Found\r\nContent-Length: 1\r\n\r\nx"), "x"),
+      Whole("one byte", Reply("x"), "x"),
+      Whole("one chunk", Reply(big.substr(1)), big.substr(1)),
+      Whole("a chunk and a byte", Reply(big), big),
+      Whole("byte by byte", Script().Receive().Send(ok + "\r\nslow", 1), "slow"),
+      Whole("no length", ReplyWithoutLength(big), big),
+      Whole("length too small", ReplyWithLength("12345", 3), "123"),
+      Broken("length too great", 12030, ReplyWithLength("12345", 6), "12345"),
+      Broken("length rubbish", 12152, Raw(ok + "Content-Length: nine\r\n\r\n12")),
+      Whole("chunks", ReplyInChunks(big, 100), big),
+      Whole("fields behind the chunks", Raw(chunked + "1\r\nx\r\n0\r\nA: b\r\n\r\n"), "x"),
+      Broken("chunks cut off", 12030, Raw(chunked + "5\r\n123"), "123"),
+      Broken("chunks rubbish", 12152, Raw(chunked + "3\r\n123\r\nZZ\r\n"), "123"),
+      Broken("cut in the status line", 12030, Raw("HTTP/1.")),
+      Broken("cut in the head", 12030, Raw(ok + "Content-Le")),
+      Broken("cut behind a first head", 12030, Raw("HTTP/1.1 100 Continue\r\n\r\n")),
+      Broken("not HTTP", 12152, Raw("220 ready to serve\r\n")),
+      Broken("endless header", 12152, Raw(ok + "X: " + std::string(400000, 'x'))),
+      Broken("closed at once", 12030, CloseAtOnce()),
+      Broken("closed after the request", 12030, Raw("")),
+      Broken("reset in the body", 12031, ReplyWithLength("123", 6).Stall().Reset(), "123"),
+      Broken("redirect to another kind", 12156, RedirectTo("ftp://127.0.0.1/")),
+      Broken("redirect to a refusing port", 12029, RedirectTo(refusing)),
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    // The one that stalls goes on when its bytes have arrived.
+    handler_ = [&](std::int16_t state) {
+      if (row.code == 12031 && state == icReceivingResponse) server_.Release();
+    };
+    server_.Expect(row.script);
+    Get(server_.Url());
+    ExpectOutcome(row.states, row.code, row.body);
+  }
+}
+
+TEST_F(CurlTransferTest, FollowsTenRedirectsAndKeepsTheLastBodyOnly) {
+  for (int i = 0; i < 10; ++i) server_.Expect(RedirectTo("/next place", "gone elsewhere"));
+  server_.Expect(Reply("here"));
+  Get(server_.Url());
+  ExpectOutcome(kReceived, 0, "here");
+  for (int i = 0; i < 11; ++i) server_.Expect(RedirectTo("/again"));
+  Get(server_.Url());
+  ExpectOutcome(kCutOff, 12156, "");
+}
+
+TEST_F(CurlTransferTest, TellsWhyNoConnectionCameAbout) {
+  Get("http://no-such-name.invalid/");
+  ExpectOutcome(kUnknownName, kNameNotResolved, "");
+  server_.Expect(Reply("x"));
+  Get(server_.Url("/", "localhost"));  // has two addresses, of which one refuses
+  ExpectOutcome(kReceived, 0, "x");
+  server_.Expect(Script().Send("no TLS\r\n"));
+  Get("https://127.0.0.1:" + std::to_string(server_.port()) + "/");
+  ExpectOutcome(kNotSecure, 12157, "");
+}
+
+TEST_F(CurlTransferTest, FailsAtOnceForAnAddressThatCannotBeUsed) {
+  const auto fault = [this](const std::string& url, const char* operation = "GET") {
+    const Fault raised = control_->Execute(url, operation);
+    EXPECT_FALSE(raised.description.empty()) << url;
+    return raised.number;
+  };
+  const std::string malformed[] = {"", "http://", "http://:80/", "http://a:99999/", "http://a/\x01", "http://a b/"};
+  for (const auto& url : malformed) EXPECT_EQ(fault(url), 12005) << url;
+  for (const auto* url : {"ftp://a/", "file:///etc/passwd", "mailto:a"}) EXPECT_EQ(fault(url), 12006) << url;
+  EXPECT_EQ(fault(server_.Url(), "POST"), 12016);
+  EXPECT_EQ(control_->ResponseCode(), 0);
+  loop_.RunFor(milliseconds(5));
+  EXPECT_EQ(states_, States{});
+}
+
+TEST_F(CurlTransferTest, AsksForAddressesAsPeopleWriteThem) {
+  const std::string port = std::to_string(server_.port());
+  const std::string place = "127.0.0.1:" + port;
+  const std::pair<std::string, std::string> rows[] = {
+      {" " + place + "/x ",                 "GET /x HTTP/1.1"        },
+      {"localhost:" + port,                 "GET / HTTP/1.1"         },
+      {"HTTP://" + place + "/a b?c d#e",    "GET /a%20b?c+d HTTP/1.1"},
+      {"http:\\\\" + place + "\\a\\b?c\\d", "GET /a/b?c\\d HTTP/1.1" },
+      {"http://" + place + "/\xC3\xBC%20",  "GET /%c3%bc%20 HTTP/1.1"},
+  };
+  for (const auto& [given, asked] : rows) {
+    SCOPED_TRACE(given);
+    server_.Expect(Reply(""));
+    Get(given);
+    ASSERT_FALSE(server_.requests().empty());
+    const std::string head = server_.requests().back();
+    EXPECT_EQ(head.substr(0, head.find('\r')), asked);
+    EXPECT_NE(head.find("\r\nUser-Agent: tslyCheckNew/"), std::string::npos);
+    EXPECT_EQ(head.find("\r\nAccept-Encoding"), std::string::npos);
+  }
+}
+
+TEST_F(CurlTransferTest, TellsOfBytesAsTheyComeAndGivesUpWithoutAny) {
+  control_->SetRequestTimeout(1);
+  server_.Expect(ReplyWithLength("a", 5).Stall().Send("b").Stall().Send("c").Stall());
+  int told = 0;
+  handler_ = [&](std::int16_t state) {
+    if (state != icReceivingResponse || ++told > 2) return;
+    loop_.RunFor(milliseconds(600));  // each pause is shorter than the limit, both together are longer
+    server_.Release();
+  };
+  Get(server_.Url());
+  ExpectOutcome(kCutOff, 12002, "abc");
+  EXPECT_EQ(told, 3);
+}
+
+TEST_F(CurlTransferTest, TellsOfALongBodyAtMostEveryFiftyMilliseconds) {
+  const std::string body(32 << 20, 'x');
+  server_.Expect(Reply(body));
+  std::vector<SteadyTime> told;
+  handler_ = [&](std::int16_t state) {
+    if (state == icReceivingResponse) told.push_back(std::chrono::steady_clock::now().time_since_epoch());
+  };
+  Get(server_.Url());
+  EXPECT_TRUE(Body(100000) == body);
+  ASSERT_GE(told.size(), 1U);
+  EXPECT_LE(told.size(), 2U + static_cast<std::size_t>((told.back() - told.front()) / milliseconds(50)));
+}
+
+TEST_F(CurlTransferTest, ADiskWithoutRoomIsAnError) {
+  rlimit old{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit small{100000, old.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+  server_.Expect(Reply(std::string(1 << 20, 'x')));
+  Get(server_.Url());
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &old), 0);
+  ExpectOutcome(kCutOff, 112, std::string(100000, 'x'));
+
+  std::filesystem::remove(folder_);
+  server_.Expect(Reply("x"));
+  Get(server_.Url());
+  ExpectOutcome(kCutOff, 3, "");
+  std::filesystem::create_directory(folder_);
+}
+
+}  // namespace
+}  // namespace tsly

@@ -1,0 +1,217 @@
+#include "support/http_server.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace tsly {
+namespace {
+
+std::string Head(const std::string& status, const std::string& fields) {
+  return "HTTP/1.1 " + status + "\r\n" + fields + "Connection: close\r\n\r\n";
+}
+
+std::string LengthField(std::size_t length) { return "Content-Length: " + std::to_string(length) + "\r\n"; }
+
+int ListenOnLoopback(int& port) {
+  const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  auto* plain = reinterpret_cast<sockaddr*>(&address);
+  if (::bind(listener, plain, length) != 0 || ::listen(listener, 64) != 0) std::abort();
+  ::getsockname(listener, plain, &length);
+  port = ntohs(address.sin_port);
+  return listener;
+}
+
+bool SendAll(int connection, std::string_view bytes, std::size_t piece) {
+  while (!bytes.empty()) {
+    const std::size_t most = piece > 0 ? std::min(piece, bytes.size()) : bytes.size();
+    const ssize_t sent = ::send(connection, bytes.data(), most, MSG_NOSIGNAL);
+    if (sent < 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return true;
+}
+
+}  // namespace
+
+Script& Script::Receive() {
+  steps_.push_back({Kind::kReceive});
+  return *this;
+}
+
+Script& Script::Send(std::string bytes, std::size_t piece) {
+  steps_.push_back({Kind::kSend, std::move(bytes), piece});
+  return *this;
+}
+
+Script& Script::Stall() {
+  steps_.push_back({Kind::kStall});
+  return *this;
+}
+
+Script& Script::Reset() {
+  steps_.push_back({Kind::kReset});
+  return *this;
+}
+
+Script Raw(std::string bytes) { return Script().Receive().Send(std::move(bytes)); }
+Script CloseAtOnce() { return {}; }
+
+Script Reply(const std::string& body, const std::string& status) {
+  return Raw(Head(status, LengthField(body.size())) + body);
+}
+
+Script ReplyWithLength(const std::string& body, std::int64_t length) {
+  return Raw(Head("200 OK", "Content-Length: " + std::to_string(length) + "\r\n") + body);
+}
+
+Script ReplyWithoutLength(const std::string& body) { return Raw(Head("200 OK", "") + body); }
+
+Script RedirectTo(const std::string& location, const std::string& body) {
+  return Raw(Head("302 Found", "Location: " + location + "\r\n" + LengthField(body.size())) + body);
+}
+
+Script ReplyInChunks(const std::string& body, std::size_t chunk) {
+  std::string text = Head("200 OK", "Transfer-Encoding: chunked\r\n");
+  for (std::size_t at = 0; at < body.size(); at += chunk) {
+    const std::string part = body.substr(at, chunk);
+    char size[20];
+    std::snprintf(size, sizeof size, "%zx\r\n", part.size());
+    text += size;
+    text += part;
+    text += "\r\n";
+  }
+  return Raw(text + "0\r\n\r\n");
+}
+
+HttpServer::HttpServer() : listener_(ListenOnLoopback(port_)), acceptor_([this] { Accept(); }) {}
+
+HttpServer::~HttpServer() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+    for (const int connection : connections_) ::shutdown(connection, SHUT_RDWR);
+  }
+  changed_.notify_all();
+  ::shutdown(listener_, SHUT_RDWR);
+  acceptor_.join();
+  for (std::thread& worker : workers_) worker.join();
+  for (const int connection : connections_) ::close(connection);
+  ::close(listener_);
+  EXPECT_EQ(unscripted_, 0) << "connections without a script";
+  EXPECT_TRUE(scripts_.empty()) << scripts_.size() << " scripts were never asked for";
+}
+
+void HttpServer::Expect(Script script) {
+  const std::lock_guard lock(mutex_);
+  scripts_.push_back(std::move(script));
+}
+
+void HttpServer::DropScripts() {
+  const std::lock_guard lock(mutex_);
+  scripts_.clear();
+}
+
+void HttpServer::Release() {
+  {
+    const std::lock_guard lock(mutex_);
+    ++releases_;
+  }
+  changed_.notify_all();
+}
+
+std::string HttpServer::Url(const std::string& path, const std::string& host) const {
+  return "http://" + host + ":" + std::to_string(port_) + path;
+}
+
+std::vector<std::string> HttpServer::requests() const {
+  const std::lock_guard lock(mutex_);
+  return requests_;
+}
+
+int HttpServer::UnusedPort() {
+  int port = 0;
+  ::close(ListenOnLoopback(port));
+  return port;
+}
+
+void HttpServer::Accept() {
+  for (;;) {
+    const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    const std::lock_guard lock(mutex_);
+    if (connection < 0 || stopping_) {
+      if (connection >= 0) ::close(connection);
+      return;
+    }
+    const int yes = 1;
+    ::setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    connections_.push_back(connection);
+    Script script;
+    if (scripts_.empty()) {
+      ++unscripted_;
+    } else {
+      script = std::move(scripts_.front());
+      scripts_.pop_front();
+    }
+    workers_.emplace_back([this, connection, script] { Serve(connection, script); });
+  }
+}
+
+void HttpServer::Serve(int connection, const Script& script) {
+  for (const Script::Step& step : script.steps_) {
+    bool on = true;
+    switch (step.kind) {
+      case Script::Kind::kReceive:
+        on = ReceiveRequest(connection);
+        break;
+      case Script::Kind::kSend:
+        on = SendAll(connection, step.bytes, step.piece);
+        break;
+      case Script::Kind::kStall:
+        on = WaitForRelease();
+        break;
+      case Script::Kind::kReset: {
+        // Connecting to nowhere drops a connection with a reset, and the number stays ours.
+        sockaddr nowhere{};
+        nowhere.sa_family = AF_UNSPEC;
+        ::connect(connection, &nowhere, sizeof nowhere);
+        return;
+      }
+    }
+    if (!on) break;
+  }
+  ::shutdown(connection, SHUT_WR);  // closing would reset a connection with unread bytes
+}
+
+bool HttpServer::ReceiveRequest(int connection) {
+  std::string head;
+  char c = 0;
+  while (!head.ends_with("\r\n\r\n")) {
+    if (::recv(connection, &c, 1, 0) != 1) return false;
+    head += c;
+  }
+  const std::lock_guard lock(mutex_);
+  requests_.push_back(head);
+  return true;
+}
+
+bool HttpServer::WaitForRelease() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return releases_ > 0 || stopping_; });
+  --releases_;
+  return !stopping_;
+}
+
+}  // namespace tsly
