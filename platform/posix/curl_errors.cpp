@@ -77,10 +77,12 @@ constexpr Meaning kMeanings[] = {
     {CURLE_SSL_CLIENTCERT,       kClientCertificateNeeded},
 };
 
-// Values of X509_verify_cert (openssl/x509_vfy.h); 0 with a refused certificate: its name was the reason.
+// Values of X509_verify_cert (openssl/x509_vfy.h). libcurl looks at the name first and leaves the 1 that it began with
+// when that doesn't fit.
 std::int32_t CertificateNumber(long verify_result) {
   switch (verify_result) {
     case 0:
+    case 1:
     case 62:  // X509_V_ERR_HOSTNAME_MISMATCH
     case 64:  // X509_V_ERR_IP_ADDRESS_MISMATCH
       return kCertificateName;
