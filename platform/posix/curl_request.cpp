@@ -16,7 +16,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr long kReceiveBuffer = 512 * 1024;  // libcurl's own 16 KiB halve the speed of a fast network
+// libcurl's own 16 KiB halve the speed of a fast network. It fills the buffer up to a hundred times before it comes
+// back, so a greater one would keep the dialog waiting when the disk is slower than the network.
+constexpr long kReceiveBuffer = 256 * 1024;
 constexpr long kMostRedirects = 10;
 constexpr milliseconds kBetweenProgress{50};
 
