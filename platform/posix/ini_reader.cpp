@@ -53,22 +53,22 @@ std::uint32_t CopyText(std::string_view text, std::span<char> buffer) {
   return static_cast<std::uint32_t>(length);
 }
 
-// A list that fills the buffer to its last character counts as cut, too.
+// A list whose last zero would be the buffer's last character counts as cut, too.
 std::uint32_t CopyNames(const std::vector<std::string_view>& names, std::span<char> buffer) {
-  if (buffer.size() < 2) {
-    buffer[0] = '\0';
-    return 0;
-  }
+  if (buffer.size() < 2) return CopyText("", buffer);
   const std::size_t room = buffer.size() - 2;
   std::size_t length = 0;
   for (const std::string_view name : names) {
     const std::size_t fitting = std::min(name.size(), room - length);
     std::memcpy(buffer.data() + length, name.data(), fitting);
     length += fitting;
-    if (length == room) break;
+    if (length == room) {
+      buffer[length + 1] = buffer[length] = '\0';
+      return static_cast<std::uint32_t>(length);
+    }
     buffer[length++] = '\0';
   }
-  buffer[length] = buffer[length + 1] = '\0';
+  buffer[length] = '\0';
   return static_cast<std::uint32_t>(length);
 }
 
