@@ -1,0 +1,224 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <random>
+
+#include "base/text.h"
+#include "posix/ini_reader.h"
+#include "support/ordinary_user.h"
+#include "support/temp_folder.h"
+
+namespace tsly {
+namespace {
+
+std::string Unescaped(const std::string& text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\') {
+      plain += text[i];
+      continue;
+    }
+    switch (text.at(++i)) {
+      case 'r':
+        plain += '\r';
+        break;
+      case 'n':
+        plain += '\n';
+        break;
+      case 't':
+        plain += '\t';
+        break;
+      case '0':
+        plain += '\0';
+        break;
+      case 'x':
+        plain += static_cast<char>(LeadingHex(text.substr(i + 1, 2))), i += 2;
+        break;
+      case '{':
+        plain.append(std::stoul(text.substr(i + 1)), 'x'), i = text.find('}', i);
+        break;
+      default:
+        plain += text[i];
+    }
+  }
+  return plain;
+}
+
+struct Argument {
+  explicit Argument(const std::string& column) : is_null(column == "<null>"), text(Unescaped(column)) {}
+  const char* get() const { return is_null ? nullptr : text.c_str(); }
+  bool is_null;
+  std::string text;
+};
+
+std::string Value(ProfileReader& reader, const std::string& file, const char* section = "s", const char* key = "k") {
+  std::string buffer(200, '#');
+  const auto length = reader.GetPrivateProfileString(section, key, "DEF", buffer, file);
+  return buffer.substr(0, length);
+}
+
+// Whether a call reads the file anew shows once the file is old enough; until then every call does.
+void LetSettle(IniReader& reader, const std::vector<std::string>& files) {
+  for (int before = -1; before != reader.ReadCount();) {
+    before = reader.ReadCount();
+    for (const std::string& file : files) Value(reader, file);
+  }
+}
+
+TEST(ProfileContract, Cases) {
+  const TempFolder folder;
+  IniReader reader;
+  std::ifstream lines(TSLY_SOURCE_DIR "/tests/contract/profile_cases.tsv");
+  int cases = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with('#')) continue;
+    SCOPED_TRACE(line.substr(0, 120));
+    const auto column = Split(line, "\t");
+    ASSERT_EQ(column.size(), 8u);
+    const std::string file = folder.CorePath(column[0]);
+    if (column[1] != "<none>") folder.Write(column[0], Unescaped(column[1]));
+    const Argument section(column[2]), key(column[3]), fallback(column[4]);
+    std::string buffer(std::stoul(column[5]), '#');
+    const std::string written = Unescaped(column[7]);
+    EXPECT_EQ(reader.GetPrivateProfileString(section.get(), key.get(), fallback.get(), buffer, file),
+              std::stoul(column[6]));
+    EXPECT_EQ(buffer, written + std::string(buffer.size() - written.size(), '#'));
+    ++cases;
+  }
+  EXPECT_GE(cases, 80);
+}
+
+TEST(ProfileContract, CodePages) {
+  const TempFolder folder;
+  const struct {
+    std::uint32_t code_page;
+    const char* file;
+    const char* key;
+    const char* value;
+  } cases[] = {
+      {1252,  "[s]\nk=\xE9\x80\xA0",                               "k",    "\u00E9\u20AC\u00A0"},
+      {1252,  "[s]\nK\xC9Y=v",                                     "kéy", "v"                 },
+      {1252,  "[s]\nk=a\x81z",                                     "k",    "a\uFFFDz"          },
+      {1252,  "\xEF\xBB\xBF[s]\nk=v",                              "k",    "DEF"               },
+      {932,   "[s]\nk=\x83\x5C\\n\x81\x5B",                        "k",    "ソ\\nー"         },
+      {932,   "[s]\nk=a\x83\nl=w",                                 "l",    "w"                 }, // half a letter at the line's end
+      {1251,  "[s]\n\xCA\xCB=\xE4\xE0",                            "кл", "да"              },
+      {65001, "\xEF\xBB\xBF[s]\nk=\xC3\xA9",                       "k",    "é"                },
+      {1252,  "\xFF\xFE[\0s\0]\0\n\0k\0=\0\x30\x04\n\0\0\xD8\n\0", "k",    "а"                },
+      {64999, "[s]\nk=\xE9",                                       "k",    "\xE9"              }, // one that nobody knows
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.value);
+    const bool wide = static_cast<unsigned char>(c.file[0]) == 0xFF;
+    IniReader reader(c.code_page);
+    EXPECT_EQ(Value(reader, folder.Write("x.ini", wide ? std::string(c.file, 24) : c.file), "s", c.key), c.value);
+  }
+}
+
+TEST(ProfileContract, RewritingInPlaceIsSeenAtTheNextCall) {
+  const TempFolder folder;
+  IniReader reader;
+  const std::string file = folder.Write("x.ini", "[s]\nk=00\n"), native = folder.NativePath("x.ini");
+  for (int i = 10; i < 99; ++i) {
+    folder.Write("x.ini", "[s]\nk=" + std::to_string(i) + "\n");
+    ASSERT_EQ(Value(reader, file), std::to_string(i));
+  }
+  LetSettle(reader, {file});
+  struct stat before {};
+  ASSERT_EQ(stat(native.c_str(), &before), 0);
+  folder.Write("x.ini", "[s]\nk=++\n");
+  const timespec times[] = {before.st_atim, before.st_mtim};  // what a copying program may do
+  ASSERT_EQ(utimensat(AT_FDCWD, native.c_str(), times, 0), 0);
+  EXPECT_EQ(Value(reader, file), "++");
+  std::filesystem::remove(native);
+  EXPECT_EQ(Value(reader, file), "DEF");
+}
+
+// Its next change might bear the same stamp. A slow machine may need several attempts to be quick enough.
+TEST(ProfileContract, AFileJustWrittenIsNotTrusted) {
+  const TempFolder folder;
+  int reads = 0;
+  for (int attempt = 0; attempt < 100 && reads != 2; ++attempt) {
+    IniReader reader;
+    const std::string file = folder.Write("x.ini", "[s]\nk=v\n");
+    Value(reader, file);
+    Value(reader, file);
+    reads = reader.ReadCount();
+  }
+  EXPECT_EQ(reads, 2);
+}
+
+TEST(ProfileContract, TheLastEightFilesStayRead) {
+  const TempFolder folder;
+  IniReader reader;
+  std::vector<std::string> files;
+  for (int i = 0; i < 9; ++i) files.push_back(folder.Write(std::to_string(i), "[s]\nk=" + std::to_string(i)));
+  const std::string ninth = files.back();
+  files.pop_back();
+  LetSettle(reader, files);
+  const int before = reader.ReadCount();
+  EXPECT_EQ(Value(reader, files[0]), "0");
+  EXPECT_EQ(Value(reader, ninth), "8");
+  EXPECT_EQ(reader.ReadCount(), before + 1);
+  for (const std::size_t i : {0u, 2u, 3u, 4u, 5u, 6u, 7u}) EXPECT_EQ(Value(reader, files[i]), std::to_string(i));
+  EXPECT_EQ(reader.ReadCount(), before + 1);
+  EXPECT_EQ(Value(reader, files[1]), "1");  // the least recently used one went
+  EXPECT_EQ(reader.ReadCount(), before + 2);
+}
+
+TEST(ProfileContract, NoBytesDoHarm) {
+  const TempFolder folder;
+  std::mt19937 random(7);
+  const std::string letters("[]=;\"' \t\r\n\\ks\0\x1A\xC3\xA9\xFF\xFE", 19);
+  for (int round = 0; round < 100; ++round) {
+    std::string bytes;
+    for (auto i = random() % 200; i > 0; --i) bytes += letters[random() % letters.size()];
+    IniReader reader(round % 2 == 0 ? std::nullopt : std::optional(932u));
+    const std::string file = folder.Write("x.ini", bytes);
+    std::string buffer(random() % 12, '#');
+    for (const char* section : {static_cast<const char*>(nullptr), "s", ""}) {
+      for (const char* key : {static_cast<const char*>(nullptr), "k", ""}) {
+        const auto length = reader.GetPrivateProfileString(section, key, "d", buffer, file);
+        ASSERT_LE(length + 1, std::max<std::size_t>(buffer.size(), 1));
+        ASSERT_TRUE(buffer.empty() || buffer[length] == '\0');
+      }
+    }
+  }
+}
+
+TEST(ProfileContract, LongLinesAndManyKeys) {
+  const TempFolder folder;
+  IniReader reader;
+  std::string text = "[s]\nk=" + std::string(1 << 20, 'v') + "\n[many]\n";
+  for (int i = 0; i < 5000; ++i) text += "key" + std::to_string(i) + "=" + std::to_string(i) + "\n";
+  const std::string file = folder.Write("x.ini", text);
+  std::string buffer((1 << 20) + 1, '#');
+  EXPECT_EQ(reader.GetPrivateProfileString("s", "k", "", buffer, file), 1u << 20);
+  for (int i = 0; i < 5000; i += 7) {
+    ASSERT_EQ(Value(reader, file, "MANY", ("KEY" + std::to_string(i)).c_str()), std::to_string(i));
+  }
+}
+
+TEST(ProfileContract, FilesThatCountAsMissing) {
+  const TempFolder folder;
+  IniReader reader;
+  EXPECT_EQ(Value(reader, folder.CorePath()), "DEF");
+  EXPECT_EQ(Value(reader, folder.CorePath("no\\x.ini")), "DEF");
+  EXPECT_EQ(Value(reader, "f:\\x.ini"), "DEF");
+  ASSERT_EQ(mkfifo(folder.NativePath("pipe").c_str(), 0666), 0);
+  EXPECT_EQ(Value(reader, folder.CorePath("pipe")), "DEF");
+  const std::string large = folder.Write("Large.ini", "[s]\nk=v\n");
+  EXPECT_EQ(Value(reader, folder.CorePath("lARGE.INI")), "v");
+  ASSERT_EQ(truncate(folder.NativePath("Large.ini").c_str(), (off_t{256} << 20) + 1), 0);
+  EXPECT_EQ(Value(reader, large), "DEF");
+  const std::string secret = folder.Write("secret.ini", "[s]\nk=v\n");
+  std::filesystem::permissions(folder.NativePath(), std::filesystem::perms(0755));
+  std::filesystem::permissions(folder.NativePath("secret.ini"), std::filesystem::perms(0));
+  EXPECT_EQ(AsOrdinaryUser([&] { return Value(reader, secret) == "DEF" ? 0 : 1; }), 0);
+}
+
+}  // namespace
+}  // namespace tsly
