@@ -23,8 +23,10 @@ class MTempFiles {
   // Deletes the files handed out and forgets them all, also those that survive.
   void DeleteTempFiles();
 
- private:
+  // Where they lie, for as long as the system names a place.
   std::string Folder();
+
+ private:
   std::string PlatformTempFile(const std::string& folder);
   std::string CountedFile(const std::string& folder, const std::string& extension);
 

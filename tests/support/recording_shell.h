@@ -28,6 +28,7 @@ class RecordingShell : public Shell {
   int ends = 0;                       // how often the process was ended
   std::uint32_t next_error = 0;       // what LastError gives after the next call; 0 again for the one after it
   Fault next_fault;                   // what the next StartElevated raises
+  std::function<void()> at_end;       // runs just before the end is thrown
   std::function<void()> during_call;  // runs inside each call, as what a user does meanwhile would
 
   Fault StartElevated(const std::string& file, const std::string& parameters, std::int32_t show_command) override {
@@ -56,6 +57,7 @@ class RecordingShell : public Shell {
 
   void DoEndProcess() override {
     ++ends;
+    if (at_end) at_end();
     throw ProcessEnded{};
   }
 

@@ -1,0 +1,82 @@
+// The Linux edition: the ports on their libraries, and one run over them.
+#include <QApplication>
+#include <QIcon>
+#include <csignal>
+#include <iostream>
+#include <memory>
+
+#include "ports/platform.h"
+#include "posix/archive_unzip.h"
+#include "posix/curl_transfer.h"
+#include "posix/display.h"
+#include "posix/home.h"
+#include "posix/ini_reader.h"
+#include "posix/paths.h"
+#include "posix/posix_files.h"
+#include "posix/posix_folders.h"
+#include "posix/posix_locale.h"
+#include "posix/posix_shell.h"
+#include "posix/sqlite_registry.h"
+#include "posix/system_clock.h"
+#include "program.h"
+#include "qt/qt_event_loop.h"
+#include "qt/qt_toolkit.h"
+#include "start_arguments.h"
+
+namespace {
+
+constexpr int kNoDisplay = 3;
+constexpr int kNoSessionBus = 4;
+
+int RunProgram(const tsly::StartArguments& start) {
+  using namespace tsly;
+  const Home home = Home::FromEnvironment();
+  const auto code_page = CodePageFromEnvironment();
+  SystemClock clock;
+  QtEventLoop loop(clock);
+  QtToolkit toolkit(loop);
+  SqliteRegistry registry(home.user_registry, home.machine_registry);
+  IniReader profiles(code_page);
+  PosixFolders folders(home);
+  PosixFiles files;
+  PosixLocale locale(code_page);
+  PosixShell shell({.repaint = [&] { toolkit.RepaintAll(); }});
+  ArchiveUnzipFactory unzip;
+  std::unique_ptr<Program> program;
+  CurlTransfer transfer(loop, loop, [&] { return NativePath(program->temp_files.Folder()); });
+  program = std::make_unique<Program>(Platform{.registry = registry,
+                                               .profiles = profiles,
+                                               .folders = folders,
+                                               .files = files,
+                                               .clock = clock,
+                                               .transfer = transfer,
+                                               .unzip = unzip,
+                                               .shell = shell,
+                                               .locale = locale,
+                                               .toolkit = toolkit,
+                                               .loop = loop},
+                                      start.mode, start.command_line);
+  program->Run();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a server or a child that hangs up is an error code, not the end
+  const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv);
+  if (start.mode != 0) {
+    std::cerr << "tslyCheckNew: no automation server in this build\n";
+    return kNoSessionBus;
+  }
+  if (!tsly::DisplayIsThere()) {
+    std::cerr << "tslyCheckNew: no display to show a window on\n";
+    return kNoDisplay;
+  }
+  int qt_arguments = 1;  // the program's own switches are none of Qt's
+  QApplication application(qt_arguments, argv);
+  QApplication::setApplicationName(QStringLiteral("tslyCheckNew"));
+  QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/pictures/icon.png")));
+  return RunProgram(start);
+}

@@ -1,0 +1,36 @@
+// One run of the process: the modules and the dialog over a platform. main and every test build the same one; two of
+// them on one memory platform are two processes.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "localization/MLocalization.h"
+#include "ports/platform.h"
+#include "services/MRegistry.h"
+#include "services/MTempFiles.h"
+#include "shell/MGlobal.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+
+class Program {
+ public:
+  // `start_mode` 0: a process on its own; anything else: started for an automation client. `command_line`: the
+  // arguments joined by one blank.
+  Program(const Platform& platform, std::int32_t start_mode, std::string command_line);
+
+  // Starts up; a process on its own then serves events until its dialog is gone.
+  void Run();
+
+  MGlobal global;
+  MRegistry registry;
+  MTempFiles temp_files;
+  MLocalization localization;
+  frmVerify dialog;
+
+ private:
+  EventLoop& loop_;
+};
+
+}  // namespace tsly

@@ -1,0 +1,125 @@
+#include "base/text.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+namespace tsly {
+namespace {
+
+TEST(Text, LowerCaseFoldsLettersOfAllAlphabetsAndKeepsTheLength) {
+  const struct {
+    const char* text;
+    const char* lower;
+  } kCases[] = {
+      {"",                         ""                        },
+      {"ABCxyz[]@`",               "abcxyz[]@`"              },
+      {"\u00C4\u00D6\u00DC\u00DF", "\u00E4\u00F6\u00FC\u00DF"},
+      {"\u0391\u03A9\u0416\u042F", "\u03B1\u03C9\u0436\u044F"},
+      {"\u0130\u0131I",            "\u0130\u0131i"           }, // no Turkish rules, and no letter that changes its length
+      {"\u6F22\u5B57",             "\u6F22\u5B57"            },
+      {"\xFF\xC3X\xE2\x82",        "\xFF\xC3x\xE2\x82"       }, // bytes that are no UTF-8 stay
+  };
+  for (const auto& row : kCases) EXPECT_EQ(LowerCase(row.text), row.lower);
+}
+
+TEST(Text, TrimmingTakesBlanksOnly) {
+  EXPECT_EQ(Trim("  a b \t "), "a b \t");
+  EXPECT_EQ(TrimStart("  a "), "a ");
+  EXPECT_EQ(TrimEnd(" a  "), " a");
+  EXPECT_EQ(Trim("   "), "");
+}
+
+TEST(Text, SplitKeepsEmptyParts) {
+  using Parts = std::vector<std::string>;
+  EXPECT_EQ(Split("", " "), Parts{});
+  EXPECT_EQ(Split("a  b ", " "), (Parts{"a", "", "b", ""}));
+  EXPECT_EQ(Split(std::string_view("a\0b\0", 4), std::string_view("\0", 1)), (Parts{"a", "b", ""}));
+}
+
+TEST(Text, ReplaceIgnoresCaseAndSearchesNothingThatItPutIn) {
+  EXPECT_EQ(Replace("[name] and [NAME]", "[Name]", "[NAME]x"), "[NAME]x and [NAME]x");
+  EXPECT_EQ(Replace("aaa", "aa", "b"), "ba");
+  EXPECT_EQ(Replace("text", "", "x"), "text");
+  EXPECT_EQ(Replace("\u00C4[X]\u00D6", "[x]", "1"), "\u00C41\u00D6");
+}
+
+TEST(Text, WholeNumbers) {
+  const struct {
+    const char* text;
+    std::optional<std::int32_t> number;
+  } kCases[] = {
+      {"0",           0           },
+      {" +12 ",       12          },
+      {"-5",          -5          },
+      {"2147483647",  2147483647  },
+      {"-2147483648", INT32_MIN   },
+      {"2147483648",  std::nullopt},
+      {"3000000000",  std::nullopt},
+      {"",            std::nullopt},
+      {" ",           std::nullopt},
+      {"+",           std::nullopt},
+      {"+-1",         std::nullopt},
+      {"1.0",         std::nullopt},
+      {"1e3",         std::nullopt},
+      {"0x10",        std::nullopt},
+      {"12 3",        std::nullopt},
+      {"abc",         std::nullopt},
+  };
+  for (const auto& row : kCases) EXPECT_EQ(ToInt32(row.text), row.number) << row.text;
+}
+
+TEST(Text, NumbersAtTheStartOfAText) {
+  const struct {
+    const char* text;
+    std::int32_t whole;
+    std::optional<double> all;
+  } kCases[] = {
+      {"3",        3,  3.0         },
+      {" 2 weeks", 2,  std::nullopt},
+      {"-1",       -1, -1.0        },
+      {"1.9",      1,  1.9         },
+      {".5",       0,  0.5         },
+      {"+7 ",      7,  7.0         },
+      {"1e10",     0,  1e10        },
+      {"inf",      0,  std::nullopt},
+      {"abc",      0,  std::nullopt},
+      {"",         0,  std::nullopt},
+  };
+  for (const auto& row : kCases) {
+    EXPECT_EQ(LeadingInt32(row.text), row.whole) << row.text;
+    EXPECT_EQ(ToDouble(row.text), row.all) << row.text;
+  }
+}
+
+TEST(Text, HexadecimalDigits) {
+  EXPECT_EQ(LeadingHex("ffffffff"), -1);
+  EXPECT_EQ(LeadingHex("8000"), 32768);
+  EXPECT_EQ(LeadingHex("12zz"), 18);
+  EXPECT_EQ(LeadingHex("1A2B"), 6699);
+  EXPECT_EQ(LeadingHex(""), 0);
+  EXPECT_EQ(LeadingHex("zz"), 0);
+  EXPECT_EQ(LeadingHex("112345678"), 0x12345678);
+  EXPECT_EQ(Hex(-1), "FFFFFFFF");
+  EXPECT_EQ(Hex(12029), "2EFD");
+}
+
+TEST(Text, PlainDecimalsAreShortAndKnowNoLocale) {
+  const struct {
+    double number;
+    const char* text;
+  } kCases[] = {
+      {60060630.0, "60060630"         },
+      {0.5,        "0.5"              },
+      {2.5,        "2.5"              },
+      {10.2,       "10.2"             },
+      {1.0 / 3.0,  "0.333333333333333"},
+      {0,          "0"                },
+      {-3,         "-3"               },
+      {1e15,       "1000000000000000" },
+  };
+  for (const auto& row : kCases) EXPECT_EQ(PlainDecimal(row.number), row.text);
+}
+
+}  // namespace
+}  // namespace tsly

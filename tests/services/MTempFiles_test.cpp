@@ -1,0 +1,74 @@
+#include "services/MTempFiles.h"
+
+#include <gtest/gtest.h>
+
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+class TempFilesTest : public testing::Test {
+ protected:
+  // Below the product's folder.
+  std::string Name(const std::string& path) {
+    const std::string folder = app.ProductFolder();
+    EXPECT_TRUE(path.starts_with(folder)) << path;
+    return path.substr(folder.size());
+  }
+  std::string InFolder(const std::string& name) { return "AppData\\Quillon Systems\\Tessaly Studio\\" + name; }
+
+  HeadlessApp app;
+  MTempFiles& temp_files = app.program->temp_files;
+};
+
+TEST_F(TempFilesTest, AGivenNameIsTakenAsItIsAndNothingIsMade) {
+  EXPECT_EQ(Name(temp_files.GetTempFile("pack.zip", "tmp")), "pack.zip");
+  EXPECT_FALSE(app.folder.Has(InFolder("pack.zip")));
+  EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio")) << "the folder is made";
+}
+
+TEST_F(TempFilesTest, CountedNamesTakeTheFirstFreeNumberAndMakeTheFile) {
+  app.folder.Write(InFolder("tsl00000.zip"), "old");
+  app.folder.Write(InFolder("TSL00001.ZIP"), "old");
+  EXPECT_EQ(Name(temp_files.GetTempFile("", "zip")), "tsl00002.zip");
+  EXPECT_EQ(app.folder.Read(InFolder("tsl00002.zip")), "");
+  EXPECT_EQ(app.folder.Read(InFolder("tsl00000.zip")), "old");
+  EXPECT_EQ(Name(temp_files.GetTempFile("", "")), "tsl00000.");
+}
+
+TEST_F(TempFilesTest, TheSystemNamesFilesEndingInTmp) {
+  for (const char* extension : {"tmp", "TMP"}) {
+    const std::string name = Name(temp_files.GetTempFile("", extension));
+    EXPECT_TRUE(name.starts_with("tsl") && name.ends_with(".tmp") && name != "tsl00000.tmp") << name;
+    EXPECT_TRUE(app.folder.Has(InFolder(name)));
+  }
+}
+
+TEST_F(TempFilesTest, FoldersOfLastResort) {
+  app.folders.nowhere = true;
+  const std::string path = temp_files.GetTempFile("a.txt", "");
+  EXPECT_EQ(path, app.folder.CorePath("temp\\a.txt"));
+}
+
+TEST_F(TempFilesTest, DeletesEachPathOnceAndForgetsSurvivors) {
+  app.folder.Write(InFolder("one.zip"), "1");
+  app.folder.Write(InFolder("Two.zip"), "2");
+  app.folder.Write(InFolder("three.zip"), "3");
+  temp_files.GetTempFile("gone.zip", "");
+  for (const char* name : {"one.zip", "ONE.ZIP", "Two.zip", "three.zip"}) temp_files.GetTempFile(name, "");
+  app.files.calls.clear();
+  app.files.failures = {
+      {FileCall::kDelete, 3, 32}
+  };
+  temp_files.DeleteTempFiles();
+  EXPECT_EQ(app.files.calls[FileCall::kDelete], 4) << "names that differ in case only are one entry";
+  EXPECT_FALSE(app.folder.Has(InFolder("one.zip")));
+  EXPECT_TRUE(app.folder.Has(InFolder("Two.zip"))) << "in use";
+  EXPECT_FALSE(app.folder.Has(InFolder("three.zip")));
+
+  temp_files.DeleteTempFiles();
+  EXPECT_EQ(app.files.calls[FileCall::kDelete], 4);
+}
+
+}  // namespace
+}  // namespace tsly

@@ -1,0 +1,158 @@
+#include "support/headless_app.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+
+#include "platform/posix/paths.h"
+
+namespace tsly {
+namespace {
+
+Home HomeIn(const TempFolder& root) {
+  const auto at = [&](const char* name) { return root.NativePath(name); };
+  Home home;
+  home.documents = at("Documents");
+  home.pictures = at("Pictures");
+  home.program_files = at("ProgramFiles");
+  home.app_data = at("AppData");
+  home.common_app_data = home.own_common_app_data = at("CommonAppData");
+  home.common_documents = home.own_common_documents = at("CommonDocuments");
+  home.common_pictures = home.own_common_pictures = at("CommonPictures");
+  home.temp = at("temp");
+  return home;
+}
+
+void CopyResources(const TempFolder& folder) {
+  const std::filesystem::path resources = std::filesystem::path(TSLY_SOURCE_DIR) / "resources";
+  for (const char* part : {"Languages", "Skins"}) {
+    std::filesystem::copy(resources / part, folder.NativePath("app") / part, std::filesystem::copy_options::recursive);
+  }
+}
+
+}  // namespace
+
+int FixedLocale::DefaultCodePage(std::span<char> buffer) {
+  if (code_page == 0) return 0;
+  const std::string text = std::to_string(code_page);
+  std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
+  return static_cast<int>(text.size()) + 1;
+}
+
+bool FixedLocale::TranslateCodePage(std::uint32_t page, std::int32_t& charset) {
+  if (page != 1252 && page != 932) return false;
+  charset = page == 932 ? 128 : 0;
+  return true;
+}
+
+TestFolders::TestFolders(const TempFolder& root) : PosixFolders(HomeIn(root)), program_(root.CorePath("app")) {}
+
+int TestFolders::GetFolderPath(int csidl, std::span<char> buffer) {
+  return nowhere ? 1 : PosixFolders::GetFolderPath(csidl, buffer);
+}
+
+HeadlessApp::HeadlessApp(std::string command_line, std::int32_t start_mode)
+    : folders(folder), files(real_files), loop(clock), transfer(loop) {
+  std::filesystem::create_directories(folder.NativePath("app"));
+  CopyResources(folder);
+  shell.at_end = [this] { at_end_ = WaitsAndWrites(); };
+  program = std::make_unique<Program>(Platform{.registry = registry,
+                                               .profiles = profiles,
+                                               .folders = folders,
+                                               .files = files,
+                                               .clock = clock,
+                                               .transfer = transfer,
+                                               .unzip = unzip,
+                                               .shell = shell,
+                                               .locale = locale,
+                                               .toolkit = toolkit,
+                                               .loop = loop},
+                                      start_mode, std::move(command_line));
+}
+
+HeadlessApp::~HeadlessApp() {
+  for (const RuntimeError& fault : dialog().ForgottenFaults()) {
+    ADD_FAILURE() << "a fault that nobody skipped: " << fault.source << ": " << fault.description;
+  }
+}
+
+int HeadlessApp::WaitsAndWrites() const {
+  int sum = loop.waits;
+  for (const auto& [call, count] : files.calls) sum += count;
+  return sum;
+}
+
+void HeadlessApp::Run(const std::function<void()>& deed) {
+  ASSERT_FALSE(ended) << "the process has ended";
+  try {
+    deed();
+  } catch (const ProcessEnded&) {
+    ended = true;
+    EXPECT_EQ(WaitsAndWrites(), at_end_) << "something went on after the end of the process";
+  } catch (const StuckWait&) {
+    ADD_FAILURE() << "a wait that nothing can end";
+  }
+}
+
+void HeadlessApp::Start() {
+  Run([this] {
+    program->global.Main(program->dialog);
+    loop.RunFor(std::chrono::milliseconds(0));
+  });
+}
+
+void HeadlessApp::Pass(std::chrono::milliseconds time) {
+  Run([&] { loop.RunFor(time); });
+}
+
+void HeadlessApp::Click(Control& control) {
+  ASSERT_TRUE(dialog().Visible() && control.Reachable()) << control.Name() << " can't be reached";
+  const UiEvent click{.kind = UiEvent::Kind::Click, .control = control.Id(), .value = 0};
+  loop.Post([this, click, load = dialog().LoadNumber()] { dialog().Deliver(click, load); });
+  Pass(std::chrono::milliseconds(0));
+}
+
+void HeadlessApp::CloseWindow() {
+  ASSERT_TRUE(dialog().Visible());
+  loop.Post([this, load = dialog().LoadNumber()] {
+    dialog().Deliver({.kind = UiEvent::Kind::CloseRequested, .control = 0, .value = 0}, load);
+  });
+  Pass(std::chrono::milliseconds(0));
+}
+
+void HeadlessApp::SetVersionValue(const std::string& name, const RegData& data) {
+  program->registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, name, data);
+}
+
+std::string HeadlessApp::VersionValue(const std::string& name) {
+  return program->registry.TextOf(
+      program->registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, name, std::string()));
+}
+
+bool HeadlessApp::HasVersionValue(const std::string& name) {
+  return program->registry.RegValueExists(kLocalMachine, MRegistry::JoinRegPath(SettingsKey, VersionSubkey), name, "");
+}
+
+std::string HeadlessApp::ProductFolder() const {
+  return folder.CorePath(std::string("AppData\\") + kProductSubPath + "\\");
+}
+
+std::string HeadlessApp::Log() const {
+  std::istringstream log(folder.Read(std::string("AppData\\") + kProductSubPath + "\\tslyUpdater.log"));
+  std::string lines;
+  for (std::string line; std::getline(log, line);) {
+    EXPECT_TRUE(line.ends_with('\r')) << line;
+    lines += line.substr(21, line.size() - 22) + "\n";
+  }
+  return lines;
+}
+
+std::vector<std::string> HeadlessApp::Prompts() const {
+  std::vector<std::string> prompts;
+  for (const auto& message : toolkit.messages) prompts.push_back(message.prompt);
+  return prompts;
+}
+
+}  // namespace tsly

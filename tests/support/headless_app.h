@@ -1,0 +1,102 @@
+// The whole program on the memory platform: real files and INI files in a folder of the test's own, everything else
+// scripted and written down. A test sets the scene, starts, acts as a person would, and looks at what came of it.
+//
+// What every test gets for nothing: a fault that some routine forgot to skip, a wait that nothing can end, and a write
+// after the end of the process all fail it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/posix/ini_reader.h"
+#include "platform/posix/posix_files.h"
+#include "platform/posix/posix_folders.h"
+#include "ports/locale.h"
+#include "program.h"
+#include "services/MRegistryConstants.h"
+#include "support/failing_files.h"
+#include "support/headless_toolkit.h"
+#include "support/memory_registry.h"
+#include "support/recording_shell.h"
+#include "support/recording_unzip.h"
+#include "support/scripted_transfer.h"
+#include "support/temp_folder.h"
+#include "support/virtual_loop.h"
+
+namespace tsly {
+
+class FixedLocale : public Locale {
+ public:
+  std::uint32_t code_page = 1252;  // 0: the system doesn't tell
+  std::string date_separator = "/";
+  std::string time_separator = ":";
+  int DefaultCodePage(std::span<char> buffer) override;
+  bool TranslateCodePage(std::uint32_t page, std::int32_t& charset) override;
+  std::string DateSeparator() override { return date_separator; }
+  std::string TimeSeparator() override { return time_separator; }
+};
+
+// The test's folders: a home of its own, and the program file in "app".
+class TestFolders : public PosixFolders {
+ public:
+  explicit TestFolders(const TempFolder& root);
+  bool nowhere = false;  // the system names no special folder
+  int GetFolderPath(int csidl, std::span<char> buffer) override;
+  std::string ProgramFolder() override { return program_; }
+
+ private:
+  std::string program_;
+};
+
+class HeadlessApp {
+ public:
+  // The product's own language file and skin stand beside the program.
+  explicit HeadlessApp(std::string command_line = "", std::int32_t start_mode = 0);
+  ~HeadlessApp();
+
+  // Main, and everything that waits behind it. Does nothing else until time passes.
+  void Start();
+  // Runs `deed` as an event of the program; the end of the process stops it.
+  void Run(const std::function<void()>& deed);
+  void Pass(std::chrono::milliseconds time);
+  // What a person does to the window. A control that can't be reached fails the test.
+  void Click(Control& control);
+  void CloseWindow();
+
+  // Settings below SettingsKey\Version.
+  void SetVersionValue(const std::string& name, const RegData& data);
+  std::string VersionValue(const std::string& name);  // "" when it isn't there
+  bool HasVersionValue(const std::string& name);
+
+  std::string AppFolder() const { return folder.CorePath("app\\"); }
+  std::string ProductFolder() const;  // log and temporary files
+  std::string Log() const;            // the lines without their stamps, each ended by LF
+  std::vector<std::string> Prompts() const;
+  frmVerify& dialog() { return program->dialog; }
+  VerifyControls& controls() { return program->dialog.controls; }
+
+  TempFolder folder;
+  TestFolders folders;
+  PosixFiles real_files;
+  FailingFiles files;
+  IniReader profiles;
+  MemoryRegistry registry;
+  ManualClock clock;
+  VirtualLoop loop;
+  ScriptedTransfer transfer;
+  RecordingUnzipFactory unzip;
+  RecordingShell shell;
+  FixedLocale locale;
+  HeadlessToolkit toolkit;
+  std::unique_ptr<Program> program;
+  bool ended = false;  // the process has ended itself
+
+ private:
+  int WaitsAndWrites() const;
+  int at_end_ = 0;
+};
+
+}  // namespace tsly

@@ -1,0 +1,48 @@
+// A toolkit that draws nothing: windows are entries in a list, texts have a fixed width, messages are written down and
+// answered from a script. A message that nobody scripted fails the test.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "ports/toolkit.h"
+
+namespace tsly {
+
+class HeadlessToolkit : public Toolkit {
+ public:
+  struct Message {
+    std::string prompt;
+    std::int32_t style = 0;
+    bool operator==(const Message&) const = default;
+  };
+
+  static constexpr Twips kCharacterWidth = 90;  // at 8.25 points
+  static constexpr Twips kFrameWidth = 90;
+  static constexpr Twips kFrameHeight = 450;
+
+  std::vector<Message> messages;
+  std::deque<std::int32_t> answers;
+  std::function<void()> during_message;  // what happens while a box is open
+  std::vector<std::int32_t> screen_pointers;
+  std::set<const Form*> open, shown, topmost;
+  int opened = 0;
+  int refreshes = 0;
+  Twips twips_per_pixel = 15;
+
+  ScreenMetrics Metrics() override { return {28800, 16200, kFrameWidth, kFrameHeight, twips_per_pixel}; }
+  void Open(Form& form) override;
+  void Close(Form& form) override;
+  void Show(Form& form) override { shown.insert(&form); }
+  void PlaceTopmost(Form& form) override { topmost.insert(&form); }
+  void Refresh(Form&) override { ++refreshes; }
+  void SetScreenPointer(std::int32_t pointer) override { screen_pointers.push_back(pointer); }
+  std::int32_t MessageBox(const std::string& prompt, std::int32_t style,
+                          const std::optional<std::string>& title) override;
+  TextSize MeasureText(const std::string& text, const Font& font, std::optional<Twips> wrap_width) const override;
+};
+
+}  // namespace tsly

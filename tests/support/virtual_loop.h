@@ -1,0 +1,73 @@
+// Time and events of the tests: nothing passes on its own. The clock stands until a wait moves it to the next timer or
+// to its end, and a wait that nothing could ever end fails the test instead of hanging.
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+
+#include "ports/clock.h"
+#include "ports/event_loop.h"
+
+namespace tsly {
+
+class ManualClock : public Clock {
+ public:
+  DateTime now = 45000.5;  // moves with Advance
+  DateTime Now() override { return now; }
+  SteadyTime Steady() override { return steady_; }
+  void Advance(SteadyTime by) {
+    steady_ += by;
+    now += std::chrono::duration<double>(by).count() / 86400.0;
+  }
+
+ private:
+  SteadyTime steady_ = std::chrono::hours(1);
+};
+
+// Thrown by a wait that nothing can end; caught by the harness, which fails the test.
+struct StuckWait {};
+
+class VirtualLoop : public EventLoop {
+ public:
+  explicit VirtualLoop(ManualClock& clock) : clock_(clock) {}
+
+  int waits = 0;
+  int busy_scopes_begun = 0;
+
+  // What a user or another process does at a time from now.
+  void After(std::chrono::milliseconds delay, std::function<void()> deed);
+  // Serves everything that happens within a time from now.
+  void RunFor(std::chrono::milliseconds time);
+
+  void Wait(SteadyTime until) override;
+  void BeginBusy() override;
+  void EndBusy() override;
+  void Post(std::function<void()> event) override;
+  TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
+  void StopTimer(TimerId timer) override { timers_.erase(timer); }
+  std::size_t RunningTimers() const { return timers_.size(); }
+
+ protected:
+  void RunWaitingEvents() override;
+
+ private:
+  struct RunningTimer {
+    SteadyTime due;
+    std::chrono::milliseconds interval;
+    std::function<void()> tick;
+    bool once;
+  };
+
+  bool ServeOne(SteadyTime latest);
+  void UpdateFlag() { may_wait_ = busy_ == 0 || !events_.empty(); }
+
+  ManualClock& clock_;
+  std::deque<std::function<void()>> events_;
+  std::map<TimerId, RunningTimer> timers_;
+  TimerId last_id_ = 0;
+  int busy_ = 0;
+};
+
+}  // namespace tsly
