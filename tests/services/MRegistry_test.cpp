@@ -39,6 +39,8 @@ class MRegistryTest : public testing::Test {
 
 RegData Date(DateTime moment) { return DateValue{moment}; }
 
+RegData Text(std::string text) { return text; }
+
 std::string Zero(std::string text) { return text + '\0'; }
 
 TEST_F(MRegistryTest, JoinsPaths) {
@@ -109,22 +111,24 @@ TEST_F(MRegistryTest, AnExplicitTypeSendsTheTextForm) {
 
 TEST_F(MRegistryTest, ReadsEachTypeAndGivesTheDefaultForOthers) {
   const RegData fallback = std::string("default");
+  const std::string with_zeros("\0a\0", 3);
+  const std::string eight(8, '\1');
   const struct {
     std::uint32_t type;
     std::string bytes;
     RegData data;
   } kCases[] = {
-      {kRegSz,           Zero("text"),                 std::string("text")                  },
-      {                                                                                              kRegSz,       "no zero",       std::string("no zero")                                     },
-      {                                                                                         kRegSz,   Zero(""),                               std::string()                                },
-      {                                                                             kRegSz,                "",                                 std::string()                                                 },
-      {                                                                         kRegExpandSz,       Zero("%PATH%"), std::string("%PATH%")},
-      {                            kRegBinary,                std::string("\0a\0",                                    3),                                                std::string("\0a\0", 3)},
-      {                                                                                                     kRegDword,        "\xFE\xFF\xFF\xFF",                              RegData(-2)                               },
-      {                                                                                 kRegDword,   "\7",                          RegData(7)                                            },
-      {                                                                                                                         kRegDword, std::string(8,           '\1'),                  fallback},
-      {                                                                                                7,           Zero("several"),                               fallback              },
-      { 11,                std::string(8,                                                      '\1'),                                                                                            fallback},
+      {kRegSz,       Zero("text"),       Text("text")    },
+      {kRegSz,       "no zero",          Text("no zero") },
+      {kRegSz,       Zero(""),           Text("")        },
+      {kRegSz,       "",                 Text("")        },
+      {kRegExpandSz, Zero("%PATH%"),     Text("%PATH%")  },
+      {kRegBinary,   with_zeros,         Text(with_zeros)},
+      {kRegDword,    "\xFE\xFF\xFF\xFF", RegData(-2)     },
+      {kRegDword,    "\7",               RegData(7)      },
+      {kRegDword,    eight,              fallback        },
+      {7,            Zero("several"),    fallback        },
+      {11,           eight,              fallback        },
   };
   for (const auto& row : kCases) {
     Store("Value", row.type, row.bytes);

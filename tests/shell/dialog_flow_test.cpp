@@ -1,0 +1,241 @@
+#include <gtest/gtest.h>
+
+#include "base/date_time.h"
+#include "base/text.h"
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+const std::string kOffer = "[Versions]\r\nA=1\r\n[A]\r\nDownload URL=http://maker/a.zip\r\n";
+const std::string kNothing = "[Versions]\r\nA=0\r\n";
+
+TEST(DialogFlow, ShowsTheStoredFrequencyAndStoresItAtEveryUnload) {
+  const struct {
+    RegData stored;
+    std::int32_t frequency;
+  } kCases[] = {
+      {RegData(),              3},
+      {0,                      0},
+      {1,                      1},
+      {2,                      2},
+      {7,                      3},
+      {-1,                     3},
+      {std::string("2 weeks"), 2},
+      {std::string("abc"),     0},
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app;
+    app.SetVersionValue(kValueCheckedEvery, row.stored);
+    app.Start();
+    EXPECT_EQ(app.controls().lblInfo103.Text(), app.dialog().FrequencyTexts[static_cast<std::size_t>(row.frequency)]);
+    app.Click(app.controls().cmdOK);
+    EXPECT_FALSE(app.dialog().Loaded());
+    EXPECT_EQ(app.VersionValue(kValueCheckedEvery), std::to_string(row.frequency));
+    EXPECT_FALSE(app.HasVersionValue(kValueCheckedOn)) << "no search, no moment";
+  }
+}
+
+TEST(DialogFlow, ClicksStepThroughTheFrequencies) {
+  HeadlessApp app;
+  app.Start();
+  for (const char* tag : {"0", "1", "2", "3", "0"}) {
+    app.Click(app.controls().lblInfo103);
+    EXPECT_EQ(app.controls().lblInfo103.Tag(), tag);
+  }
+  for (const char* tag : {"7", "x", ""}) {
+    app.controls().lblInfo103.SetTag(tag);
+    app.Click(app.controls().lblInfo103);
+    EXPECT_EQ(app.controls().lblInfo103.Tag(), "3");
+  }
+  EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery)) << "nothing is stored before the unload";
+}
+
+TEST(DialogFlow, TellsTheLastCheckInTheUsersForm) {
+  const struct {
+    RegData stored;
+    const char* shown;
+  } kCases[] = {
+      {std::string("60060630"), "Last: 03.10.2014|10.03.2014|18h30"},
+      {60060630,                "Last: 03.10.2014|10.03.2014|18h30"},
+      {std::string("0"),        "Never"                            },
+      {std::string("abc"),      "Never"                            },
+      {std::string("12 abc"),   "Never"                            },
+      {RegData(),               "Never"                            },
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app;
+    app.folder.Write("app\\Languages\\English.ini",
+                     "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n"
+                     "[Software updates]\r\nLast check, never=Never\r\n"
+                     "Last check, done=Last: [MM/DD/YYYY]|[dd/mm/yyyy]|[HH:mm]\r\n");
+    app.locale.date_separator = ".";
+    app.locale.time_separator = "h";
+    app.SetVersionValue(kValueCheckedOn, row.stored);
+    app.Start();
+    EXPECT_EQ(app.controls().lblInfo104.Text(), row.shown);
+  }
+}
+
+TEST(DialogFlow, FitsTheWindowToItsPanelAndPlacesTheFrequencyBehindItsLeadIn) {
+  for (const Twips twips : {15, 20}) {
+    HeadlessApp app;
+    app.toolkit.twips_per_pixel = twips;
+    app.Start();
+    EXPECT_EQ(app.dialog().InnerWidth(), app.controls().picStep100.Width());
+    EXPECT_EQ(app.dialog().InnerHeight(), app.controls().picStep100.Height());
+    EXPECT_EQ(app.dialog().Outer().width, 7320 + HeadlessToolkit::kFrameWidth);
+    const Label& lead_in = app.controls().lblInfo102;
+    EXPECT_EQ(app.controls().lblInfo103.Left(), lead_in.Left() + lead_in.Width() + 5 * twips);
+    EXPECT_LT(app.controls().txtFocus.Top(), 0);
+  }
+}
+
+TEST(DialogFlow, ASearchByHandWithNothingNewStoresItsMoment) {
+  HeadlessApp app;
+  app.Start();
+  app.clock.now = MakeDateTime({.year = 2014, .month = 3, .day = 10, .hour = 18, .minute = 30});
+  app.transfer.answers = {Received(kNothing)};
+  app.toolkit.answers = {kAnswerOk};
+  app.Click(app.controls().lblInfo105);
+  EXPECT_EQ(app.toolkit.messages.size(), 1u);
+  EXPECT_NE(app.controls().lblInfo104.Text().find("03/10/2014 18:30"), std::string::npos);
+  app.Click(app.controls().cmdOK);
+  EXPECT_EQ(app.VersionValue(kValueCheckedOn), "60060630");
+}
+
+TEST(DialogFlow, TheLinkShowsTheSearchAndKeepsASecondOneOut) {
+  HeadlessApp app;
+  app.Start();
+  const Label& link = app.controls().lblInfo105;
+  const std::string caption = link.Text();
+  app.transfer.answers = {
+      Answer{.states = {1, 2, 3, 4, 5, 6, 7}, .step = std::chrono::seconds(1)}
+  };
+  std::vector<std::string> captions;
+  for (int i = 0; i < 8; ++i) {
+    app.loop.After(std::chrono::milliseconds(500 + 1000 * i), [&] {
+      captions.push_back(link.Text());
+      EXPECT_EQ(link.MousePointer(), kPointerHourglass);
+      EXPECT_FALSE(link.GetFont().underline);
+      EXPECT_EQ(link.Look().fore_color, kWhite);
+      app.dialog().ShowTheResults();
+    });
+  }
+  app.toolkit.answers = {kAnswerOk};
+  app.Click(app.controls().lblInfo105);
+  std::vector<std::string> expected(app.dialog().CheckLinkTexts.begin() + 1, app.dialog().CheckLinkTexts.end());
+  expected.insert(expected.begin(), expected.front());  // the first text stands before the first state, too
+  EXPECT_EQ(captions, expected);
+  EXPECT_EQ(app.transfer.requests.size(), 1u);
+  EXPECT_EQ(link.Text(), caption);
+  EXPECT_EQ(link.MousePointer(), kPointerCustom);
+  EXPECT_TRUE(link.GetFont().underline);
+  EXPECT_EQ(link.Look().fore_color, kLinkColor);
+  EXPECT_EQ(app.toolkit.screen_pointers, (std::vector<std::int32_t>{kPointerHourglass, kPointerDefault}));
+}
+
+TEST(DialogFlow, BothWaysOutOfAnOfferKeepTheCheckDue) {
+  for (const bool by_button : {true, false}) {
+    HeadlessApp app("/showupdates");
+    app.SetVersionValue(kValueCheckedOn, std::string("60060630"));
+    app.transfer.answers = {Received(kOffer)};
+    app.Start();
+    app.dialog().CheckedOn = 41000;
+    by_button ? app.Click(app.controls().cmdLater) : app.CloseWindow();
+    EXPECT_FALSE(app.dialog().Loaded());
+    EXPECT_EQ(app.VersionValue(kValueCheckedOn), "60060630");
+  }
+}
+
+TEST(DialogFlow, AWindowClosedDuringASearchEndsItWithoutAWord) {
+  HeadlessApp app;
+  app.Start();
+  app.transfer.answers = {Silent(1, 2, 3)};
+  app.loop.After(std::chrono::seconds(2), [&] { app.dialog().Unload(Form::kUnloadByUser); });
+  app.Click(app.controls().lblInfo105);
+  EXPECT_FALSE(app.dialog().Loaded());
+  EXPECT_TRUE(app.toolkit.messages.empty());
+  EXPECT_EQ(app.transfer.cancelled, 1);
+  EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "3") << "settings are stored";
+  EXPECT_EQ(app.loop.RunningTimers(), 0u);
+}
+
+TEST(DialogFlow, ADialogLoadedAnewDuringASearchIsLeftAlone) {
+  HeadlessApp app;
+  app.Start();
+  app.transfer.answers = {Silent(1)};
+  app.loop.After(std::chrono::seconds(2), [&] {
+    app.dialog().Unload();
+    app.dialog().Show();
+  });
+  app.Click(app.controls().lblInfo105);
+  EXPECT_TRUE(app.dialog().Visible());
+  EXPECT_TRUE(app.toolkit.messages.empty());
+  EXPECT_EQ(app.controls().lblInfo105.MousePointer(), kPointerCustom);
+  EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]);
+}
+
+TEST(DialogFlow, ALateEventIsDropped) {
+  HeadlessApp app;
+  app.Start();
+  const std::uint64_t load = app.dialog().LoadNumber();
+  const UiEvent click{.kind = UiEvent::Kind::Click, .control = app.controls().cmdOK.Id(), .value = 0};
+  app.dialog().Unload();
+  app.dialog().Show();
+  app.dialog().Deliver(click, load);
+  EXPECT_TRUE(app.dialog().Loaded()) << "it belongs to an earlier load";
+  app.controls().cmdOK.SetEnabled(false);
+  app.dialog().Deliver(click, app.dialog().LoadNumber());
+  EXPECT_TRUE(app.dialog().Loaded()) << "disabled meanwhile";
+}
+
+// A client's process, without its automation object.
+class Client : public StatusReceiver {
+ public:
+  void SetStatus(std::int32_t value) override { status = value; }
+  std::int32_t status = StatusPending;
+};
+
+TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
+  const struct {
+    Answer answer;
+    std::int32_t status;
+    bool shown;
+    const char* checked_on;
+    int messages;
+  } kCases[] = {
+      {Received(kNothing), StatusIdle,                  false,                               "64800720", 0                        },
+      {Silent(1),          StatusIdle,                  false,                               "",         0                        },
+      {Failed(12029,       "No connection."),           StatusIdle,                          false,      "",                        1},
+      {Received(kOffer),                  StatusPending,                              true,                                   "",            0},
+      {Received(kOffer + "Stop application=YES\r\n"),                  StatusStopRequired, false, "",      0                            },
+      {Received(kOffer + "Stop application=ja\r\n"),                  StatusPending,  true,       "",            0},
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("", 1);
+    app.Start();
+    app.transfer.answers = {row.answer};
+    app.toolkit.answers.assign(static_cast<std::size_t>(row.messages), kAnswerOk);
+    const auto client = std::make_shared<Client>();
+    app.Run([&] {
+      app.dialog().Load();
+      app.dialog().UpdaterObject = client;
+      app.dialog().PrepareVerifyVersion();
+    });
+    app.Pass(std::chrono::milliseconds(14999));
+    EXPECT_TRUE(app.transfer.requests.empty());
+    app.clock.now = 45000.5;
+    app.Pass(std::chrono::seconds(40));
+    EXPECT_EQ(client->status, row.status);
+    EXPECT_EQ(app.dialog().Loaded(), row.shown);
+    EXPECT_EQ(app.dialog().Visible(), row.shown);
+    EXPECT_EQ(app.toolkit.topmost.size(), row.shown ? 1u : 0u) << "above all other windows for a client";
+    EXPECT_EQ(app.VersionValue(kValueCheckedOn), row.checked_on);
+    EXPECT_EQ(app.toolkit.messages.size(), static_cast<std::size_t>(row.messages));
+    EXPECT_EQ(app.transfer.requests.size(), 1u) << "one search for one arming";
+  }
+}
+
+}  // namespace
+}  // namespace tsly
