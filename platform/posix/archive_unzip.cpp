@@ -3,11 +3,12 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <fcntl.h>
+#include <iconv.h>
 #include <locale.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstring>
+#include <cwchar>
 #include <system_error>
 #include <vector>
 
@@ -55,9 +56,31 @@ ArchiveEntry::Kind KindOf(archive_entry* entry) {
   }
 }
 
+bool IsUtf8(const std::string& text) {
+  std::mbstate_t state{};
+  const char* rest = text.c_str();
+  return mbsrtowcs(nullptr, &rest, 0, &state) != static_cast<std::size_t>(-1);  // under Utf8Names
+}
+
+// A name that isn't marked as UTF-8 is in the code page of DOS by the book; but tools of today's systems leave the mark
+// out as well, and what happens to be good UTF-8 was hardly ever meant as anything else.
+std::string NameOf(archive_entry* entry) {
+  const char* given = archive_entry_pathname(entry);
+  std::string name = given == nullptr ? "" : given;
+  if (IsUtf8(name)) return name;
+  const iconv_t converter = iconv_open("UTF-8", "CP437");
+  if (converter == reinterpret_cast<iconv_t>(-1)) return {};
+  std::string utf8(name.size() * 3, '\0');
+  char* from = name.data();
+  char* to = utf8.data();
+  std::size_t from_left = name.size(), to_left = utf8.size();
+  const bool is_done = iconv(converter, &from, &from_left, &to, &to_left) != static_cast<std::size_t>(-1);
+  iconv_close(converter);
+  return is_done ? utf8.substr(0, utf8.size() - to_left) : std::string();
+}
+
 ArchiveEntry ValueOf(archive_entry* entry) {
-  const char* name = archive_entry_pathname(entry);
-  return {.name = name == nullptr ? "" : name,
+  return {.name = NameOf(entry),
           .kind = KindOf(entry),
           .size = archive_entry_size_is_set(entry) != 0 ? archive_entry_size(entry) : -1,
           .encrypted = archive_entry_is_encrypted(entry) != 0};
@@ -68,7 +91,6 @@ class ZipReader {
  public:
   explicit ZipReader(int file) : archive_(archive_read_new(), archive_read_free) {
     archive_read_support_format_zip_seekable(archive_.get());
-    archive_read_set_options(archive_.get(), "zip:hdrcharset=CP437");  // of names that aren't marked as UTF-8
     lseek(file, 0, SEEK_SET);
     is_open_ = archive_read_open_fd(archive_.get(), file, kBlock) == ARCHIVE_OK;
   }
