@@ -1,7 +1,7 @@
 #include "posix/posix_shell.h"
 
 #include <poll.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -112,7 +112,7 @@ int PosixShell::AwaitRaiser(pid_t id) {
   const std::string raiser = ShortName(options_.raiser);
   const std::string maker = RunningName(gettid());
   bool is_raiser = false;
-  const Descriptor end(pidfd_open(id, 0));
+  const Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));  // the C library lacks it in C++
   using Clock = std::chrono::steady_clock;
   auto last_repaint = Clock::now();
   for (int pause = 1;; pause = std::min(pause * 2, 50)) {

@@ -25,13 +25,9 @@ struct Raw {
   std::uint32_t size_error = 0;
 };
 
-std::string Bytes(std::initializer_list<std::pair<int, std::size_t>> fields) {
-  std::string bytes;
-  for (const auto& [width, value] : fields) {
-    for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> (8 * i));
-  }
-  return bytes;
-}
+// Little-endian numbers of 2 and 4 bytes.
+std::string Two(std::size_t number) { return {static_cast<char>(number), static_cast<char>(number >> 8)}; }
+std::string Four(std::size_t number) { return Two(number) + Two(number >> 16); }
 
 std::uint32_t Crc(const std::string& data) {
   std::uint32_t crc = ~0U;
@@ -45,13 +41,15 @@ std::uint32_t Crc(const std::string& data) {
 std::string Zip(const std::vector<Raw>& entries) {
   std::string files, contents;
   for (const Raw& entry : entries) {
-    const std::string common = Bytes({{2, 20}, {2, entry.flags}, {2, entry.method}, {4, 0x58210000}, {4, Crc(entry.data) ^ entry.crc_error},
-                                      {4, entry.data.size()}, {4, entry.data.size() + entry.size_error}, {2, entry.name.size()}, {2, 0}});
-    contents += "PK\1\2" + Bytes({{2, 0x0314}}) + common +
-                Bytes({{2, 0}, {2, 0}, {2, 0}, {4, std::size_t{entry.mode} << 16}, {4, files.size()}}) + entry.name;
+    const std::string common = Two(20) + Two(entry.flags) + Two(entry.method) + Four(0x58210000) +
+                               Four(Crc(entry.data) ^ entry.crc_error) + Four(entry.data.size()) +
+                               Four(entry.data.size() + entry.size_error) + Two(entry.name.size()) + Two(0);
+    contents += "PK\1\2" + Two(0x0314) + common + Two(0) + Two(0) + Two(0) + Four(std::size_t{entry.mode} << 16) +
+                Four(files.size()) + entry.name;
     files += "PK\3\4" + common + entry.name + entry.data;
   }
-  return files + contents + "PK\5\6" + Bytes({{4, 0}, {2, entries.size()}, {2, entries.size()}, {4, contents.size()}, {4, files.size()}, {2, 0}});
+  return files + contents + "PK\5\6" + Four(0) + Two(entries.size()) + Two(entries.size()) + Four(contents.size()) +
+         Four(files.size()) + Two(0);
 }
 
 class ArchiveUnzipTest : public testing::Test {
@@ -97,14 +95,18 @@ TEST_F(ArchiveUnzipTest, UnpacksWhatTheZipToolPacked) {
 }
 
 TEST_F(ArchiveUnzipTest, Options) {
-  home_.Write("pack.zip", Zip({{"Sub/a.txt", "new a"}, {"b.txt", "new b"}, {"n\x84me", "", 0100644, 0}}));
+  home_.Write("pack.zip", Zip({Raw{"Sub/a.txt", "new a"}, Raw{"b.txt", "new b"}, Raw{"n\x84me", "", 0100644, 0}}));
   const auto tree_after = [this](bool keep_folders, bool replace) {
     std::filesystem::remove_all(home_ / "target");
     home_.Write("target/SUB/A.TXT", "old");
     EXPECT_EQ(Extract("pack.zip", "target", keep_folders, replace), 0);
     return home_.Tree("target");
   };
-  Tree tree = {{"SUB", "/"}, {"SUB/A.TXT", "new a"}, {"b.txt", "new b"}, {"näme", ""}};
+  Tree tree;
+  tree["SUB"] = "/";
+  tree["SUB/A.TXT"] = "new a";
+  tree["b.txt"] = "new b";
+  tree["näme"] = "";
   EXPECT_EQ(tree_after(true, true), tree);
   tree["SUB/A.TXT"] = "old";
   EXPECT_EQ(tree_after(true, false), tree);
@@ -125,21 +127,24 @@ TEST_F(ArchiveUnzipTest, RefusedPacksChangeNothing) {
     EXPECT_EQ(home_.Tree(), before) << unzip_->FailureText();
   };
   const Raw first{"first", "1"};
-  refused(Zip({first, {"../x", "2"}}), kBadName, "\"../x");
-  refused(Zip({first, {"a\\..\\x", "2"}}), kBadName, "x");
-  refused(Zip({first, {"/x", "2"}}), kBadName, "\"/x");
-  refused(Zip({{"x", "/etc", 0120777}, {"x/y", "2"}}), kNotAFile, "\"x");
-  refused(Zip({first, {"x", "", 0060644}}), kNotAFile, "\"x");
-  refused(Zip({first, {"First", "2"}}), kSameName, "\"First");
-  refused(Zip({first, {"x", "2", 0100644, 0x801}}), kEncrypted, "\"x");
-  refused(Zip({first, {"x", "2", 0100644, 0x800, 77}}), kUnknownMethod, "\"x");
-  refused(Zip({first, {"x", "2", 0100644, 0x800, 0, 1}}), kWrongChecksum, "\"x");
-  refused(Zip({first, {"x", "2", 0100644, 0x800, 0, 0, 3}}), kWrongSize, "\"x");
-  refused(Zip({first, {"x", "2", 0100644, 0x800, 0, 0, 1U << 31}}), kTooLarge, "\"x");
-  refused(Zip({first, {"taken", "2"}}), kInTheWay, "\"taken");
-  refused(Zip({first, {"new/sub/y", "2"}, {"old", "3"}, {"out/y", "4"}}), kInTheWay, "\"out/y");
-  refused(Zip({first, {"old/y", "2"}}), kInTheWay, "\"old/y");
-  const std::string good = Zip({first, {"x", "2"}});
+  const auto pack_refused = [&](const Raw& second, UnzipResult reason, const std::string& named) {
+    refused(Zip({first, second}), reason, named);
+  };
+  pack_refused({"../x", "2"}, kBadName, "\"../x");
+  pack_refused({"a\\..\\x", "2"}, kBadName, "x");
+  pack_refused({"/x", "2"}, kBadName, "\"/x");
+  refused(Zip({Raw{"x", "/etc", 0120777}, Raw{"x/y", "2"}}), kNotAFile, "\"x");
+  pack_refused({"x", "", 0060644}, kNotAFile, "\"x");
+  pack_refused({"First", "2"}, kSameName, "\"First");
+  pack_refused({"x", "2", 0100644, 0x801}, kEncrypted, "\"x");
+  pack_refused({"x", "2", 0100644, 0x800, 77}, kUnknownMethod, "\"x");
+  pack_refused({"x", "2", 0100644, 0x800, 0, 1}, kWrongChecksum, "\"x");
+  pack_refused({"x", "2", 0100644, 0x800, 0, 0, 3}, kWrongSize, "\"x");
+  pack_refused({"x", "2", 0100644, 0x800, 0, 0, 1U << 31}, kTooLarge, "\"x");
+  pack_refused({"taken", "2"}, kInTheWay, "\"taken");
+  refused(Zip({first, Raw{"new/sub/y", "2"}, Raw{"old", "3"}, Raw{"out/y", "4"}}), kInTheWay, "\"out/y");
+  pack_refused({"old/y", "2"}, kInTheWay, "\"old/y");
+  const std::string good = Zip({first, Raw{"x", "2"}});
   std::string changed = good;
   changed[changed.find("2PK")] = '3';
   refused(changed, kWrongChecksum, "\"x");
