@@ -1,17 +1,24 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <string.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+#include "base/text.h"
 #include "posix/command_line.h"
 #include "posix/paths.h"
 #include "posix/posix_shell.h"
+#include "support/ordinary_user.h"
 #include "support/recording_shell.h"
-#include "support/temporary_folder.h"
+#include "support/temp_folder.h"
 
 namespace tsly {
 namespace {
@@ -43,9 +50,10 @@ TEST(CommandLine, IsSplitLikeOnWindows) {
 class PosixShellTest : public testing::Test {
  protected:
   PosixShellTest() {
-    mkfifo((home_ / "told").c_str(), 0666);
-    chmod((home_ / "told").c_str(), 0666);
-    program_ = home_.Write("program", "#!/bin/sh\nprintf '[%s]' \"$@\" > " + Fifo(), 0755);
+    chmod(home_.NativePath().c_str(), 0755);
+    MakePipe("told");
+    MakePipe("asked");
+    Script("program", "printf '[%s]' \"$@\" > told");
     setenv("TSLY_RUNAS", "", 1);
     former_path_ = std::getenv("PATH");
   }
@@ -54,46 +62,58 @@ class PosixShellTest : public testing::Test {
     unsetenv("TSLY_RUNAS");
   }
 
-  std::string Fifo() const { return "'" + (home_ / "told").string() + "'"; }
+  void MakePipe(const std::string& name) const {
+    mkfifo(home_.NativePath(name).c_str(), 0666);
+    chmod(home_.NativePath(name).c_str(), 0666);
+  }
+  // A program that does `work`; "told" and "asked" in it are the pipes.
+  std::string Script(const std::string& name, std::string work) const {
+    for (const std::string pipe : {"told", "asked"}) {
+      work = Replace(work, pipe, "'" + home_.NativePath(pipe).string() + "'");
+    }
+    return File(name, "#!/bin/sh\n" + work, 0755);
+  }
+  std::string File(const std::string& name, const std::string& contents, mode_t mode) const {
+    const std::string path = home_.Write(name, contents);
+    chmod(home_.NativePath(name).c_str(), mode);
+    return path;
+  }
   // Waits for a program to tell, so that nothing here depends on time.
-  std::string Told() const { return TemporaryFolder::Read(home_ / "told"); }
+  std::string Told() const { return home_.Read("told"); }
 
   std::uint32_t Start(const std::string& file, const std::string& parameters = "") {
     EXPECT_FALSE(shell_.StartElevated(file, parameters, 1));
     return shell_.LastError();
   }
 
-  TemporaryFolder home_;
-  std::filesystem::path program_;
+  TempFolder home_;
   std::string former_path_;
   PosixShell shell_;
 };
 
 TEST_F(PosixShellTest, StartsAProgramWithItsArguments) {
   home_.Write("Data/x.dll", "");
-  EXPECT_EQ(Start(CorePath(home_ / "PROGRAM"), "/s \"a b\" '$HOME' \"" + CorePath(home_ / "data/X.DLL") + "\""), 0U);
-  EXPECT_EQ(Told(), "[/s][a b]['$HOME'][" + (home_ / "Data/x.dll").string() + "]");
+  EXPECT_EQ(Start(home_.CorePath("PROGRAM"), "/s \"a b\" '$HOME' \"" + home_.CorePath("data/X.DLL") + "\""), 0U);
+  EXPECT_EQ(Told(), "[/s][a b]['$HOME'][" + home_.NativePath("Data/x.dll").string() + "]");
 
-  home_.Write("wrapper", "#!/bin/sh\nexec \"$@\" wrapped", 0755);
-  setenv("PATH", (home_.Path().string() + ":" + former_path_).c_str(), 1);
+  Script("wrapper", "exec \"$@\" wrapped");
+  setenv("PATH", (home_.NativePath().string() + ":" + former_path_).c_str(), 1);
   setenv("TSLY_RUNAS", " wrapper  env ", 1);
   EXPECT_EQ(Start("program", "x"), 0U);
   EXPECT_EQ(Told(), "[x][wrapped]");
 }
 
 TEST_F(PosixShellTest, AProgramInheritsNothingButEnvironmentAndErrors) {
-  home_.Write("look",
-              "#!/bin/sh\n( cut -d' ' -f6 /proc/$$/stat; echo $$; grep -E '^Sig(Ign|Blk)' /proc/$$/status\n"
-              "readlink /proc/$$/fd/0 /proc/$$/fd/1; ls /proc/$$/fd | grep -x 77; pwd ) > " +
-                  Fifo(),
-              0755);
+  Script("look",
+         "( cut -d' ' -f6 /proc/$$/stat; echo $$; grep -E '^Sig(Ign|Blk)' /proc/$$/status\n"
+         "readlink /proc/$$/fd/0 /proc/$$/fd/1; ls /proc/$$/fd | grep -x 77; pwd ) > told");
   ASSERT_EQ(dup2(0, 77), 77);
   signal(SIGUSR1, SIG_IGN);
   sigset_t blocked, former;
   sigemptyset(&blocked);
   sigaddset(&blocked, SIGTERM);
   sigprocmask(SIG_BLOCK, &blocked, &former);
-  EXPECT_EQ(Start((home_ / "look").string()), 0U);
+  EXPECT_EQ(Start(home_.CorePath("look")), 0U);
   sigprocmask(SIG_SETMASK, &former, nullptr);
   signal(SIGUSR1, SIG_DFL);
   close(77);
@@ -107,26 +127,26 @@ TEST_F(PosixShellTest, AProgramInheritsNothingButEnvironmentAndErrors) {
 }
 
 TEST_F(PosixShellTest, ProgramsThatCantBeStarted) {
-  home_.Write("text", "echo no program", 0755);
-  home_.Write("broken",
-              "\x7f"
-              "ELF and nothing more",
-              0755);
-  home_.Write("idle", "#!/bin/sh\n", 0644);
+  File("text", "echo no program", 0755);
+  File("broken",
+       "\x7f"
+       "ELF and nothing more",
+       0755);
+  File("idle", "#!/bin/sh\n", 0644);
   const std::filesystem::path former = std::filesystem::current_path();
-  std::filesystem::current_path(home_.Path());
+  std::filesystem::current_path(home_.NativePath());
   setenv("PATH", ("::.:" + former_path_).c_str(), 1);
   const std::pair<std::string, std::uint32_t> rows[] = {
-      {(home_ / "missing").string(), 2  },
-      {CorePath(home_ / "no\\such"), 2  },
-      {"f:\\program",                2  },
-      {"program",                    2  }, // in the working folder alone
-      {"REGSVR32.EXE",               2  },
-      {"",                           2  },
-      {CorePath(home_ / "idle"),     5  },
-      {CorePath(home_.Path()),       5  },
-      {CorePath(home_ / "text"),     193},
-      {CorePath(home_ / "broken"),   193},
+      {home_.NativePath("missing").string(), 2  },
+      {home_.CorePath("no\\such"),           2  },
+      {"f:\\program",                        2  },
+      {"program",                            2  }, // in the working folder alone
+      {"REGSVR32.EXE",                       2  },
+      {"",                                   2  },
+      {home_.CorePath("idle"),               5  },
+      {home_.CorePath(),                     5  },
+      {home_.CorePath("text"),               193},
+      {home_.CorePath("broken"),             193},
   };
   for (const auto& [file, code] : rows) EXPECT_EQ(Start(file), code) << file;
   std::filesystem::current_path(former);
@@ -140,42 +160,33 @@ TEST_F(PosixShellTest, WaitsForTheUsersAnswerRepainting) {
       {"exec \"$@\"", 0  }
   };
   for (const auto& [answer, code] : rows) {
-    mkfifo((home_ / "asked").c_str(), 0666);
-    chmod((home_ / "asked").c_str(), 0666);
-    const std::string raiser =
-        home_.Write("raise", "#!/bin/sh\nread x < '" + (home_ / "asked").string() + "'\n" + answer, 0755);
-    const pid_t child = fork();
-    if (child == 0) {  // as a user who has to ask
-      if (geteuid() == 0 && setuid(65534) != 0) _exit(99);
+    Script("raise", "read x < asked\n" + answer);
+    const auto start = [this] {
       unsetenv("TSLY_RUNAS");
       bool has_answered = false;
-      PosixShell shell({.repaint =
-                            [&] {
-                              if (!has_answered) std::ofstream(home_ / "asked") << "go\n";
-                              has_answered = true;
-                            },
-                        .raiser = raiser});
-      const Fault fault = shell.StartElevated(program_, "x", 1);
-      _exit(fault || !has_answered ? 98 : static_cast<int>(shell.LastError() % 1000));
-    }
+      const auto answer_once = [&] {
+        if (!std::exchange(has_answered, true)) std::ofstream(home_.NativePath("asked")) << "go\n";
+      };
+      PosixShell shell({.repaint = answer_once, .raiser = home_.NativePath("raise").string()});
+      const Fault fault = shell.StartElevated(home_.CorePath("program"), "x", 1);
+      return fault || !has_answered ? 98 : static_cast<int>(shell.LastError() % 1000);
+    };
+    EXPECT_EQ(AsOrdinaryUser(start), code) << answer;
     if (code == 0) {
       EXPECT_EQ(Told(), "[x]");
     }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), code) << answer;
   }
 }
 
 TEST_F(PosixShellTest, OpensWebAddressesAlone) {
-  home_.Write("bin/xdg-open", "#!/bin/sh\nprintf '[%s]' \"$@\" > " + Fifo(), 0755);
-  setenv("PATH", (home_ / "bin").c_str(), 1);
+  Script("bin/xdg-open", "printf '[%s]' \"$@\" > told");
+  setenv("PATH", home_.NativePath("bin").c_str(), 1);
   for (const std::string url : {"http://a.example/?q=$(id)&b c", "HTTPS://a.example", "mailto:a@b.example"}) {
     shell_.OpenAddress(url);
     EXPECT_EQ(shell_.LastError(), 0U);
     EXPECT_EQ(Told(), "[" + url + "]");
   }
-  const int quiet = open((home_ / "told").c_str(), O_RDONLY | O_NONBLOCK);
+  const int quiet = open(home_.NativePath("told").c_str(), O_RDONLY | O_NONBLOCK);
   for (const std::string url : {"", "file:///etc/passwd", "/bin/sh", "httpx://a", "http", "--help", "javascript:1"}) {
     shell_.OpenAddress(url);
     EXPECT_NE(shell_.LastError(), 0U) << url;
@@ -199,9 +210,9 @@ class Display {
       _exit(127);
     }
     close(ends[1]);
-    char number[16] = ":";
-    if (read(ends[0], number + 1, sizeof number - 2) > 1) setenv("DISPLAY", strtok(number, "\n"), 1);
-    close(ends[0]);
+    const std::unique_ptr<FILE, int (*)(FILE*)> told(fdopen(ends[0], "r"), fclose);
+    int number = -1;
+    if (fscanf(told.get(), "%d", &number) == 1) setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
   }
   ~Display() {
     if (server_ <= 0) return;
