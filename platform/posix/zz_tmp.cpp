@@ -1,1 +1,0 @@
-namespace tsly { extern const int zz; const int zz = 0; }
