@@ -144,6 +144,7 @@ void QtEventLoop::Post(std::function<void()> event) {
     const std::lock_guard lock(posted_guard_);
     posted_.push_back(std::move(event));
   }
+  may_wait_.store(true, std::memory_order_relaxed);  // a busy scope needn't wait for its ticker
   receiver_->WakeUp();
 }
 

@@ -20,13 +20,15 @@ namespace {
 constexpr std::int32_t kTwipsPerNotch = 3 * 195;  // of the wheel: three lines of text
 constexpr int kAnglePerNotch = 120;
 
-QString PicturePath(const char* name) { return QStringLiteral(":/pictures/") + QString::fromUtf8(name); }
+QPixmap PictureOf(const std::string& name) {
+  return QPixmap(QStringLiteral(":/pictures/%1.png").arg(QString::fromStdString(name)));
+}
 
 QCursor CursorFor(std::int32_t pointer) {
   if (pointer == kPointerHourglass) return Qt::WaitCursor;
   if (pointer != kPointerCustom) return Qt::ArrowCursor;
   constexpr QPoint finger_tip(12, 5);
-  const QPixmap hand(PicturePath("hand.png"));
+  const QPixmap hand = PictureOf("hand");
   return hand.isNull() ? QCursor(Qt::PointingHandCursor) : QCursor(hand, finger_tip.x(), finger_tip.y());
 }
 
@@ -209,7 +211,7 @@ class ImageWidget final : public Picture {
  public:
   using Picture::Picture;
   void Take(const ControlLook& look) override {
-    if (look.picture != look_.picture) pixmap_ = QPixmap(PicturePath(look.picture.c_str()));
+    if (look.picture != look_.picture) pixmap_ = PictureOf(look.picture);
     Picture::Take(look);
   }
 

@@ -55,7 +55,9 @@ class SampleForm final : public Form {
     rectangle.Reset(look);
     look.rect = {3600, 1050, 600, 0};
     line.Reset(look);
-    image.Reset(LookAt({4500, 300, 600, 600}));
+    look = LookAt({4500, 300, 720, 690});
+    look.picture = "imgPicture";
+    image.Reset(look);
     button.Reset(LookAt({300, 2100, 1500, 375}, "R&D <i>"));
     look = LookAt({300, 2700, 3000, 900}, "one\r\ntwo");
     look.multi_line = look.read_only = true;
@@ -172,6 +174,7 @@ TEST_F(QtToolkitTest, DrawsControlsWhereAndAsTheModelsSay) {
   for (const auto& point : points) {
     EXPECT_TRUE(IsNear(ColorAt(point.x, point.y), Qt_(point.color))) << point.x << ", " << point.y;
   }
+  EXPECT_FALSE(IsNear(ColorAt(324, 43), Qt_(kGround)));  // the middle of the picture
   form.panel.Move({600, 300, 3000, kPanelHeight});
   form.rectangle.SetVisible(false);
   Serve();
