@@ -1,32 +1,317 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include "ports/system_codes.h"
 #include "support/headless_app.h"
 
 namespace tsly {
 namespace {
 
-// CRC-32 of "123456789".
+// A pack whose length is 9 and whose CRC-32 is the published check value of the algorithm.
 constexpr const char* kPack = "123456789";
 
-std::string UpdatesFile() {
-  return "[Versions]\r\nDesigner=7.0.1300.0\r\n"
-         "[Localization - English]\r\nDesigner:Description=Designer update\r\nDesigner:Summary=Better printing.\r\n"
-         "[Designer]\r\nInstall pack=yes\r\nDownload URL=http://maker/packs/designer.zip\r\nSize=9\r\n"
-         "CRC32=cbf43926\r\nReleased=12/2026\r\nAction 1=unzip:{app}\r\n";
+struct Module {
+  std::string name;
+  std::string lines;  // below those that every module has
+};
+
+using Modules = std::vector<Module>;
+
+std::string Sections(const std::vector<Module>& modules) {
+  std::string versions = "[Versions]\r\n";
+  std::string sections;
+  for (const Module& module : modules) {
+    versions += module.name + "=7.1\r\n";
+    sections += "[" + module.name + "]\r\nInstall pack=yes\r\nDownload URL=http://maker/" + module.name +
+                ".zip\r\nSize=9\r\nCRC32=cbf43926\r\n" + module.lines;
+  }
+  return versions + sections;
 }
 
-TEST(Driver, InstallsOneUpdateAndRecordsItsVersion) {
-  HeadlessApp app("/showupdates");
-  app.transfer.answers = {Received(UpdatesFile()), Received(kPack)};
+// The program with its offer on the screen.
+class Offer : public HeadlessApp {
+ public:
+  explicit Offer(const std::vector<Module>& modules, std::string command_line = "/showupdates")
+      : HeadlessApp(std::move(command_line)) {
+    transfer.answers = {Received(Sections(modules))};
+    Start();
+    EXPECT_TRUE(controls().picStep200.Visible());
+  }
+  void Install() { Click(controls().cmdInstall); }
+  std::string Transcript() {
+    std::string text = controls().txtProcessing.Text();
+    std::erase(text, '\r');
+    return text;
+  }
+};
+
+TEST(Driver, OneUpdateFromTheOfferToTheRecordedVersion) {
+  Offer app(Modules{
+      {"Designer", "Action 1=unzip:{app}\r\nAction 2=run:\"{current}setup.sh\" /q\r\n"}
+  });
+  app.transfer.answers = {Received(kPack)};
   app.unzip.results = {0};
-  app.Start();
-  ASSERT_TRUE(app.controls().picStep200.Visible());
-  app.Click(app.controls().cmdInstall);
-  EXPECT_EQ(app.controls().txtProcessing.Text(), "");
-  EXPECT_EQ(app.VersionValue("Version: Designer"), "7.0.1300.0");
-  EXPECT_EQ(app.Log(), "");
+  app.Install();
+  EXPECT_EQ(app.Transcript(),
+            "The updates are being installed. Please wait.\n"
+            "Downloading Designer (9 bytes)\n"
+            "Checking the download: passed.\n"
+            "Unpacking the files\n"
+            "Running a program that belongs to the update\n"
+            "The update was installed.");
+  EXPECT_EQ(app.VersionValue("Version: Designer"), "7.1");
+  const std::string pack = app.ProductFolder() + "Designer.zip";
+  const std::vector<std::string> calls{"ArchiveFile=" + pack, "ExtractFolder=" + app.AppFolder(), "ExtractOptionA=True",
+                                       "ExtractOptionB=True", "Extract"};
+  ASSERT_EQ(app.unzip.objects.size(), 1u);
+  EXPECT_EQ(app.unzip.objects[0], calls);
+  const RecordingShell::Launch launch{app.ProductFolder() + "setup.sh", "/q", 1};
+  EXPECT_EQ(app.shell.launched, std::vector{launch});
+  EXPECT_EQ(app.dialog().CheckedOn, 0) << "a run of one update leaves it alone";
+
+  EXPECT_FALSE(app.controls().cmdLater.Visible() || app.controls().cmdInstall.Visible());
+  EXPECT_TRUE(app.controls().txtProcessing.Visible() && !app.controls().picUpdates.Visible());
+  EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\Designer.zip"));
   app.Click(app.controls().cmdClose);
   EXPECT_FALSE(app.dialog().Loaded());
+  EXPECT_FALSE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\Designer.zip"));
+  EXPECT_FALSE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini"));
+}
+
+TEST(Driver, AFailedUpdateStopsItselfAlone) {
+  const Answer good = Received(kPack);
+  const Answer wrong = Received("12345678X");
+  const Answer none = Silent(1);
+  const struct {
+    Answer first, second, third;
+    const char* last_line;
+    const char* recorded;  // by the names of the modules
+    bool checked;
+  } kCases[] = {
+      {good,  good, good,  "Finished: all 3 updates were installed.",                                  "ABC", true },
+      {none,  good, wrong, "Finished. Installed: 1, failed: 2. What failed will be offered again.",    "B",   false},
+      {wrong, none, wrong, "Finished: no update was installed, 3 failed. They will be offered again.", "",    false},
+  };
+  for (const auto& row : kCases) {
+    Offer app(Modules{
+        {"A", "Action 1=unzip:{app}\r\n"},
+        {"B", "Action 1=unzip:{app}\r\n"},
+        {"C", "Action 1=unzip:{app}\r\n"}
+    });
+    app.transfer.answers = {row.first, row.second, row.third};
+    app.unzip.results.assign(std::string(row.recorded).size(), 0);
+    app.Install();
+    EXPECT_TRUE(app.Transcript().ends_with(row.last_line)) << app.Transcript();
+    std::string recorded;
+    for (const char* name : {"A", "B", "C"}) {
+      if (app.HasVersionValue(std::string("Version: ") + name)) recorded += name;
+    }
+    EXPECT_EQ(recorded, row.recorded);
+    EXPECT_EQ(app.unzip.objects.size(), recorded.size()) << "a bad pack runs none of its lines";
+    app.Click(app.controls().cmdClose);
+    EXPECT_EQ(app.HasVersionValue(kValueCheckedOn), row.checked);
+  }
+}
+
+TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
+  Offer app(Modules{
+      {"A", ""},
+      {"B", ""}
+  });
+  Answer slow = Received(kPack);
+  slow.step = std::chrono::seconds(1);
+  app.transfer.answers = {slow, Received(kPack)};
+  app.loop.After(std::chrono::seconds(3), [&] {
+    app.dialog().Unload(Form::kUnloadByUser);
+    EXPECT_TRUE(app.dialog().Loaded()) << "an installation is running";
+    EXPECT_FALSE(app.controls().cmdInstall.Enabled());
+  });
+  app.Install();
+  EXPECT_NE(app.dialog().CheckedOn, 0);
+  app.CloseWindow();
+  EXPECT_FALSE(app.dialog().Loaded());
+  EXPECT_FALSE(app.HasVersionValue(kValueCheckedOn)) << "only the button keeps the moment";
+}
+
+TEST(Driver, AsksBeforeTheHostProductIsStopped) {
+  const struct {
+    const char* line;
+    const char* stop;
+    std::int32_t answer;
+    std::uint32_t window_error;
+    std::vector<std::int32_t> styles;
+    std::size_t closed;
+    bool installed;
+  } kCases[] = {
+      {"/showupdates /window:5", "no",   0,          0,    {},       0, true },
+      {"/showupdates /window:5", " NO ", 0,          0,    {},       0, true },
+      {"/showupdates",           "yes",  0,          0,    {48},     0, true },
+      {"/showupdates /window:5", "ja",   kAnswerYes, 0,    {36},     1, true },
+      {"/showupdates /window:5", "yes",  kAnswerYes, 1400, {36, 48}, 1, true },
+      {"/showupdates /window:5", "yes",  kAnswerNo,  0,    {36},     0, false},
+  };
+  for (const auto& row : kCases) {
+    Offer app(
+        Modules{
+            {"A", ""                                                  },
+            {"B", std::string("Stop application=") + row.stop + "\r\n"}
+    },
+        row.line);
+    app.transfer.answers = {Received(kPack), Received(kPack)};
+    app.toolkit.answers = {row.answer, kAnswerOk};
+    app.shell.next_error = row.window_error;
+    app.Install();
+    std::vector<std::int32_t> styles;
+    for (const auto& message : app.toolkit.messages) styles.push_back(message.style);
+    EXPECT_EQ(styles, row.styles);
+    EXPECT_EQ(app.shell.closed_windows.size(), row.closed);
+    EXPECT_EQ(app.HasVersionValue("Version: B"), row.installed);
+    EXPECT_EQ(app.dialog().Loaded(), row.installed) << "No takes the road of the later button";
+  }
+}
+
+TEST(Driver, ActionsThatFailEndTheirUpdate) {
+  const struct {
+    const char* lines;
+    std::int32_t result;  // of the extraction
+    Fault launch;
+    const char* last_line;
+    std::size_t launches;
+  } kCases[] = {
+      {"Action 1=unzip:{app}\r\nAction 2=run:x\r\n",
+       3,                                               {},
+       "The files couldn't be unpacked. Reason: The pack is damaged.",                                                                           0},
+      {"Action 1=unzip:{windows}\\x\r\n",
+       0,                                               {},
+       "The files couldn't be unpacked. The path {windows}\\x isn't valid on this computer.",                                                    0},
+      {"Action 1=RUN:a.exe b\r\nAction 2=run:x\r\n",
+       0,                                               {8, "", "No memory."},
+       "The program couldn't be started. Error 8 with a.exe b: No memory.",                                                                      1},
+      {"Action 1=register dll:{app}a b.dll\r\n",
+       0,                                               {8, "", "No memory."},
+       "The component couldn't be registered. Error 8 with APP/a b.dll: No memory.",                                                             1},
+      {"Action 1=unregister exe\r\n",
+       0,                                               {},
+       "The registration couldn't be removed. Error 9 with : Subscript out of range",                                                            0},
+      {"Action 1=unzip\r\n",                         0, {},                    "The files couldn't be unpacked. Reason: Subscript out of range", 0},
+  };
+  for (const auto& row : kCases) {
+    Offer app(Modules{
+        {"A", row.lines}
+    });
+    app.transfer.answers = {Received(kPack)};
+    app.unzip.results = {row.result};
+    app.unzip.failure_text = "The pack is damaged.";
+    app.shell.next_fault = row.launch;
+    app.Install();
+    std::string expected = row.last_line;
+    if (const auto at = expected.find("APP/"); at != std::string::npos) expected.replace(at, 4, app.AppFolder());
+    EXPECT_TRUE(app.Transcript().ends_with("\n" + expected)) << app.Transcript();
+    EXPECT_EQ(app.shell.launched.size(), row.launches);
+    EXPECT_FALSE(app.HasVersionValue("Version: A"));
+    EXPECT_FALSE(app.dialog().tmrPrintDots.Enabled());
+    EXPECT_TRUE(app.controls().cmdClose.Visible());
+  }
+}
+
+TEST(Driver, AComponentThatCannotBeCreatedOrCalledFailsTheUpdate) {
+  for (const char* call : {"", "ArchiveFile", "ExtractFolder", "ExtractOptionA", "ExtractOptionB", "Extract"}) {
+    Offer app(Modules{
+        {"A", "Action 1=unzip:{app}\r\n"}
+    });
+    app.transfer.answers = {Received(kPack)};
+    app.unzip.fail_create = *call == '\0';
+    app.unzip.fail_call = call;
+    app.Install();
+    EXPECT_FALSE(app.HasVersionValue("Version: A")) << call;
+    EXPECT_TRUE(app.Transcript().find("The files couldn't be unpacked.") != std::string::npos);
+    EXPECT_FALSE(app.dialog().tmrPrintDots.Enabled()) << "the dots stop";
+  }
+}
+
+TEST(Driver, EachVerbStartsItsProgram) {
+  Offer app(Modules{
+      {"A",
+       "Action 1=unregister exe:{app}a b.exe\r\nAction 2=register exe:{app}a b.exe\r\n"
+       "Action 3=unregister dll:{app}\\a b.dll\r\nAction 4=Register DLL:{app}a b.dll:ignored\r\n"
+       "Action 5=\" run:skipped\"\r\nAction 6=unknown\r\nAction 7=run:\"{commonappdata}x\" y:ignored\r\nAction "
+       "9=run:gap\r\n"}
+  });
+  app.transfer.answers = {Received(kPack)};
+  app.Install();
+  const std::string folder = app.AppFolder();
+  const std::string common = app.folder.CorePath("CommonAppData\\Quillon Systems\\Tessaly Studio\\");
+  const std::vector<RecordingShell::Launch> kExpected{
+      {folder + "a b.exe", "/unregserver",                    1},
+      {folder + "a b.exe", "/regserver",                      1},
+      {"REGSVR32.EXE",     "/u /s \"" + folder + "a b.dll\"", 1},
+      {"REGSVR32.EXE",     "/s \"" + folder + "a b.dll\"",    1},
+      {common + "x",       "y",                               1},
+  };
+  EXPECT_EQ(app.shell.launched, kExpected);
+  EXPECT_TRUE(app.folder.Has("CommonAppData\\Quillon Systems\\Tessaly Studio"));
+}
+
+TEST(Driver, ExecuteEndsTheProcessInTheMiddle) {
+  Offer app(Modules{
+      {"A", "Action 1=execute:{app}setup.sh\r\nAction 2=run:x\r\n"},
+      {"B", ""                                                    }
+  });
+  app.transfer.answers = {Received(kPack), Received(kPack)};
+  app.Install();
+  EXPECT_TRUE(app.ended);
+  EXPECT_EQ(app.shell.launched.size(), 1u);
+  EXPECT_FALSE(app.HasVersionValue("Version: A"));
+  EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery)) << "the dialog isn't unloaded";
+  EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\A.zip"));
+}
+
+TEST(Driver, AVersionThatCannotBeWrittenStillCountsAsInstalled) {
+  Offer app(Modules{
+      {"A", ""}
+  });
+  app.transfer.answers = {Received(kPack)};
+  app.registry.denied = true;
+  app.Install();
+  EXPECT_TRUE(app.Transcript().ends_with("The update was installed."));
+  app.Click(app.controls().cmdClose);
+  EXPECT_FALSE(app.HasVersionValue("Version: A"));
+}
+
+TEST(Driver, VerificationComparesLengthAndChecksum) {
+  const struct {
+    const char *size, *crc;
+    bool good;
+  } kCases[] = {
+      {"9",    "CBF43926",   true },
+      {" 9 ",  "0xcbf43926", true },
+      {"9",    "CBF43927",   false},
+      {"10",   "CBF43926",   false},
+      {"nine", "CBF43926",   false},
+      {"9",    "",           false},
+  };
+  for (const auto& row : kCases) {
+    Offer app(Modules{
+        {"A", ""}
+    });
+    app.controls().UpdateItem(1).UpdateElementSize = row.size;
+    app.controls().UpdateItem(1).UpdateElementCRC = row.crc;
+    app.transfer.answers = {Received(kPack)};
+    app.Install();
+    EXPECT_EQ(app.HasVersionValue("Version: A"), row.good) << row.size << " " << row.crc;
+  }
+}
+
+TEST(Driver, AnEmptyPackMayBeAnnouncedAsSuch) {
+  Offer app(Modules{
+      {"A", ""}
+  });
+  app.controls().UpdateItem(1).UpdateElementSize = "0";
+  app.controls().UpdateItem(1).UpdateElementCRC = "0";
+  app.transfer.answers = {Received("")};
+  app.Install();
+  EXPECT_TRUE(app.HasVersionValue("Version: A"));
 }
 
 }  // namespace

@@ -92,7 +92,9 @@ TEST(Main, FirstThingThatTheUserSees) {
     EXPECT_EQ(app.controls().picStep200.Visible(), row.list);
     EXPECT_EQ(app.controls().picStep100.Visible(), !row.list);
     ASSERT_EQ(app.toolkit.messages.size(), row.message_style != 0 ? 1u : 0u);
-    if (row.message_style != 0) EXPECT_EQ(app.toolkit.messages[0].style, row.message_style);
+    if (row.message_style != 0) {
+      EXPECT_EQ(app.toolkit.messages[0].style, row.message_style);
+    }
     EXPECT_TRUE(app.toolkit.topmost.empty());
     app.CloseWindow();
     EXPECT_FALSE(app.dialog().Loaded());

@@ -1,0 +1,93 @@
+// The rules below the installation: path macros and checksums.
+#include <gtest/gtest.h>
+
+#include "base/runtime_error.h"
+#include "install/cCRC32.h"
+#include "install/path_macros.h"
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+TEST(PathMacros, Expand) {
+  const struct {
+    const char *path, *expanded;
+    bool whole;
+  } kCases[] = {
+      {"",                       "",                         true },
+      {"x.exe",                  "x.exe",                    true },
+      {"{app}setup.exe",         "\\opt\\app\\setup.exe",    true },
+      {"{app}\\setup.exe",       "\\opt\\app\\setup.exe",    true },
+      {"{APP}{app}",             "\\opt\\app\\\\opt\\app\\", true },
+      {"\"{current}x y\" /q",    "\"\\tmp\\packs\\x y\" /q", true },
+      {"{CommonAppData}\\Cards", "\\var\\Cards",             true },
+      {"{windows}\\x.exe",       "{windows}\\x.exe",         false},
+      {"{current}\\x}",          "\\tmp\\packs\\x}",         false},
+      {"{",                      "{",                        false},
+  };
+  for (const auto& row : kCases) {
+    std::string expanded = "before";
+    EXPECT_EQ(ExpandMacros(row.path, {"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"}, expanded), row.whole);
+    EXPECT_EQ(expanded, row.expanded);
+  }
+  std::string expanded;
+  ExpandMacros("{current}", {"pack.zip", "", ""}, expanded);
+  EXPECT_EQ(expanded, "pack.zip\\") << "a document without a folder counts as one";
+  ExpandMacros("{current}", {"\\pack.zip", "", ""}, expanded);
+  EXPECT_EQ(expanded, "\\pack.zip\\");
+}
+
+class ChecksumTest : public testing::Test {
+ protected:
+  HeadlessApp app{"", 1};
+  cCRC32 checksum{app.files, app.loop};
+
+  // Bit by bit, without a table.
+  static std::int32_t Slowly(const std::string& bytes) {
+    std::uint32_t crc = 0xFFFFFFFF;
+    for (const char c : bytes) {
+      crc ^= static_cast<unsigned char>(c);
+      for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320u : 0u);
+    }
+    return static_cast<std::int32_t>(~crc);
+  }
+};
+
+TEST_F(ChecksumTest, FilesOfAllLengths) {
+  EXPECT_EQ(checksum.GetFileCrc32(app.folder.Write("nine", "123456789")), static_cast<std::int32_t>(0xCBF43926));
+  EXPECT_EQ(checksum.GetFileCrc32(app.folder.Write("empty", "")), 0);
+  EXPECT_EQ(checksum.GetFileCrc32(app.folder.CorePath("missing")), 0);
+  EXPECT_EQ(checksum.GetFileCrc32(app.folder.CorePath("app")), 0) << "a folder";
+  for (const std::size_t length : {1u, 8191u, 8192u, 8193u, 16384u}) {
+    std::string bytes(length, '\0');
+    for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
+    EXPECT_EQ(checksum.GetFileCrc32(app.folder.Write("data", bytes)), Slowly(bytes)) << length;
+  }
+}
+
+TEST_F(ChecksumTest, EventsRunWhileAFileIsRead) {
+  int events = 0;
+  const std::string file = app.folder.Write("data", std::string(100, 'x'));
+  app.loop.Post([&] {
+    ++events;
+    app.loop.Post([&] { ++events; });
+  });
+  checksum.GetFileCrc32(file);
+  EXPECT_EQ(events, 2);
+  EXPECT_EQ(app.loop.busy_scopes_begun, 1);
+}
+
+TEST_F(ChecksumTest, ArraysEndWhereTheirIndexesDo) {
+  const std::vector<std::uint8_t> bytes(32769, 1);
+  EXPECT_EQ(checksum.GetByteArrayCrc32({}), 0);
+  EXPECT_EQ(checksum.GetByteArrayCrc32(std::span(bytes).first(32768)), Slowly(std::string(32768, '\1')));
+  try {
+    checksum.GetByteArrayCrc32(bytes);
+    FAIL() << "no overflow";
+  } catch (const RuntimeError& error) {
+    EXPECT_EQ(error.number, kErrorOverflow);
+  }
+}
+
+}  // namespace
+}  // namespace tsly
