@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <memory>
+#include <thread>
 #include <variant>
 
 #include "base/key_path.h"
@@ -19,7 +20,8 @@
 namespace tsly {
 namespace {
 
-constexpr int kBusyMilliseconds = 5000;
+constexpr auto kLongestWait = std::chrono::seconds(5);
+constexpr auto kPause = std::chrono::milliseconds(1);
 constexpr std::int64_t kTablesVersion = 1;
 
 constexpr mode_t kPrivateMode = 0600;
@@ -58,6 +60,14 @@ constexpr char kHasTree[] =
     "SELECT EXISTS(SELECT 1 FROM vals WHERE key = ?1 OR (key > ?1 || '\\' AND key < ?1 || ']'))"
     " OR EXISTS(SELECT 1 FROM keys WHERE parent = ?1 OR (parent > ?1 || '\\' AND parent < ?1 || ']'))"
     " OR EXISTS(SELECT 1 FROM keys WHERE parent = ?2 AND folded = ?3)";
+
+// SQLite's own time-out pauses longer and longer, up to 100 ms, and a process that writes without a break then keeps
+// others out for seconds: the lock is free for less than a millisecond between two of its writes.
+int WaitForLock(void*, int times) {
+  if (times >= kLongestWait / kPause) return 0;
+  std::this_thread::sleep_for(kPause);
+  return 1;
+}
 
 struct KeyPlace {
   std::string parent, folded;
@@ -220,7 +230,7 @@ int SqliteStore::Connect() {
     return failure;
   }
   sqlite3_extended_result_codes(connection_, 1);
-  return Result(sqlite3_busy_timeout(connection_, kBusyMilliseconds));
+  return Result(sqlite3_busy_handler(connection_, WaitForLock, nullptr));
 }
 
 void SqliteStore::Disconnect() {
@@ -263,7 +273,7 @@ int SqliteStore::PrepareToWrite() {
 // Takes the write lock of the file that the path names: another writer may have put a new file there while this one
 // waited for the lock of the old one.
 int SqliteStore::Begin() {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
+  const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
   for (;;) {
     int code = PrepareToWrite();
     if (code == kSuccess) code = Run("BEGIN IMMEDIATE");

@@ -2,6 +2,7 @@
 #include "posix/sqlite_registry.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -14,7 +15,7 @@
 #include <optional>
 
 #include "contract/registry_helpers.h"
-#include "ports/system_codes.h"
+#include "support/temp_folder.h"
 
 namespace tsly {
 namespace {
@@ -63,43 +64,6 @@ int Wait(pid_t child) {
   return status;
 }
 
-RegKey Make(RegistryEditor& registry, RegKey root, const std::string& path) {
-  RegKey key = 0;
-  bool created = false;
-  EXPECT_EQ(registry.Create(root, path, key, created), kSuccess) << path;
-  return key;
-}
-
-int Set(RegistryEditor& registry, RegKey root, const std::string& path, const std::string& name,
-        const std::string& data, std::uint32_t type = kRegSz) {
-  RegKey key = 0;
-  bool created = false;
-  const int code = registry.Create(root, path, key, created);
-  return code != kSuccess ? code : registry.Set(key, name, type, data);
-}
-
-// "-" for a value or a key that isn't there.
-std::string Get(RegistryEditor& registry, RegKey root, const std::string& path, const std::string& name) {
-  RegKey key = 0;
-  const int opened = registry.Open(root, path, key);
-  if (opened != kSuccess) return opened == kFileNotFound ? "-" : "code " + std::to_string(opened);
-  const Found found = Read(registry, key, name);
-  return found.code == kSuccess ? found.data : found.code == kFileNotFound ? "-" : std::to_string(found.code);
-}
-
-// The names of values, or of subkeys in brackets, each with a blank behind it.
-std::string List(RegistryEditor& registry, const std::string& path) {
-  RegKey key = 0;
-  if (registry.Open(kLocalMachine, path, key) != kSuccess) return "no key";
-  std::string list, name, buffer(64, '\0');
-  std::uint32_t length = 0;
-  for (std::uint32_t i = 0; registry.EnumerateKeys(key, i, name) == kSuccess; ++i) list += "[" + name + "] ";
-  for (std::uint32_t i = 0; registry.Enumerate(key, i, buffer, length) == kSuccess; ++i) {
-    list += buffer.substr(0, length) + " ";
-  }
-  return list;
-}
-
 std::string Content(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
@@ -109,10 +73,18 @@ unsigned Mode(const fs::path& file) { return static_cast<unsigned>(fs::status(fi
 
 class SqliteRegistryTest : public ::testing::Test {
  protected:
-  fs::path UserFile() const { return folder.path / "user/registry/user.sqlite"; }
-  fs::path MachineFile() const { return folder.path / "machine/machine.sqlite"; }
+  fs::path UserFile() const { return folder / "user/registry/user.sqlite"; }
+  fs::path MachineFile() const { return folder / "machine/machine.sqlite"; }
 
-  TempFolder folder;
+  TempFolder temporary;
+  // Open to every user, since some tests change to an ordinary one.
+  const fs::path folder = Opened(temporary.NativePath());
+
+ private:
+  static fs::path Opened(const fs::path& made) {
+    fs::permissions(made, fs::perms::all);
+    return made;
+  }
 };
 
 TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfTheirKind) {
@@ -121,7 +93,7 @@ TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfT
     SqliteRegistry registry(UserFile(), MachineFile());
     EXPECT_EQ(Get(registry, kCurrentUser, "", "v"), "-");
     EXPECT_EQ(Get(registry, kLocalMachine, "K", "v"), "-");
-    EXPECT_TRUE(fs::is_empty(folder.path)) << "reading makes nothing";
+    EXPECT_TRUE(fs::is_empty(folder)) << "reading makes nothing";
     EXPECT_EQ(Set(registry, kCurrentUser, "K", "v", "user"), kSuccess);
     EXPECT_EQ(Set(registry, kLocalMachine, "K", "v", "machine"), kSuccess);
     EXPECT_EQ(Set(registry, kClassesRoot, "K", "v", "classes"), kSuccess);
@@ -136,8 +108,8 @@ TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfT
   EXPECT_EQ(Get(registry, kCurrentUser, "K", "v"), "user");
   EXPECT_EQ(Get(registry, kLocalMachine, "K", "v"), "machine");
   EXPECT_EQ(Get(registry, kClassesRoot, "K", "v"), "classes");
-  fs::remove_all(folder.path / "user");
-  fs::remove_all(folder.path / "machine");
+  fs::remove_all(folder / "user");
+  fs::remove_all(folder / "machine");
   EXPECT_EQ(Get(registry, kCurrentUser, "K", "v"), "-") << "another file, or none, has taken the path";
   EXPECT_EQ(Set(registry, kLocalMachine, "L", "v", "anew"), kSuccess);
   EXPECT_EQ(Get(registry, kLocalMachine, "K", "v"), "-");
@@ -147,7 +119,7 @@ TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfT
 TEST_F(SqliteRegistryTest, ReplacingTheMachinesFileKeepsALinkToItAndItsRights) {
   SqliteRegistry registry(UserFile(), MachineFile());
   ASSERT_EQ(Set(registry, kLocalMachine, "K", "v", "1"), kSuccess);
-  const fs::path real = folder.path / "real.sqlite";
+  const fs::path real = folder / "real.sqlite";
   fs::rename(MachineFile(), real);
   fs::create_symlink(real, MachineFile());
   chmod(real.c_str(), 0664);
@@ -197,7 +169,8 @@ TEST_F(SqliteRegistryTest, AKilledWriterLosesNothingItWasToldIsWrittenAndLocksNo
       close(pipe_ends[1]);
       char last = -1;
       for (int i = 0; i <= round % 5; ++i) EXPECT_EQ(read(pipe_ends[0], &last, 1), 1);
-      usleep(static_cast<useconds_t>(round * 97));  // another place in the next write each time
+      pollfd next{pipe_ends[0], POLLIN, 0};
+      poll(&next, 1, round / 2);  // another place in the next write each time
       kill(writer, SIGKILL);
       Wait(writer);
       while (read(pipe_ends[0], &last, 1) == 1) continue;
@@ -205,7 +178,7 @@ TEST_F(SqliteRegistryTest, AKilledWriterLosesNothingItWasToldIsWrittenAndLocksNo
 
       std::optional<OrdinaryUser> reader;
       if (root == kLocalMachine) reader.emplace(MachineFile().parent_path());
-      SqliteRegistry registry(reader ? folder.path / "reader.sqlite" : UserFile(), MachineFile());
+      SqliteRegistry registry(reader ? folder / "reader.sqlite" : UserFile(), MachineFile());
       for (char i = 0; i <= last; ++i) {
         ASSERT_EQ(Get(registry, root, "K" + std::to_string(round), std::to_string(i)), large + i) << root;
       }
@@ -214,11 +187,11 @@ TEST_F(SqliteRegistryTest, AKilledWriterLosesNothingItWasToldIsWrittenAndLocksNo
 }
 
 TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
-  SqliteRegistry maker(folder.path / "whole.sqlite", MachineFile());
+  SqliteRegistry maker(folder / "whole.sqlite", MachineFile());
   for (const char* name : {"a", "b", "c"}) {
     ASSERT_EQ(Set(maker, kCurrentUser, name, "v", std::string(9000, 'x')), kSuccess);
   }
-  const std::string whole = Content(folder.path / "whole.sqlite");
+  const std::string whole = Content(folder / "whole.sqlite");
   std::string later_format = whole;
   later_format[63] = 2;  // the last byte of the user version
   for (const std::string& content :
@@ -233,24 +206,24 @@ TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
     }
     EXPECT_EQ(Content(UserFile()), content);
     EXPECT_EQ(Content(MachineFile()), content);
-    SqliteRegistry beside(UserFile(), folder.path / "other.sqlite");
+    SqliteRegistry beside(UserFile(), folder / "other.sqlite");
     EXPECT_EQ(Set(beside, kLocalMachine, "K", "v", "1"), kSuccess) << "each file for itself";
     EXPECT_EQ(Get(beside, kLocalMachine, "K", "v"), "1");
-    fs::remove(folder.path / "other.sqlite");
+    fs::remove(folder / "other.sqlite");
   }
 }
 
 TEST_F(SqliteRegistryTest, WhatCannotBeOpenedOrWrittenIsDenied) {
-  fs::create_directories(folder.path / "a folder");
-  ASSERT_EQ(mkfifo((folder.path / "pipe").c_str(), 0666), 0);
+  fs::create_directories(folder / "a folder");
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0666), 0);
   for (const char* name : {"a folder", "pipe"}) {
-    SqliteRegistry registry(folder.path / name, folder.path / name);
+    SqliteRegistry registry(folder / name, folder / name);
     for (const RegKey root : {kCurrentUser, kLocalMachine}) {
       EXPECT_EQ(Get(registry, root, "K", "v"), "code 5") << name;
       EXPECT_EQ(Set(registry, root, "K", "v", "1"), kAccessDenied) << name;
     }
   }
-  const fs::path own = folder.path / "own/user.sqlite";
+  const fs::path own = folder / "own/user.sqlite";
   SqliteRegistry registry(own, MachineFile());
   ASSERT_EQ(Set(registry, kCurrentUser, "K", "v", "1"), kSuccess);
   {
@@ -284,11 +257,11 @@ class RegistryOverlay : public SqliteRegistryTest {
   }
   int Change(RegistryEditor& registry, const std::string& path, const std::string& data) {
     if (data != "-") return Set(registry, kLocalMachine, path, "v", data);
-    return registry.DeleteValue(Make(registry, kLocalMachine, path), "V");
+    return registry.DeleteValue(Made(registry, kLocalMachine, path), "V");
   }
 
-  fs::path own = folder.path / "own.sqlite";
-  SqliteRegistry admin{folder.path / "admin.sqlite", MachineFile()};
+  fs::path own = folder / "own.sqlite";
+  SqliteRegistry admin{folder / "admin.sqlite", MachineFile()};
   SqliteRegistry user{own, MachineFile()};
 };
 
@@ -311,21 +284,21 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
   for (const Case& c : cases) {
     const std::string path = "K\\" + std::to_string(number++);
     SCOPED_TRACE(std::string(c.machine) + " " + c.by_user + " " + c.by_admin);
-    Make(admin, kLocalMachine, path);
+    Made(admin, kLocalMachine, path);
     EXPECT_TRUE(*c.machine == '-' || Change(admin, path, c.machine) == kSuccess);
     AsUser([&] { ASSERT_EQ(Change(user, path, c.by_user), kSuccess); });
     EXPECT_EQ(Get(admin, kLocalMachine, path, "v"), c.machine) << "nobody else sees it";
     EXPECT_TRUE(*c.by_admin == '\0' || Change(admin, path, c.by_admin) == kSuccess);
     AsUser([&] {
       EXPECT_EQ(Get(user, kLocalMachine, path, "v"), c.seen);
-      EXPECT_EQ(List(user, path), *c.seen == '-' ? "" : "v ");
+      EXPECT_EQ(List(user, kLocalMachine, path), *c.seen == '-' ? "" : "'v'");
       SqliteRegistry later(own, MachineFile());
       EXPECT_EQ(Get(later, kLocalMachine, path, "v"), c.seen);
       ASSERT_EQ(Change(later, path, "9"), kSuccess) << "a further write counts again";
       EXPECT_EQ(Get(user, kLocalMachine, path, "v"), "9");
       ASSERT_EQ(Change(later, path, "-"), kSuccess);
       EXPECT_EQ(Get(user, kLocalMachine, path, "v"), "-");
-      EXPECT_EQ(later.DeleteValue(Make(later, kLocalMachine, path), "v"), kFileNotFound);
+      EXPECT_EQ(later.DeleteValue(Made(later, kLocalMachine, path), "v"), kFileNotFound);
     });
   }
   const std::string path = "K\\type";
@@ -341,14 +314,14 @@ TEST_F(RegistryOverlay, MergesNamesAndKeys) {
     for (const char* name : {"alpha", "BETA", "gamma"}) {
       ASSERT_EQ(Set(user, kLocalMachine, "k\\m", name, "2"), kSuccess);
     }
-    ASSERT_EQ(user.DeleteValue(Make(user, kLocalMachine, "K\\M"), "Delta"), kSuccess);
-    Make(user, kLocalMachine, "K\\L");
-    EXPECT_EQ(List(user, "K"), "[L] [M] ");
-    EXPECT_EQ(List(user, "K\\M"), "alpha Beta gamma ");
+    ASSERT_EQ(user.DeleteValue(Made(user, kLocalMachine, "K\\M"), "Delta"), kSuccess);
+    Made(user, kLocalMachine, "K\\L");
+    EXPECT_EQ(List(user, kLocalMachine, "K"), "[L][M]");
+    EXPECT_EQ(List(user, kLocalMachine, "K\\M"), "'alpha''Beta''gamma'");
     EXPECT_EQ(user.DeleteTree(kLocalMachine, "k\\l"), kSuccess);
-    EXPECT_EQ(List(user, "K"), "[M] ");
+    EXPECT_EQ(List(user, kLocalMachine, "K"), "[M]");
   });
-  EXPECT_EQ(List(admin, "K\\M"), "Beta delta ");
+  EXPECT_EQ(List(admin, kLocalMachine, "K\\M"), "'Beta''delta'");
 }
 
 TEST_F(RegistryOverlay, ADeletedTreeStaysAwayUntilTheMachineGetsSomethingNewThere) {
@@ -357,18 +330,18 @@ TEST_F(RegistryOverlay, ADeletedTreeStaysAwayUntilTheMachineGetsSomethingNewTher
     ASSERT_EQ(Change(user, "K\\T\\B", "2"), kSuccess);
     ASSERT_EQ(user.DeleteTree(kLocalMachine, "K\\T"), kSuccess);
     EXPECT_EQ(user.DeleteTree(kLocalMachine, "K\\T"), kFileNotFound);
-    EXPECT_EQ(List(user, "K"), "");
+    EXPECT_EQ(List(user, kLocalMachine, "K"), "");
     EXPECT_EQ(Get(user, kLocalMachine, "K\\T\\B", "v"), "-");
-    Make(user, kLocalMachine, "K\\T\\B");
-    EXPECT_EQ(List(user, "K\\T"), "[B] ");
-    EXPECT_EQ(List(user, "K\\T\\B"), "") << "the key is back, its values are not";
+    Made(user, kLocalMachine, "K\\T\\B");
+    EXPECT_EQ(List(user, kLocalMachine, "K\\T"), "[B]");
+    EXPECT_EQ(List(user, kLocalMachine, "K\\T\\B"), "") << "the key is back, its values are not";
     ASSERT_EQ(user.DeleteTree(kLocalMachine, "K\\T"), kSuccess);
   });
-  EXPECT_EQ(List(admin, "K\\T"), "[A] [B] v ");
+  EXPECT_EQ(List(admin, kLocalMachine, "K\\T"), "[A][B]'v'");
   ASSERT_EQ(Set(admin, kLocalMachine, "K\\T\\A", "new", "3"), kSuccess);
   AsUser([&] {
-    EXPECT_EQ(List(user, "K\\T"), "[A] ");
-    EXPECT_EQ(List(user, "K\\T\\A"), "new ");
+    EXPECT_EQ(List(user, kLocalMachine, "K\\T"), "[A]");
+    EXPECT_EQ(List(user, kLocalMachine, "K\\T\\A"), "'new'");
   });
 }
 
@@ -383,7 +356,7 @@ TEST_F(RegistryOverlay, AWriteToTheMachineItselfTakesThePlaceOfTheOverlay) {
   ASSERT_EQ(Change(user, "L\\Only", "3"), kSuccess);
   EXPECT_EQ(Get(admin, kLocalMachine, "L\\Only", "v"), "3");
   ASSERT_EQ(user.DeleteTree(kLocalMachine, "L"), kSuccess);
-  EXPECT_EQ(List(user, ""), "[K] ");
+  EXPECT_EQ(List(user, kLocalMachine, ""), "[K]");
 }
 
 }  // namespace
