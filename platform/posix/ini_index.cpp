@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <functional>
 
 #include "base/text.h"
 
@@ -22,10 +21,32 @@ std::string_view WithoutQuotes(std::string_view text) {
   return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
-std::uint32_t HashOf(std::string_view folded_name, std::uint32_t section) {
-  const std::uint64_t hash = std::hash<std::string_view>()(folded_name) + section * std::uint64_t{0x9E3779B97F4A7C15};
+std::uint64_t Add(std::uint64_t hash, char c) { return (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3; }
+
+// The same for names that differ in their capitals only (FNV-1a of the name in small letters). Nearly all names are
+// ASCII and hashed as they are read; a copy of each would cost more than all the rest of the index.
+std::uint32_t HashOf(std::string_view name, std::uint32_t section) {
+  std::uint64_t hash = 0xCBF29CE484222325 + section * std::uint64_t{0x9E3779B97F4A7C15};
+  const std::uint64_t begin = hash;
+  for (const char c : name) {
+    if (static_cast<unsigned char>(c) >= 0x80) {
+      hash = begin;
+      for (const char folded : LowerCase(name)) hash = Add(hash, folded);
+      break;
+    }
+    hash = Add(hash, c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c);
+  }
   return static_cast<std::uint32_t>(hash ^ (hash >> 32));
 }
+
+std::size_t LineLength(std::string_view text) {
+  std::size_t length = 0;
+  while (length < text.size() && text[length] != '\r' && text[length] != '\n') ++length;
+  return length;
+}
+
+// What counts of a line.
+std::string_view Contents(std::string_view line) { return TrimBlanks(line.substr(0, line.find('\0'))); }
 
 }  // namespace
 
@@ -53,60 +74,73 @@ void IniIndex::NameTable::Add(std::uint32_t hash, std::uint32_t position, Predic
 }
 
 IniIndex::IniIndex(std::string text) : text_(std::move(text)) {
-  std::string_view rest = text_;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
-    const std::string_view line = rest.substr(0, end);
-    ReadLine(TrimBlanks(line.substr(0, line.find('\0'))));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
+  for (std::size_t begin = 0; begin < text_.size();) {
+    const std::size_t length = LineLength(std::string_view(text_).substr(begin));
+    if (length > 0) {
+      ReadLine(static_cast<std::uint32_t>(begin), Contents(std::string_view(text_).substr(begin, length)));
+    }
+    begin += length + 1;
   }
   FillTables();
 }
 
-void IniIndex::ReadLine(std::string_view line) {
+void IniIndex::ReadLine(std::uint32_t begin, std::string_view line) {
   if (line.starts_with('[') && line.rfind(']') != std::string_view::npos) {
     sections_.push_back({TrimBlanks(line.substr(1, line.rfind(']') - 1)), entries_.size()});
     return;
   }
   const auto equals = line.find('=');
-  if (equals == std::string_view::npos || sections_.empty()) return;
-  const std::string_view key = TrimBlanks(line.substr(0, equals));
-  if (key.empty()) return;
-  const auto section = static_cast<std::uint32_t>(sections_.size() - 1);
-  entries_.push_back({key, WithoutQuotes(TrimBlanks(line.substr(equals + 1))), section});
+  if (equals == std::string_view::npos || equals == 0 || sections_.empty()) return;
+  entries_.push_back({begin, static_cast<std::uint32_t>(sections_.size() - 1)});
+}
+
+std::string_view IniIndex::LineAt(std::uint32_t begin) const {
+  const std::string_view rest = std::string_view(text_).substr(begin);
+  return Contents(rest.substr(0, LineLength(rest)));
+}
+
+std::string_view IniIndex::KeyOf(const Entry& entry) const {
+  const std::string_view line = LineAt(entry.line);
+  return TrimBlanks(line.substr(0, line.find('=')));
 }
 
 void IniIndex::FillTables() {
   section_table_ = NameTable(sections_.size());
   for (std::uint32_t i = 0; i < sections_.size(); ++i) {
-    const std::string folded = LowerCase(sections_[i].name);
-    section_table_.Add(HashOf(folded, 0), i, [&](std::uint32_t j) { return LowerCase(sections_[j].name) == folded; });
+    const std::string_view name = sections_[i].name;
+    section_table_.Add(HashOf(name, 0), i, [&](std::uint32_t j) { return IsSection(j, name); });
   }
   entry_table_ = NameTable(entries_.size());
   for (std::uint32_t i = 0; i < entries_.size(); ++i) {
     const Entry& entry = entries_[i];
-    const std::string folded = LowerCase(entry.key);
-    entry_table_.Add(HashOf(folded, entry.section), i, [&](std::uint32_t j) {
-      return entries_[j].section == entry.section && LowerCase(entries_[j].key) == folded;
-    });
+    const std::string_view key = KeyOf(entry);
+    entry_table_.Add(HashOf(key, entry.section), i, [&](std::uint32_t j) { return IsEntry(j, entry.section, key); });
   }
 }
 
+bool IniIndex::IsSection(std::uint32_t at, std::string_view name) const {
+  return EqualIgnoringCase(sections_[at].name, name);
+}
+
+bool IniIndex::IsEntry(std::uint32_t at, std::uint32_t section, std::string_view key) const {
+  return entries_[at].section == section && EqualIgnoringCase(KeyOf(entries_[at]), key);
+}
+
 std::optional<std::uint32_t> IniIndex::FindSection(std::string_view name) const {
-  const std::string folded = LowerCase(TrimBlanks(name));
-  if (folded.empty()) return std::nullopt;
-  return section_table_.Find(HashOf(folded, 0),
-                             [&](std::uint32_t i) { return LowerCase(sections_[i].name) == folded; });
+  const std::string_view trimmed = TrimBlanks(name);
+  if (trimmed.empty()) return std::nullopt;
+  return section_table_.Find(HashOf(trimmed, 0), [&](std::uint32_t i) { return IsSection(i, trimmed); });
 }
 
 std::optional<std::string_view> IniIndex::Value(std::string_view section, std::string_view key) const {
   const auto section_at = FindSection(section);
   if (!section_at) return std::nullopt;
-  const std::string folded = LowerCase(TrimBlanks(key));
-  const auto entry_at = entry_table_.Find(HashOf(folded, *section_at), [&](std::uint32_t i) {
-    return entries_[i].section == *section_at && LowerCase(entries_[i].key) == folded;
-  });
-  return entry_at ? std::optional(entries_[*entry_at].value) : std::nullopt;
+  const std::string_view trimmed = TrimBlanks(key);
+  const auto entry_at = entry_table_.Find(HashOf(trimmed, *section_at),
+                                          [&](std::uint32_t i) { return IsEntry(i, *section_at, trimmed); });
+  if (!entry_at) return std::nullopt;
+  const std::string_view line = LineAt(entries_[*entry_at].line);
+  return WithoutQuotes(TrimBlanks(line.substr(line.find('=') + 1)));
 }
 
 std::vector<std::string_view> IniIndex::SectionNames() const {
@@ -121,9 +155,9 @@ std::vector<std::string_view> IniIndex::KeyNames(std::string_view section) const
   std::vector<std::string_view> names;
   const auto at = FindSection(section);
   if (!at) return names;
-  const std::size_t end = *at + 1 < sections_.size() ? sections_[*at + 1].first_entry : entries_.size();
-  for (std::size_t i = sections_[*at].first_entry; i < end; ++i) {
-    if (!entries_[i].key.starts_with(';')) names.push_back(entries_[i].key);
+  for (std::size_t i = sections_[*at].first_entry; i < entries_.size() && entries_[i].section == *at; ++i) {
+    const std::string_view key = KeyOf(entries_[i]);
+    if (!key.starts_with(';')) names.push_back(key);
   }
   return names;
 }

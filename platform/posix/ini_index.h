@@ -1,5 +1,6 @@
 // The contents of one INI file, ready for look-ups. Built once from the whole text (UTF-8, or bytes that pass as they
-// are), never changed afterwards; any bytes are allowed. Views that it hands out live as long as the object.
+// are; less than 4 GiB), never changed afterwards; any bytes are allowed. Views that it hands out live as long as the
+// object.
 //
 // What counts as what: a line ends at CR or LF, and at its first NUL. "[name]" (up to the line's last bracket) opens a
 // section (one without a name keeps its keys to itself); without a closing bracket it is nothing. "key=value" belongs
@@ -31,10 +32,12 @@ class IniIndex {
  private:
   struct Section {
     std::string_view name;
-    std::size_t first_entry;  // entries up to the next section's
+    std::size_t first_entry;
   };
+  // Only where the line begins; it is taken apart again when it is asked for. On large files the memory to be filled is
+  // what building an index costs.
   struct Entry {
-    std::string_view key, value;
+    std::uint32_t line;
     std::uint32_t section;
   };
   // Open addressing: the places hold positions in a list together with the hash of the name there.
@@ -59,8 +62,12 @@ class IniIndex {
     std::vector<Place> places_;
   };
 
-  void ReadLine(std::string_view line);
+  void ReadLine(std::uint32_t begin, std::string_view line);
+  std::string_view LineAt(std::uint32_t begin) const;
+  std::string_view KeyOf(const Entry& entry) const;
   void FillTables();
+  bool IsSection(std::uint32_t at, std::string_view name) const;
+  bool IsEntry(std::uint32_t at, std::uint32_t section, std::string_view key) const;
   std::optional<std::uint32_t> FindSection(std::string_view name) const;
 
   std::string text_;

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <string_view>
 #include <vector>
@@ -47,8 +46,7 @@ bool ReadWhole(const Descriptor& file, std::size_t size, std::string& bytes) {
 }
 
 std::uint32_t CopyText(std::string_view text, std::span<char> buffer) {
-  const std::size_t length = std::min(text.size(), buffer.size() - 1);
-  std::memcpy(buffer.data(), text.data(), length);
+  const std::size_t length = text.copy(buffer.data(), buffer.size() - 1);
   buffer[length] = '\0';
   return static_cast<std::uint32_t>(length);
 }
@@ -59,9 +57,7 @@ std::uint32_t CopyNames(const std::vector<std::string_view>& names, std::span<ch
   const std::size_t room = buffer.size() - 2;
   std::size_t length = 0;
   for (const std::string_view name : names) {
-    const std::size_t fitting = std::min(name.size(), room - length);
-    std::memcpy(buffer.data() + length, name.data(), fitting);
-    length += fitting;
+    length += name.copy(buffer.data() + length, room - length);
     if (length == room) {
       buffer[length + 1] = buffer[length] = '\0';
       return static_cast<std::uint32_t>(length);
@@ -78,7 +74,7 @@ std::uint32_t IniReader::GetPrivateProfileString(const char* section, const char
                                                  std::span<char> buffer, const std::string& file) {
   if (buffer.empty()) return 0;
   const std::string_view otherwise = fallback != nullptr ? fallback : "";
-  const IniIndex* index = Open(NativePath(file));
+  const IniIndex* index = Open(file);
   if (index == nullptr) return CopyText(otherwise, buffer);
   if (section != nullptr && key != nullptr) {
     return CopyText(index->Value(section, key).value_or(otherwise), buffer);
@@ -93,24 +89,28 @@ bool IniReader::StampOf(const struct stat& status, Stamp& stamp) {
   return true;
 }
 
-const IniIndex* IniReader::Open(const std::string& path) {
+bool IniReader::IsUnchanged(const CachedFile& file) {
+  if (!file.settled || (!file.is_exact && NativePath(file.path) != file.native)) return false;
   struct stat status {};
   Stamp stamp;
-  const bool is_there = stat(path.c_str(), &status) == 0 && StampOf(status, stamp);
+  return stat(file.native.c_str(), &status) == 0 && StampOf(status, stamp) && stamp == file.stamp;
+}
+
+const IniIndex* IniReader::Open(const std::string& path) {
   const auto cached = std::find_if(cache_.begin(), cache_.end(), [&](const CachedFile& f) { return f.path == path; });
-  if (cached != cache_.end()) {
-    if (is_there && cached->settled && cached->stamp == stamp) {
-      cache_.splice(cache_.begin(), cache_, cached);
-      return cached->index.get();
-    }
+  if (cached == cache_.end()) return Load(path);
+  if (!IsUnchanged(*cached)) {
     cache_.erase(cached);
+    return Load(path);
   }
-  return is_there ? Load(path) : nullptr;
+  cache_.splice(cache_.begin(), cache_, cached);
+  return cached->index.get();
 }
 
 const IniIndex* IniReader::Load(const std::string& path) {
+  const std::string native = NativePath(path);
   const std::int64_t begin = Now();
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const Descriptor file(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
   Stamp stamp;
   std::string bytes;
@@ -119,7 +119,8 @@ const IniIndex* IniReader::Load(const std::string& path) {
   ++read_count_;
   // The time of change alone tells the age: the time of modification can be set to anything.
   const bool settled = begin - stamp.changed > kSettlingTime;
-  cache_.push_front({path, stamp, settled, std::make_unique<IniIndex>(DecodeText(std::move(bytes), code_page_))});
+  cache_.push_front({path, native, CorePath(native) == path, settled, stamp,
+                     std::make_unique<IniIndex>(DecodeText(std::move(bytes), code_page_))});
   if (cache_.size() > kCachedFiles) cache_.pop_back();
   return cache_.front().index.get();
 }

@@ -1,5 +1,5 @@
 // The profile reader of the Linux edition. It reads a file once, keeps an index of the last few files, and trusts one
-// only while the file is certainly the same; a look-up costs two questions to the system and no reading.
+// only while the file is certainly the same; a look-up then costs one question to the system and no reading.
 //
 // One thread. A test gives it files in a temporary folder.
 #pragma once
@@ -37,13 +37,15 @@ class IniReader : public ProfileReader {
     bool operator==(const Stamp&) const = default;
   };
   struct CachedFile {
-    std::string path;
+    std::string path, native;
+    bool is_exact;  // the native path is the path letter for letter, so no other name can come before it
+    bool settled;   // the stamp was old enough when the file was read
     Stamp stamp;
-    bool settled;  // the stamp was old enough when the file was read
     std::unique_ptr<IniIndex> index;
   };
 
   static bool StampOf(const struct stat& status, Stamp& stamp);
+  static bool IsUnchanged(const CachedFile& file);
   const IniIndex* Open(const std::string& path);
   const IniIndex* Load(const std::string& path);
 

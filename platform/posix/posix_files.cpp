@@ -192,7 +192,7 @@ int PosixFiles::Rename(const std::string& from, const std::string& to) {
   const std::string source = NativePath(from);
   std::string target = NativePath(to);
   // A change of nothing but capitals finds the file itself as its target.
-  if (target == source) target = ParentOf(target) + to.substr(to.find_last_of("\\/") + 1);
+  if (target == source) target.replace(LastPart(target), std::string::npos, to, to.find_last_of("\\/") + 1);
   if (RenameToNewName(source, target) == 0) return kSuccess;
   const int error = errno;
   return error == ENOENT && !IsFolder(ParentOf(target)) ? kPathNotFound : FailureOn(source, error, kAccessDenied);

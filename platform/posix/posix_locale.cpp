@@ -85,9 +85,7 @@ locale_t EnvironmentLocale() {
   return named != nullptr ? named : newlocale(LC_ALL_MASK, "C", nullptr);
 }
 
-bool IsAsciiPunctuation(char c) {
-  return c > ' ' && c < 0x7F && std::string_view(",-./:;'|_").find(c) != std::string_view::npos;
-}
+constexpr std::string_view kSeparators = ",-./:;'|_";
 
 }  // namespace
 
@@ -133,7 +131,7 @@ std::string PosixLocale::SeparatorIn(const char* format, const char* otherwise) 
   std::array<char, 128> text{};
   const std::size_t length = strftime_l(text.data(), text.size(), format, &moment, locale_.get());
   for (const char c : std::string_view(text.data(), length)) {
-    if (IsAsciiPunctuation(c)) return std::string(1, c);
+    if (kSeparators.find(c) != std::string_view::npos) return std::string(1, c);
   }
   return otherwise;
 }
