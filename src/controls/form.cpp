@@ -52,9 +52,12 @@ void Form::Deliver(const UiEvent& event, std::uint64_t load_number) {
     if (event.kind == UiEvent::Kind::GotFocus) return OnGotFocus(*control);
     if (control->Kind() != ControlKind::ScrollBar) return;
     auto& bar = static_cast<ScrollBar&>(*control);
-    if (event.kind == UiEvent::Kind::ValueChanged) return bar.SetValue(event.value);
-    bar.FollowThumb(event.value);
-    OnThumbMoved(bar);
+    // The range may have shrunk since the user took hold of the bar: a value outside it is no longer meant.
+    if (event.kind == UiEvent::Kind::ValueChanged) {
+      Step([&] { bar.SetValue(event.value); });
+    } else if (!Step([&] { bar.FollowThumb(event.value); })) {
+      OnThumbMoved(bar);
+    }
   });
 }
 

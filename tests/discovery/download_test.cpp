@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include "discovery/updates_file.h"
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+const std::string kOnePack =
+    "[Versions]\r\nA=1\r\n[A]\r\nInstall pack=yes\r\nDownload URL=http://maker/a.zip\r\nSize=9\r\nCRC32=cbf43926\r\n";
+
+TEST(Download, TheLogTellsTheWholeWay) {
+  HeadlessApp app("/showupdates");
+  app.transfer.answers = {Received("")};
+  app.toolkit.answers = {kAnswerOk};
+  app.Start();
+  EXPECT_EQ(app.Log(),
+            "GetDocument: Starting download: GET http://updates.quillonsystems.example/download/app-updates.txt\n"
+            "StateChanged: State = Resolving host\nStateChanged: State = Host resolved\n"
+            "StateChanged: State = Connecting\nStateChanged: State = Connected\n"
+            "StateChanged: State = Requesting\nStateChanged: State = Request sent\n"
+            "StateChanged: State = Disconnecting\nStateChanged: State = Disconnected\n"
+            "StateChanged: State = Response completed\n"
+            "StateChanged: Opening temp file \"" +
+                app.ProductFolder() +
+                "updates.ini\"\nStateChanged: Writing text file\nStateChanged: Closing file\nDocumentReceived = 1\n"
+                "GetDocument: Exiting wait loop, DocumentReceived=1, DocumentTimeout=False\n"
+                "GetDocument: Exiting, returning True\n");
+  EXPECT_EQ(app.transfer.request_timeout, 60);
+  EXPECT_EQ(app.transfer.protocol, icHTTP);
+}
+
+TEST(Download, EachEndHasItsMessageAndItsNumber) {
+  Answer late_code = Silent(1);
+  late_code.code = 12152;
+  late_code.info = "Odd answer.";
+  const struct {
+    Answer answer;
+    const char* end;  // of the message; "": nothing new
+    const char* log_line;
+  } kCases[] = {
+      {Failed(12029,            "No connection."),            "Error 1/12029: No connection.",
+       "StateChanged: Error [12029] No connection.\n"                                                                                                },
+      {Failed(12007,            "No such name."),             "",                                        "GetDocument: Exiting, returning True\n"    },
+      {Silent(1,                2),                           "Error 3/10012: Timeout",                  "DocumentReceived=0, DocumentTimeout=True\n"},
+      {late_code,               "Error 2/12152: Odd answer.", "GetDocument: Exiting, returning False\n"},
+      {FaultAtOnce(12005, "The address is bad."),     "Error 3/10012: Timeout",
+       "GetDocument: Error 2EE5: The address is bad.\n"                                            },
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("/showupdates");
+    app.transfer.answers = {row.answer};
+    app.toolkit.answers = {kAnswerOk};
+    app.Start();
+    ASSERT_EQ(app.toolkit.messages.size(), 1u);
+    const auto& message = app.toolkit.messages[0];
+    EXPECT_EQ(message.style, *row.end == '\0' ? 64 : 48);
+    EXPECT_TRUE(message.prompt.ends_with(row.end)) << message.prompt;
+    EXPECT_EQ(message.prompt.starts_with("The list of updates couldn't be fetched."), *row.end != '\0');
+    EXPECT_NE(app.Log().find(row.log_line), std::string::npos) << app.Log();
+    EXPECT_EQ(app.dialog().CheckedOn != 0, *row.end == '\0');
+  }
+}
+
+TEST(Download, TheDeadlineMovesWithEveryState) {
+  HeadlessApp app;
+  app.Start();
+  Answer slow = Silent(1, 2, 3, 4, 5, 6, 7, 7, 7);
+  slow.step = std::chrono::seconds(14);
+  app.transfer.answers = {slow};
+  app.toolkit.answers = {kAnswerOk};
+  const SteadyTime start = app.clock.Steady();
+  app.Click(app.controls().lblInfo105);
+  const auto waited = app.clock.Steady() - start;
+  EXPECT_GT(waited, std::chrono::seconds(9 * 14 + 15));
+  EXPECT_LT(waited, std::chrono::seconds(9 * 14 + 16));
+}
+
+TEST(Download, ALateDocumentIsStoredWithNobodyWaiting) {
+  HeadlessApp app;
+  app.Start();
+  app.transfer.answers = {Silent(1)};
+  app.toolkit.answers = {kAnswerOk};
+  app.Click(app.controls().lblInfo105);
+  EXPECT_EQ(app.toolkit.messages.size(), 1u);
+  app.transfer.Continue(Received("late"));
+  app.Pass(std::chrono::seconds(1));
+  EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini"), "late");
+  EXPECT_TRUE(app.Log().ends_with("StateChanged: Closing file\nDocumentReceived = 1\n"));
+}
+
+TEST(Download, StoresEveryByteInPlaceOfAnOlderFile) {
+  for (const std::size_t length : {0u, 1u, 1023u, 1024u, 1025u, 5000u}) {
+    HeadlessApp app;
+    app.Start();
+    const std::string name = "AppData\\Quillon Systems\\Tessaly Studio\\updates.ini";
+    app.folder.Write(name, std::string(9000, 'o'));
+    std::string body(length, '\0');
+    for (std::size_t i = 0; i < length; ++i) body[i] = static_cast<char>(i);
+    app.transfer.answers = {Received(body)};
+    app.toolkit.during_message = [&] { EXPECT_EQ(app.folder.Read(name), body) << length; };
+    app.toolkit.answers = {kAnswerOk};
+    app.Click(app.controls().lblInfo105);
+  }
+}
+
+TEST(Download, ADiskThatRefusesIsFoundOutByTheReader) {
+  for (const FileCall call : {FileCall::kOpenForWriting, FileCall::kWrite, FileCall::kClose}) {
+    HeadlessApp app("/showupdates");
+    app.transfer.answers = {Received(kOnePack), Received("123456789")};
+    app.Start();
+    app.files.failures = {
+        {call, 0, 112}
+    };
+    app.Click(app.controls().cmdInstall);
+    EXPECT_FALSE(app.HasVersionValue("Version: A"));
+    EXPECT_NE(app.controls().txtProcessing.Text().find("Checking the download: failed."), std::string::npos);
+    EXPECT_TRUE(app.toolkit.messages.empty());
+  }
+}
+
+TEST(Download, AnErrorBehindABrokenPackAsksForTheHomePage) {
+  for (const std::int32_t answer : {kAnswerYes, kAnswerNo}) {
+    HeadlessApp app("/showupdates");
+    app.transfer.answers = {
+        Received(kOnePack), Answer{.states = {1, 7}, .body = std::string(3000, 'x')}
+    };
+    app.Start();
+    app.toolkit.answers = {answer};
+    // The error reaches the control while the document is being stored.
+    int chunks = 0;
+    app.transfer.before_chunk = [&] {
+      if (++chunks == 2) app.transfer.Deliver(icError);
+    };
+    app.loop.After(std::chrono::seconds(1), [&] { app.transfer.Deliver(icResponseCompleted); });
+    app.Click(app.controls().cmdInstall);
+    ASSERT_EQ(app.toolkit.messages.size(), 1u);
+    EXPECT_EQ(app.toolkit.messages[0].style, 20);
+    EXPECT_EQ(app.ended, answer == kAnswerYes);
+    EXPECT_EQ(app.shell.opened_urls.size(), answer == kAnswerYes ? 1u : 0u);
+    EXPECT_EQ(app.controls().cmdClose.Visible(), answer == kAnswerNo) << "the run goes on";
+    EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery));
+  }
+}
+
+TEST(Download, TheNameComesFromTheAddress) {
+  const struct {
+    const char *url, *name;
+  } kCases[] = {
+      {"http://maker/packs/a.zip",     "a.zip"    },
+      {"http:\\\\maker\\packs\\a.zip", "a.zip"    },
+      {"http://maker/ a.zip ",         "a.zip"    },
+      {"http://maker/",                ""         },
+      {"a.zip",                        ""         },
+      {"http://maker/a.zip?x=1",       "a.zip?x=1"},
+  };
+  for (const auto& row : kCases) EXPECT_EQ(FilenameOfUrl(row.url), row.name) << row.url;
+}
+
+}  // namespace
+}  // namespace tsly

@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+std::string Modules(int count, const std::string& summary = "Short.") {
+  std::string versions = "[Versions]\r\n";
+  std::string texts = "[Localization - English]\r\n";
+  for (int i = 1; i <= count; ++i) {
+    const std::string name = "M" + std::to_string(i);
+    versions += name + "=1.0\r\n";
+    texts += name + ":Description=Title " + name + "\r\n" + name + ":Summary=" + summary + "\r\n";
+  }
+  return versions + texts;
+}
+
+TEST(Presentation, TheListMakesRoomForItsScrollBar) {
+  const struct {
+    int count;
+    const char* summary;
+    bool bar;
+    std::int16_t maximum;
+    Twips width, first, last;
+  } kCases[] = {
+      {1,  "Short.",                                                     false, 0,     5790, 1005, 1005},
+      {2,  "Short.",                                                     false, 0,     5790, 1050, 1005},
+      {3,  "Short.",                                                     true,  960,   5505, 1050, 1005},
+      {30, "Short.",                                                     true,  29310, 5505, 1050, 1005},
+      {40, "Short.",                                                     true,  32505, 5505, 1050, 1005}, // what doesn't fit 16 bits keeps the last number that did
+  // 57 characters: one line at 5295 twips, two at 5010
+      {3,  "Twelve words of a summary that is just as long as a line..", true,  1545,  5505, 1245, 1200},
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("/showupdates");
+    app.transfer.answers = {Received(Modules(row.count, row.summary))};
+    app.Start();
+    VerifyControls& c = app.controls();
+    EXPECT_EQ(c.vscUpdates.Visible(), row.bar) << row.count;
+    EXPECT_EQ(c.vscUpdates.Max(), row.maximum) << row.count;
+    Twips top = 0;
+    for (int i = 1; i <= row.count; ++i) {
+      const AvailableUpdate& item = c.UpdateItem(i);
+      EXPECT_EQ(item.Look().rect, (Rect{0, top, row.width, i == row.count ? row.last : row.first})) << i;
+      EXPECT_EQ(item.linBottom.Visible(), i != row.count);
+      EXPECT_TRUE(item.Visible());
+      top += item.Height();
+    }
+    EXPECT_EQ(c.lblInfo201.Text().starts_with("An update"), row.count == 1);
+    EXPECT_FALSE(c.UpdateItem(0).Visible());
+  }
+}
+
+TEST(Presentation, TheListFollowsTheScrollBar) {
+  HeadlessApp app("/showupdates");
+  app.transfer.answers = {Received(Modules(5))};
+  app.Start();
+  VerifyControls& c = app.controls();
+  const auto scroll = [&](UiEvent::Kind kind, std::int32_t value) {
+    app.dialog().Deliver({.kind = kind, .control = c.vscUpdates.Id(), .value = value}, app.dialog().LoadNumber());
+  };
+  scroll(UiEvent::Kind::ThumbMoved, 100);
+  EXPECT_EQ(c.UpdateItem(1).Top(), -100);
+  scroll(UiEvent::Kind::ValueChanged, 1200);
+  EXPECT_EQ(c.UpdateItem(1).Top(), -1200);
+  EXPECT_EQ(c.UpdateItem(2).Top(), -150);
+  scroll(UiEvent::Kind::ValueChanged, 99999);
+  EXPECT_EQ(c.UpdateItem(1).Top(), -1200);
+  const std::uint64_t requests = app.dialog().FocusRequests();
+  scroll(UiEvent::Kind::GotFocus, 0);
+  EXPECT_EQ(app.dialog().FocusRequests(), requests + 1);
+  EXPECT_EQ(app.dialog().FocusRequest(), c.txtFocus.Id());
+}
+
+TEST(Presentation, FillsOneItemFromTheFile) {
+  const std::string file =
+      "[Versions]\r\nDesigner=7.0.1300.0\r\nBare=1\r\n"
+      "[Localization - French]\r\nDesigner:Description=Mise a jour\r\nDesigner:Summary=\"   \"\r\n"
+      "[Localization - English]\r\nDesigner:Description=Update\r\nDesigner:Summary= Corrects printing. \r\n"
+      "Designer:More info=http://maker/info\r\n"
+      "[Designer]\r\nInstall pack=yes\r\nDownload URL=http://maker/d.zip\r\nSize=1048576\r\nCRC32=0A1B2C3D\r\n"
+      "Stop application=maybe\r\nReleased=12/2005\r\nAction 1=unzip:{app}\r\nAction 3=run:x\r\n";
+  HeadlessApp app("/showupdates");
+  app.folder.Write("app\\Languages\\French.ini", app.folder.Read("app\\Languages\\English.ini"));
+  app.program->registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("French"));
+  app.transfer.answers = {Received(file)};
+  app.Start();
+  const AvailableUpdate& item = app.controls().UpdateItem(1);
+  EXPECT_EQ(item.UpdateElementName, "Designer");
+  EXPECT_EQ(item.Item(), "Mise a jour");
+  EXPECT_EQ(item.Explanation(), "Corrects printing.");
+  EXPECT_EQ(item.UpdateElementDesc, "http://maker/info");
+  EXPECT_EQ(item.UpdateElementVersion, "7.0.1300.0");
+  EXPECT_EQ(item.UpdateElementDocType, 4);
+  EXPECT_EQ(item.UpdateElementUrl, "http://maker/d.zip");
+  EXPECT_EQ(item.UpdateElementSize, "1048576");
+  EXPECT_EQ(item.UpdateElementCRC, "0A1B2C3D");
+  EXPECT_TRUE(item.UpdateElementStopPgm);
+  EXPECT_EQ(item.UpdateElementAction(1), "unzip:{app}");
+  EXPECT_EQ(item.UpdateElementAction(2), "");
+  EXPECT_EQ(item.UpdateElementAction(3), "") << "a line behind a gap is never read";
+  EXPECT_EQ(item.Version(), "Version 7.0.1300.0, released 12/2005");
+
+  const AvailableUpdate& bare = app.controls().UpdateItem(2);
+  EXPECT_EQ(bare.UpdateElementDocType, 3);
+  EXPECT_EQ(bare.UpdateElementSize, "0");
+  EXPECT_FALSE(bare.UpdateElementStopPgm);
+  EXPECT_EQ(bare.Version(), "Version 1, released (no date given)");
+
+  Control& link = app.controls().UpdateItem(1).lblMoreInfo;
+  app.Click(link);
+  EXPECT_EQ(app.shell.opened_urls, std::vector<std::string>{"http://maker/info"});
+}
+
+TEST(Presentation, ExcludedModulesAreNotOffered) {
+  HeadlessApp app("/showupdates");
+  app.SetVersionValue("Version: Current", std::string("1.0"));
+  app.transfer.answers = {
+      Received("[Versions]\r\nA=1.0\r\nCurrent=1.0\r\nB=1.0\r\nC=1.0\r\n[Excludes]\r\nC=B,Current\r\nCurrent=A\r\n")};
+  app.Start();
+  EXPECT_EQ(app.dialog().UpdateNames, (std::vector<std::string>{"", "A", "C"}));
+  EXPECT_EQ(app.dialog().CheckedOn, 0);
+
+  HeadlessApp nothing("/showupdates");
+  nothing.transfer.answers = {Received("[Versions]\r\nA=1.0\r\n[Excludes]\r\nA=A\r\n")};
+  nothing.toolkit.answers = {kAnswerOk};
+  nothing.Start();
+  EXPECT_EQ(nothing.toolkit.messages.size(), 1u);
+  EXPECT_NE(nothing.dialog().CheckedOn, 0);
+}
+
+TEST(Presentation, TheAddressOfTheUpdatesFile) {
+  const std::string built_in = "http://updates.quillonsystems.example/download/app-updates.txt";
+  const struct {
+    RegData stored;
+    std::string address;
+  } kCases[] = {
+      {RegData(),                            built_in            },
+      {std::string(),                        built_in            },
+      {std::string("   "),                   built_in            },
+      {std::string(" http://maker/u.txt  "), "http://maker/u.txt"},
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("/showupdates");
+    app.SetVersionValue(kValueVersionFileUrl, row.stored);
+    app.transfer.answers = {Received("")};
+    app.toolkit.answers = {kAnswerOk};
+    app.Start();
+    EXPECT_EQ(app.transfer.requests, std::vector{row.address});
+    EXPECT_EQ(app.dialog().UpdatesIniFile, app.ProductFolder() + "updates.ini");
+  }
+}
+
+TEST(AvailableUpdateItem, ActionLines) {
+  HeadlessApp app;
+  AvailableUpdate& item = app.controls().UpdateItem(0);
+  item.SetUpdateElementAction(5, "five");
+  EXPECT_EQ(item.UpdateElementAction(3), "");
+  EXPECT_EQ(item.UpdateElementAction(5), "five");
+  EXPECT_EQ(item.UpdateElementAction(6), "");
+  item.SetUpdateElementAction(0, "");
+  EXPECT_EQ(item.UpdateElementAction(5), "");
+  EXPECT_THROW(item.SetUpdateElementAction(-1, ""), RuntimeError);
+  EXPECT_THROW(item.UpdateElementAction(-1), RuntimeError);
+}
+
+TEST(AvailableUpdateItem, LaysItselfOut) {
+  HeadlessApp app;
+  AvailableUpdate& item = app.controls().UpdateItem.Load(1);
+  item.SetExplanation("One line.");
+  item.SetMoreInfo("More");
+  item.SetWidth(5790);
+  const Twips kTops[] = {item.lblItem.Top(),     item.lblVersion.Top(), item.lblExplanation.Top(),
+                         item.lblMoreInfo.Top(), item.linBottom.Top(),  item.Height()};
+  EXPECT_EQ(std::vector<Twips>(std::begin(kTops), std::end(kTops)),
+            (std::vector<Twips>{90, 300, 510, 720, 1035, 1050}));
+  EXPECT_EQ(item.lblItem.Width(), 5295);
+  item.SetHideBottomLine(true);
+  EXPECT_EQ(item.Height(), 1005);
+  EXPECT_FALSE(item.linBottom.Visible());
+  item.SetHideBottomLine(false);
+  item.SetHeight(10);
+  EXPECT_EQ(item.Height(), 1050) << "the texts say how high";
+  item.SetVersion("a version that is far longer than the line has room for, so that its end is not seen any more");
+  EXPECT_EQ(item.Height(), 1050);
+  item.SetExplanation(std::string(40, 'a') + " " + std::string(40, 'b'));
+  EXPECT_EQ(item.Height(), 1050 + 195);
+}
+
+}  // namespace
+}  // namespace tsly

@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <set>
+
+#include "base/text.h"
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+const std::string kGeneral = "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n";
+
+class ResourceStringsTest : public testing::Test {
+ protected:
+  // Sets the language files and runs the set-up; messages about their validity are answered.
+  void SetUp(const std::string& french, const std::string& english) {
+    app.folder.Write("app\\Languages\\French.ini", french);
+    app.folder.Write("app\\Languages\\English.ini", english);
+    app.program->registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("French"));
+    app.toolkit.answers.assign(4, kAnswerOk);
+    app.Start();
+  }
+  using testing::Test::SetUp;
+  // The text, or the description of the failure in angle brackets.
+  std::string Text(const std::string& key) {
+    try {
+      return app.program->localization.GetResString(key);
+    } catch (const RuntimeError& error) {
+      EXPECT_EQ(error.number, -1);
+      EXPECT_EQ(error.source, "GetResString");
+      return "<" + error.description + ">";
+    }
+  }
+  HeadlessApp app;
+};
+
+TEST_F(ResourceStringsTest, TheSelectedFileComesFirstKeyByKey) {
+  SetUp(kGeneral + "[Software updates]\r\nBoth=un\r\nEmpty=\r\nFirst=seul\r\n[Error messages]\r\nOops=ici\r\n",
+        kGeneral + "[Software updates]\r\nBoth=one\r\nEmpty=one\r\nSecond=only\r\nSecond empty=\r\n");
+  const struct {
+    const char *key, *text;
+  } kCases[] = {
+      {"49:Both",         "un"                                                                      },
+      {"49:both",         "un"                                                                      },
+      {"49:Empty",        ""                                                                        },
+      {"49:First",        "seul"                                                                    },
+      {"49:Second",       "only"                                                                    },
+      {"49:Second empty", ""                                                                        },
+      {"49:Nowhere",      "<Resource string not found: \"Nowhere\" in section \"Software updates\">"},
+      {"99:Oops",         "ici"                                                                     },
+      {"Oops",            "ici"                                                                     },
+      {":Oops",           "ici"                                                                     },
+      {"54:Oops",         "ici"                                                                     },
+      {"53:Oops",         "<Resource string not found: \"Oops\" in section \"\">"                   },
+  };
+  for (const auto& row : kCases) EXPECT_EQ(Text(row.key), row.text) << row.key;
+}
+
+TEST_F(ResourceStringsTest, TextsAreCleanedUp) {
+  const struct {
+    const char *value, *text;
+  } kCases[] = {
+      {"a\\nb\\nc",          "a\r\nb\r\nc"},
+      {"a\\012b",            "a\r\nb"     },
+      {"\"\"  quoted  \"\"", "  quoted  " },
+      {"\"\"",               ""           },
+      {"\"",                 ""           },
+      {"\"open",             "\"open"     },
+      {"say \"x\"",          "say \"x\""  },
+  };
+  std::string file = kGeneral + "[Software updates]\r\n";
+  for (std::size_t i = 0; i < std::size(kCases); ++i) file += std::to_string(i) + "=" + kCases[i].value + "\r\n";
+  SetUp(file + "Blanks=\"   \"\r\n", kGeneral);
+  for (std::size_t i = 0; i < std::size(kCases); ++i) {
+    EXPECT_EQ(Text("49:" + std::to_string(i)), kCases[i].text) << kCases[i].value;
+  }
+  EXPECT_EQ(Text("49:Blanks"), "   ");
+}
+
+TEST_F(ResourceStringsTest, TheNotFoundTextIsAResourceItself) {
+  SetUp(kGeneral + "Resource missing=no [resource_number]\\n[RESOURCE_SECTION]\r\n", kGeneral);
+  EXPECT_EQ(Text("49:Key"), "<no Key\r\nSoftware updates>");
+}
+
+TEST_F(ResourceStringsTest, LanguageInfoHoldsWhatTheSelectedFileSays) {
+  SetUp(kGeneral + "Language=Fran\u00E7ais\r\nLanguage, abbreviated=FR\r\nDefault skin=Blue\r\n", kGeneral);
+  const char* kExpected[] = {"French", "Fran\u00E7ais", "FR", "7.0.1576", "Blue"};
+  for (std::int32_t i = 0; i < 5; ++i) EXPECT_EQ(app.program->localization.GetLanguageInfo(i), kExpected[i]);
+  EXPECT_THROW(app.program->localization.GetLanguageInfo(5), RuntimeError);
+  EXPECT_THROW(app.program->localization.GetLanguageInfo(-2), RuntimeError);
+}
+
+// The code, its list of keys and the English file hold the same keys.
+TEST(LanguageFile, HoldsEveryKeyThatTheProgramReadsAndNoOther) {
+  HeadlessApp app;
+  std::ifstream list(std::string(TSLY_SOURCE_DIR) + "/src/localization/MLocalizationText.h");
+  const std::string header((std::istreambuf_iterator<char>(list)), std::istreambuf_iterator<char>());
+  std::set<std::string> listed;
+  const std::regex key("\"(\\d\\d:[^\"]+)\"");
+  for (std::sregex_iterator it(header.begin(), header.end(), key), end; it != end; ++it) listed.insert((*it)[1]);
+  EXPECT_EQ(listed.size(), 70u);
+  app.Start();
+  for (const std::string& name : listed) {
+    EXPECT_NO_THROW(app.program->localization.GetResString(name)) << name;
+  }
+  const std::string file = app.AppFolder() + "Languages\\English.ini";
+  const std::string texts = app.program->global.ReadProfileString("Software updates", nullptr, "", file);
+  for (const std::string& name : Split(texts, std::string_view("\0", 1))) {
+    EXPECT_TRUE(name.empty() || listed.contains("49:" + name)) << name << " is read by nobody";
+  }
+}
+
+}  // namespace
+}  // namespace tsly
