@@ -309,6 +309,7 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
 }
 
 TEST_F(RegistryOverlay, MergesNamesAndKeys) {
+  AsUser([&] { ASSERT_EQ(Change(user, "J", "2"), kSuccess) << "the machine has no file yet"; });
   for (const char* name : {"Beta", "delta"}) ASSERT_EQ(Set(admin, kLocalMachine, "K\\M", name, "1"), kSuccess);
   AsUser([&] {
     for (const char* name : {"alpha", "BETA", "gamma"}) {
@@ -317,6 +318,7 @@ TEST_F(RegistryOverlay, MergesNamesAndKeys) {
     ASSERT_EQ(user.DeleteValue(Made(user, kLocalMachine, "K\\M"), "Delta"), kSuccess);
     Made(user, kLocalMachine, "K\\L");
     EXPECT_EQ(List(user, kLocalMachine, "K"), "[L][M]");
+    EXPECT_EQ(List(user, kLocalMachine, ""), "[J][K]");
     EXPECT_EQ(List(user, kLocalMachine, "K\\M"), "'alpha''Beta''gamma'");
     EXPECT_EQ(user.DeleteTree(kLocalMachine, "k\\l"), kSuccess);
     EXPECT_EQ(List(user, kLocalMachine, "K"), "[M]");
