@@ -3,7 +3,6 @@
 #include <QIcon>
 #include <csignal>
 #include <iostream>
-#include <memory>
 
 #include "ports/platform.h"
 #include "posix/archive_unzip.h"
@@ -42,21 +41,23 @@ int RunProgram(const tsly::StartArguments& start) {
   PosixLocale locale(code_page);
   PosixShell shell({.repaint = [&] { toolkit.RepaintAll(); }});
   ArchiveUnzipFactory unzip;
-  std::unique_ptr<Program> program;
-  CurlTransfer transfer(loop, loop, [&] { return NativePath(program->temp_files.Folder()); });
-  program = std::make_unique<Program>(Platform{.registry = registry,
-                                               .profiles = profiles,
-                                               .folders = folders,
-                                               .files = files,
-                                               .clock = clock,
-                                               .transfer = transfer,
-                                               .unzip = unzip,
-                                               .shell = shell,
-                                               .locale = locale,
-                                               .toolkit = toolkit,
-                                               .loop = loop},
-                                      start.mode, start.command_line);
-  program->Run();
+  // The program goes before the transfer control that it stands on.
+  Program* running = nullptr;
+  CurlTransfer transfer(loop, loop, [&] { return NativePath(running->temp_files.Folder()); });
+  Program program({.registry = registry,
+                   .profiles = profiles,
+                   .folders = folders,
+                   .files = files,
+                   .clock = clock,
+                   .transfer = transfer,
+                   .unzip = unzip,
+                   .shell = shell,
+                   .locale = locale,
+                   .toolkit = toolkit,
+                   .loop = loop},
+                  start.mode, start.command_line);
+  running = &program;
+  program.Run();
   return 0;
 }
 

@@ -39,10 +39,11 @@ Start StartOf(ActionWork work, const std::string& argument) {
 }  // namespace
 
 bool frmVerify::ApplyUpdateActions(AvailableUpdate& Item) {
+  const std::uint64_t load = LoadNumber();
   for (std::int32_t index = 1;; ++index) {
     const std::string line = Item.UpdateElementAction(index);
     if (line.empty()) return true;
-    if (!ApplyActionLine(line)) return false;
+    if (!ApplyActionLine(line) || !IsLoad(load)) return false;
   }
 }
 
@@ -57,9 +58,11 @@ bool frmVerify::ApplyActionLine(const std::string& line) {
   }
   if (verb->work == ActionWork::Unzip) return Unzip(action_.path);
 
-  Start start = StartOf(verb->work, action_.path);
+  const std::uint64_t load = LoadNumber();
+  const Start start = StartOf(verb->work, action_.path);
   if (const Fault fault = needs_.global.RunElevated(start.command, start.parameters, kShowNormal)) {
-    ProcessFeedback(verb->failed_state, {"launch", action_.path, std::to_string(fault.number), fault.description});
+    if (IsLoad(load))
+      ProcessFeedback(verb->failed_state, {"launch", action_.path, std::to_string(fault.number), fault.description});
     return false;
   }
   if (verb->work == ActionWork::Execute) needs_.shell.EndProcess();

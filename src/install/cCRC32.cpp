@@ -1,5 +1,6 @@
 #include "install/cCRC32.h"
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -14,6 +15,12 @@ constexpr std::uint32_t kPolynomial = 0xEDB88320;
 constexpr std::uint32_t kStart = 0xFFFFFFFF;
 constexpr std::size_t kChunk = 8192;
 constexpr std::size_t kHighestBound = 32767;
+
+// What can't be read stays zero: a file that was not read whole must not pass for one that was.
+void FillChunk(FileReader* file, std::span<char> chunk) {
+  std::size_t got = 0;
+  while (file != nullptr && !chunk.empty() && file->Read(chunk, got) == 0 && got > 0) chunk = chunk.subspan(got);
+}
 
 }  // namespace
 
@@ -32,29 +39,33 @@ std::int32_t cCRC32::GetByteArrayCrc32(std::span<const std::uint8_t> buffer) con
   return static_cast<std::int32_t>(~crc);
 }
 
-bool cCRC32::IsFileWithContents(const std::string& filename) {
+// 0 for a file that a search doesn't find.
+std::int64_t cCRC32::LengthOf(const std::string& filename) {
   std::vector<std::string> names;
   std::int64_t length = 0;
-  return files_.Find(filename, names) == 0 && files_.Length(filename, length) == 0 && length > 0;
+  const bool found = files_.Find(filename, names) == 0 && files_.Length(filename, length) == 0;
+  return found ? length : 0;
 }
 
 std::int32_t cCRC32::GetFileCrc32(const std::string& filename) {
   std::uint32_t crc = kStart;
+  std::int64_t left = LengthOf(filename);
+  if (left <= 0) return static_cast<std::int32_t>(~crc);
   std::unique_ptr<FileReader> file;
-  if (IsFileWithContents(filename) && files_.OpenForReading(filename, file) == 0) {
-    std::vector<char> chunk(kChunk);
-    loop_.BeginBusy();
-    for (;;) {
+  files_.OpenForReading(filename, file);
+  std::vector<char> chunk(kChunk);
+  loop_.BeginBusy();
+  while (left > 0) {
+    loop_.LetEventsRun();
+    chunk.assign(static_cast<std::size_t>(std::min<std::int64_t>(left, kChunk)), '\0');
+    FillChunk(file.get(), chunk);
+    for (const char byte : chunk) {
       loop_.LetEventsRun();
-      std::size_t got = 0;
-      if (file->Read(chunk, got) != 0 || got == 0) break;
-      for (std::size_t i = 0; i < got; ++i) {
-        loop_.LetEventsRun();
-        crc = Next(crc, static_cast<std::uint8_t>(chunk[i]));
-      }
+      crc = Next(crc, static_cast<std::uint8_t>(byte));
     }
-    loop_.EndBusy();
+    left -= static_cast<std::int64_t>(chunk.size());
   }
+  loop_.EndBusy();
   return static_cast<std::int32_t>(~crc);
 }
 

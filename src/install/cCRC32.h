@@ -29,7 +29,7 @@ class cCRC32 {
   std::uint32_t Next(std::uint32_t crc, std::uint8_t byte) const {
     return (crc >> 8) ^ Crc32Table[(crc ^ byte) & 0xFF];
   }
-  bool IsFileWithContents(const std::string& filename);
+  std::int64_t LengthOf(const std::string& filename);
 
   Files& files_;
   EventLoop& loop_;

@@ -38,7 +38,8 @@ void frmVerify::cmdInstall_Click() {
   controls.txtProcessing.SetVisible(true);
   controls.picUpdates.SetVisible(false);
   for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
-    const bool installed = InstallUpdate(i);
+    bool installed = false;
+    Step([&] { installed = InstallUpdate(i); });
     if (!IsLoad(load)) return;
     ++(installed ? succeeded : failed);
   }
@@ -69,6 +70,7 @@ bool frmVerify::PrepareHostProduct() {
     cmdLater_Click();
     return false;
   }
+  if (answer != kAnswerYes) return true;  // the question has no text, and nobody was asked
   needs_.shell.CloseWindow(needs_.global.HostWindow);
   if (needs_.shell.LastError() == kInvalidWindowHandle) {
     Step([&] { needs_.global.ShowMessage(ResString(text_key::kCantBeStopped), kIconWarning); });
@@ -85,12 +87,16 @@ bool frmVerify::InstallUpdate(std::int32_t i) {
     return false;
   }
   const std::int32_t size = ToInt32(item.UpdateElementSize).value_or(0);
-  if (!VerifyDocument(document_.DocumentFile, size, item.UpdateElementCRC)) {
+  const bool good = VerifyDocument(document_.DocumentFile, size, item.UpdateElementCRC);
+  if (!IsLoad(load)) return false;
+  if (!good) {
     ProcessFeedback(fbVerifyFailure);
     return false;
   }
   bool applied = false;
-  if (const auto fault = Step([&] { applied = ApplyUpdateActions(item); })) {
+  const auto fault = Step([&] { applied = ApplyUpdateActions(item); });
+  if (!IsLoad(load)) return false;
+  if (fault) {
     // The line at hand has no message of its own for this; its failed state tells the fault, and ends its dots.
     const bool unzip = action_.failed_state == fbUnzipFailed;
     ProcessFeedback(
@@ -117,14 +123,15 @@ void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
   });
 }
 
-bool frmVerify::VerifyDocument(const std::string& Filename, std::int32_t Size, const std::string& CRC) {
+bool frmVerify::VerifyDocument(std::string Filename, std::int32_t Size, std::string CRC) {
+  const std::uint64_t load = LoadNumber();
   ProcessFeedback(fbVerifying);
   std::int64_t length = 0;
   needs_.files.Length(Filename, length);
   cCRC32 checksum(needs_.files, needs_.loop);
   const std::string computed = ChecksumText(Hex(checksum.GetFileCrc32(Filename)));
   const bool good = computed == ChecksumText(CRC) && length == Size;
-  ProcessFeedback(fbVerifyResult, {good ? "ok" : "fail"});
+  if (IsLoad(load)) ProcessFeedback(fbVerifyResult, {good ? "ok" : "fail"});
   return good;
 }
 

@@ -128,11 +128,12 @@ std::string frmVerify::FeedbackText(std::int32_t fbState, const std::vector<std:
   }
   if (fbState == fbFinished) return Information.empty() ? "" : Information[0];
 
-  const double bytes = Information.size() > 1 ? ToDouble(Information[1]).value_or(0) : 0;
+  std::string text = Fill(ResString(text_key::kUpdateDownload), "[NAME]", Information, 0);
+  if (Information.size() < 2) return text;
+  const double bytes = ToDouble(Information[1]).value_or(0);
   const SizeText size = FormatSize(bytes);
   std::string unit;
   Step([&] { unit = ResString(kSizeUnits[static_cast<std::size_t>(size.unit)]); });
-  std::string text = Fill(ResString(text_key::kUpdateDownload), "[NAME]", Information, 0);
   text = Replace(text, "[SIZE-VALUE]", size.value);
   return Replace(text, "[SIZE-UNIT]", unit);
 }

@@ -33,6 +33,10 @@ std::int32_t DwordOf(const std::string& bytes) {
   return static_cast<std::int32_t>(bits);
 }
 
+bool IsKnownType(std::uint32_t type) {
+  return type == kRegSz || type == kRegExpandSz || type == kRegBinary || type == kRegDword;
+}
+
 std::string WithZero(std::string text) {
   text += '\0';
   return text;
@@ -95,17 +99,18 @@ RegData MRegistry::ReadOpenValue(RegKey key, const std::string& name, const RegD
   std::uint32_t type = 0;
   std::uint32_t size = 0;
   int code = registry_.Query(key, name, type, {}, size);
-  const bool known = type == kRegSz || type == kRegExpandSz || type == kRegBinary || type == kRegDword;
   std::string bytes;
-  if (code == kSuccess && known) {
+  if (code == kSuccess && IsKnownType(type)) {
     bytes.resize(type == kRegDword ? 4 : size);
     code = registry_.Query(key, name, type, bytes, size);
+    // Another process may have written a shorter value, or one of another type, between the two.
+    if (size < bytes.size()) bytes.resize(size);
   }
   if (code != kSuccess) {
     if (code != kFileNotFound) SetRegError(code, "Error while reading value");
     return fallback;
   }
-  if (!known) return fallback;
+  if (!IsKnownType(type)) return fallback;
   if (type == kRegDword) return DwordOf(bytes);
   if (type != kRegBinary && bytes.ends_with('\0')) bytes.pop_back();
   return bytes;

@@ -1,4 +1,3 @@
-#include "base/step.h"
 #include "base/text.h"
 #include "ports/folders.h"
 #include "shell/MGlobal.h"
@@ -15,12 +14,12 @@ void MGlobal::Main(frmVerify& dialog) {
   for (const std::string& token : Split(needs_.command_line, " ")) ReadToken(LowerCase(Trim(token)));
   if (StartMode() != 0) return;
 
-  dialog.Load();
+  dialog.Guard([&] { dialog.Load(); });
   dialog.UpdaterObject = nullptr;
-  if (StartupFailed) return dialog.Unload();
-  if (ShowUpdates) dialog.ShowTheResults();
+  if (StartupFailed) return dialog.Guard([&] { dialog.Unload(); });
+  if (ShowUpdates) dialog.Guard([&] { dialog.ShowTheResults(); });
   // The search let events run: a dialog that was closed meanwhile stays closed.
-  if (dialog.Loaded()) dialog.Show();
+  if (dialog.Loaded()) dialog.Guard([&] { dialog.Show(); });
 }
 
 void MGlobal::ReadToken(const std::string& token) {

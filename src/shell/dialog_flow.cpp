@@ -68,14 +68,13 @@ void frmVerify::PrepareVerifyVersion() {
   tmrVerifyVersion.SetEnabled(true);
 }
 
-// One search per arming. A tick that meets a search or an installation waits for the next interval.
+// One search per arming. A tick that meets a search, an offer or an installation waits for the next interval: a search
+// now would take the list from under them.
 void frmVerify::tmrVerifyVersion_Timer() {
-  if (searches_running_ > 0 || IsInstalling()) return;
+  if (searches_running_ > 0 || controls.picStep200.Visible()) return;
   tmrVerifyVersion.SetEnabled(false);
   CheckForUpdates(false);
 }
-
-bool frmVerify::IsInstalling() const { return controls.picStep200.Visible() && !controls.cmdLater.Enabled(); }
 
 void frmVerify::ShowTheResults() { lblInfo_Click(105); }
 

@@ -101,7 +101,6 @@ class frmVerify : public Form {
   void StartPrintDots();
   std::string LastCheckText(DateTime moment);
   void ReportStatus(std::int32_t status);
-  bool IsInstalling() const;
 
   // The dialog's texts (localization/LocalizeDialog.cpp).
   void LocalizeDialog();
@@ -137,7 +136,7 @@ class frmVerify : public Form {
   bool PrepareHostProduct();
   bool InstallUpdate(std::int32_t i);
   void CloseRun(std::int32_t succeeded, std::int32_t failed);
-  bool VerifyDocument(const std::string& Filename, std::int32_t Size, const std::string& CRC);
+  bool VerifyDocument(std::string Filename, std::int32_t Size, std::string CRC);
   bool ApplyUpdateActions(AvailableUpdate& Item);
   bool ApplyActionLine(const std::string& line);
   bool Unzip(const std::string& folder);

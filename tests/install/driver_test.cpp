@@ -100,6 +100,7 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
         {"C", "Action 1=unzip:{app}\r\n"}
     });
     app.transfer.answers = {row.first, row.second, row.third};
+    app.dialog().CheckedOn = 41000;
     app.unzip.results.assign(std::string(row.recorded).size(), 0);
     app.Install();
     EXPECT_TRUE(app.Transcript().ends_with(row.last_line)) << app.Transcript();
@@ -109,9 +110,49 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
     }
     EXPECT_EQ(recorded, row.recorded);
     EXPECT_EQ(app.unzip.objects.size(), recorded.size()) << "a bad pack runs none of its lines";
+    EXPECT_EQ(app.dialog().CheckedOn > 41000, row.checked);
     app.Click(app.controls().cmdClose);
     EXPECT_EQ(app.HasVersionValue(kValueCheckedOn), row.checked);
   }
+}
+
+TEST(Driver, EachVersionIsRecordedAtOnceAndASingleRunKeepsTheMoment) {
+  Offer app(Modules{
+      {"A", ""},
+      {"B", ""}
+  });
+  Answer slow = Received(kPack);
+  slow.step = std::chrono::seconds(1);
+  app.transfer.answers = {Received(kPack), slow};
+  bool recorded = false;
+  app.loop.After(std::chrono::seconds(2), [&] { recorded = app.HasVersionValue("Version: A"); });
+  app.Install();
+  EXPECT_TRUE(recorded);
+
+  Offer single(Modules{
+      {"A", ""}
+  });
+  single.dialog().CheckedOn = 41000;
+  single.transfer.answers = {Received(kPack)};
+  single.Install();
+  EXPECT_EQ(single.dialog().CheckedOn, 41000);
+}
+
+TEST(Driver, ASilentCheckLeavesOfferInstallationAndTranscriptAlone) {
+  Offer app(Modules{
+      {"A", "Action 1=run:x\r\n"}
+  });
+  app.dialog().PrepareVerifyVersion();
+  app.Pass(std::chrono::seconds(40));
+  EXPECT_EQ(app.transfer.requests.size(), 1u) << "no search under an offer";
+  Answer slow = Received(kPack);
+  slow.step = std::chrono::seconds(10);
+  app.transfer.answers = {slow};
+  app.Install();
+  app.Pass(std::chrono::seconds(40));
+  EXPECT_EQ(app.transfer.requests.size(), 2u);
+  EXPECT_TRUE(app.Transcript().ends_with("The update was installed.")) << app.Transcript();
+  EXPECT_TRUE(app.controls().cmdClose.Visible());
 }
 
 TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
@@ -135,21 +176,25 @@ TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
 }
 
 TEST(Driver, AsksBeforeTheHostProductIsStopped) {
+  using Styles = std::vector<std::int32_t>;
+  const Styles none, question{36}, warning{48}, question_and_warning{36, 48};
   const struct {
     const char* line;
     const char* stop;
     std::int32_t answer;
     std::uint32_t window_error;
-    std::vector<std::int32_t> styles;
+    const Styles& styles;
+    std::string prompt;  // the beginning of the last message
     std::size_t closed;
     bool installed;
   } kCases[] = {
-      {"/showupdates /window:5", "no",   0,          0,    {},       0, true },
-      {"/showupdates /window:5", " NO ", 0,          0,    {},       0, true },
-      {"/showupdates",           "yes",  0,          0,    {48},     0, true },
-      {"/showupdates /window:5", "ja",   kAnswerYes, 0,    {36},     1, true },
-      {"/showupdates /window:5", "yes",  kAnswerYes, 1400, {36, 48}, 1, true },
-      {"/showupdates /window:5", "yes",  kAnswerNo,  0,    {36},     0, false},
+      {"/showupdates /window:5", "no",   0,          0,    none,                 "",                                  0, true },
+      {"/showupdates /window:5", " NO ", 0,          0,    none,                 "",                                  0, true },
+      {"/showupdates",           "yes",  0,          0,    warning,              "Some files of Tessaly Studio will", 0, true },
+      {"/showupdates /window:5", "ja",   kAnswerYes, 0,    question,             "Tessaly Studio has to be closed",   1, true },
+      {"/showupdates /window:5", "yes",  kAnswerYes, 1400, question_and_warning, "Tessaly Studio couldn't be closed", 1,
+       true                                                                                                                   },
+      {"/showupdates /window:5", "yes",  kAnswerNo,  0,    question,             "Tessaly Studio has to be closed",   0, false},
   };
   for (const auto& row : kCases) {
     Offer app(
@@ -165,7 +210,11 @@ TEST(Driver, AsksBeforeTheHostProductIsStopped) {
     std::vector<std::int32_t> styles;
     for (const auto& message : app.toolkit.messages) styles.push_back(message.style);
     EXPECT_EQ(styles, row.styles);
-    EXPECT_EQ(app.shell.closed_windows.size(), row.closed);
+    if (!row.prompt.empty()) {
+      EXPECT_TRUE(app.Prompts().back().starts_with(row.prompt)) << app.Prompts().back();
+    }
+    EXPECT_EQ(app.shell.closed_windows, std::vector<std::int32_t>(row.closed, 5));
+    EXPECT_EQ(app.transfer.requests.size(), row.installed ? 3u : 1u);
     EXPECT_EQ(app.HasVersionValue("Version: B"), row.installed);
     EXPECT_EQ(app.dialog().Loaded(), row.installed) << "No takes the road of the later button";
   }
@@ -209,6 +258,7 @@ TEST(Driver, ActionsThatFailEndTheirUpdate) {
     if (const auto at = expected.find("APP/"); at != std::string::npos) expected.replace(at, 4, app.AppFolder());
     EXPECT_TRUE(app.Transcript().ends_with("\n" + expected)) << app.Transcript();
     EXPECT_EQ(app.shell.launched.size(), row.launches);
+    EXPECT_EQ(app.unzip.objects.size(), row.result != 0 ? 1u : 0u);
     EXPECT_FALSE(app.HasVersionValue("Version: A"));
     EXPECT_FALSE(app.dialog().tmrPrintDots.Enabled());
     EXPECT_TRUE(app.controls().cmdClose.Visible());
@@ -259,12 +309,27 @@ TEST(Driver, ExecuteEndsTheProcessInTheMiddle) {
       {"B", ""                                                    }
   });
   app.transfer.answers = {Received(kPack), Received(kPack)};
+  const SteadyTime begun = app.clock.Steady();
   app.Install();
   EXPECT_TRUE(app.ended);
+  EXPECT_GT(app.clock.Steady() - begun, std::chrono::seconds(5)) << "not before the launcher's wait";
   EXPECT_EQ(app.shell.launched.size(), 1u);
   EXPECT_FALSE(app.HasVersionValue("Version: A"));
   EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery)) << "the dialog isn't unloaded";
   EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\A.zip"));
+}
+
+TEST(Driver, AnExecuteThatCannotBeStartedFailsItsUpdateAlone) {
+  Offer app(Modules{
+      {"A", "Action 1=execute:{app}setup.sh\r\n"},
+      {"B", ""                                  }
+  });
+  app.transfer.answers = {Received(kPack), Received(kPack)};
+  app.shell.next_fault = {8, "", "No memory."};
+  app.Install();
+  EXPECT_FALSE(app.ended);
+  EXPECT_FALSE(app.HasVersionValue("Version: A"));
+  EXPECT_TRUE(app.HasVersionValue("Version: B"));
 }
 
 TEST(Driver, AVersionThatCannotBeWrittenStillCountsAsInstalled) {

@@ -66,15 +66,28 @@ TEST_F(ChecksumTest, FilesOfAllLengths) {
 }
 
 TEST_F(ChecksumTest, EventsRunWhileAFileIsRead) {
+  // Each event brings about the next, so that each byte's turn is needed.
   int events = 0;
-  const std::string file = app.folder.Write("data", std::string(100, 'x'));
-  app.loop.Post([&] {
+  std::function<void()> event = [&] {
     ++events;
-    app.loop.Post([&] { ++events; });
-  });
-  checksum.GetFileCrc32(file);
-  EXPECT_EQ(events, 2);
+    app.loop.Post(event);
+  };
+  app.loop.Post(event);
+  checksum.GetFileCrc32(app.folder.Write("data", std::string(100, 'x')));
+  EXPECT_EQ(events, 101) << "before the chunk and before each byte";
   EXPECT_EQ(app.loop.busy_scopes_begun, 1);
+}
+
+TEST_F(ChecksumTest, AFileThatCannotBeReadMatchesNothing) {
+  const std::string file = app.folder.Write("nine", "123456789");
+  for (const FileCall call : {FileCall::kOpenForReading, FileCall::kRead}) {
+    app.files.failures = {
+        {call, 0, 5}
+    };
+    const std::int32_t crc = checksum.GetFileCrc32(file);
+    EXPECT_NE(crc, static_cast<std::int32_t>(0xCBF43926));
+    EXPECT_NE(crc, 0) << "which a missing checksum reads as";
+  }
 }
 
 TEST_F(ChecksumTest, ArraysEndWhereTheirIndexesDo) {
