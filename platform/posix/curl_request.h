@@ -34,6 +34,7 @@ class CurlRequest {
 
   // Why it ended; no fault while it is on its way and after a success.
   const Fault& Error() const { return error_; }
+  bool HasEnded() const { return multi_ == nullptr; }
 
  private:
   using SteadyClock = std::chrono::steady_clock;

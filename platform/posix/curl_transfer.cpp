@@ -68,6 +68,8 @@ void CurlTransfer::DeliverNext(const std::shared_ptr<Delivery>& delivery) {
 
 Fault CurlTransfer::GetChunk(std::int32_t size, ChunkType, std::string& chunk) {
   const int code = spool_.Read(static_cast<std::size_t>(std::max(size, 0)), chunk);
+  // Read to its end, a whole response gives its room on the disk back: a pack is unpacked next.
+  if (code == 0 && size > 0 && chunk.empty() && request_ && request_->HasEnded()) spool_.Clear();
   return code == 0 ? Fault{} : InternetError(code);
 }
 

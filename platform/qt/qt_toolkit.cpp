@@ -111,7 +111,7 @@ FormWindow* QtToolkit::VisibleWindow() const {
 
 void QtToolkit::Open(Form& form) {
   Close(form);
-  windows_[&form] = new FormWindow(form, loop_, UsableScreen().topLeft());
+  windows_[&form] = new FormWindow(form, loop_, open_boxes_, UsableScreen().topLeft());
 }
 
 void QtToolkit::Close(Form& form) {

@@ -42,10 +42,11 @@ QString ObjectName(const Control& control) {
 
 }  // namespace
 
-FormWindow::FormWindow(Form& form, QtEventLoop& loop, QPoint origin)
+FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, QPoint origin)
     : QWidget(nullptr, kDialogFrame),
       form_(&form),
       loop_(loop),
+      open_boxes_(open_boxes),
       load_(form.LoadNumber()),
       origin_(origin),
       focus_requests_(form.FocusRequests()) {}
@@ -171,6 +172,8 @@ void FormWindow::ReportEvent(const UiEvent& event) {
 
 void FormWindow::Deliver(UiEvent event) {
   if (form_ == nullptr) return;
+  // A click that was queued before a message box opened would run below it.
+  if (open_boxes_ > 0 && event.kind != UiEvent::Kind::CloseRequested) return;
   const Control* control = form_->Find(event.control);
   if (control != nullptr && control->Kind() == ControlKind::ScrollBar) {
     // The model's range may have become smaller since; and what it makes of the value is what the widget has to show.

@@ -19,7 +19,8 @@ class QtEventLoop;
 class FormWindow final : public QWidget {
  public:
   // `origin`: where the screen's usable area begins.
-  FormWindow(Form& form, QtEventLoop& loop, QPoint origin);
+  // `open_boxes` counts the message boxes that are open; it outlives the window.
+  FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, QPoint origin);
 
   void Reveal();
   void PlaceTopmost();
@@ -49,6 +50,7 @@ class FormWindow final : public QWidget {
 
   Form* form_;
   QtEventLoop& loop_;
+  const int& open_boxes_;
   const std::uint64_t load_;
   const QPoint origin_;
   bool revealed_ = false;

@@ -19,7 +19,7 @@ void Form::Load() {
 
 void Form::Show() {
   Load();
-  if (visible_) return;
+  if (!loaded_ || visible_) return;  // a load can end in an unload
   visible_ = true;
   CountChange();
   toolkit_.Show(*this);

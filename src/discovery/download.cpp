@@ -72,7 +72,10 @@ bool frmVerify::GetDocument(std::uint8_t DocumentKind, const std::string& URL, s
   needs_.global.WriteLog(
       1, "GetDocument: Exiting wait loop, DocumentReceived=" + std::to_string(document_.DocumentReceived) +
              ", DocumentTimeout=" + Word(DocumentTimedOut()));
-  if (document_.DocumentReceived == 2) ReportDocumentFailure();
+  if (document_.DocumentReceived == 2) {
+    ReportDocumentFailure();
+    if (!IsLoad(load) || document_.number != number) return false;
+  }
   const bool received = document_.DocumentReceived == 1;
   needs_.global.WriteLog(1, std::string("GetDocument: Exiting, returning ") + Word(received));
   return received;
@@ -156,8 +159,11 @@ void frmVerify::TakeTransferError() {
   text = Replace(text, "[NUMBER]", "1/" + code);
   text = Replace(text, "[DESCRIPTION]", description);
   // A machine without a connection to the name service gets no message: the document counts as received, and nothing
-  // is found in it.
-  if (document_.DocumentReceived == 2 && number == kNameNotResolved) document_.DocumentReceived = 1;
+  // is found in it, also where a former run left a file of that name.
+  if (document_.DocumentReceived == 2 && number == kNameNotResolved) {
+    document_.DocumentReceived = 1;
+    needs_.files.Delete(document_.DocumentFile);
+  }
   document_.DocumentError = text;
 }
 

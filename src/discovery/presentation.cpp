@@ -74,7 +74,11 @@ void frmVerify::SearchSilently() {
   const std::uint64_t load = LoadNumber();
   const std::uint64_t search = ++searches_begun_;
   RetrieveUpdates(false);
-  if (!IsLoad(load)) return ReportStatus(StatusIdle);
+  if (!IsLoad(load)) {
+    // A dialog that was loaded anew may have another client, whose check has only been armed.
+    if (!Loaded()) ReportStatus(StatusIdle);
+    return;
+  }
   if (search != searches_begun_) {
     // A search by hand has taken over, and what it found is its user's; with nothing found there is nothing more to
     // come.

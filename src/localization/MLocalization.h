@@ -39,7 +39,7 @@ class MLocalization {
   std::string GetResString(const std::string& key);
 
   // 0 the selected language's name as the settings give it; 1 to 4 what its file says: name, abbreviation, version in
-  // lower case, default skin. Any other index raises error 9.
+  // lower case, default skin. Any other index raises error 9; all five come from the form without an index.
   std::string GetLanguageInfo(std::int32_t index) const;
   const std::array<std::string, 5>& GetLanguageInfo() const { return LanguageInfo; }
 

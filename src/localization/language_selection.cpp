@@ -20,7 +20,8 @@ constexpr const char* kLanguagePattern = "[AppPath]\\Languages\\[Language].ini";
 constexpr const char* kSkinPattern = "[AppPath]\\Skins\\[SkinName]\\Skin.ini";
 constexpr const char* kLanguageSignature = "Tessaly Studio Resources file";
 constexpr const char* kSkinSignature = "Tessaly Studio Skin description file";
-constexpr const char* kPendingEnding = ".new.ini";
+constexpr std::string_view kPending = ".new";
+constexpr std::string_view kEnding = ".ini";
 
 // What the test of the two language files leads to. These texts have to work without any language file.
 struct LanguageOutcome {
@@ -111,7 +112,9 @@ void MLocalization::TakePendingLanguageFiles() {
 
 void MLocalization::TakePendingLanguageFile(const std::string& folder, const std::string& name) {
   const std::string pending = folder + name;
-  const std::string final_file = folder + Replace(name, kPendingEnding, ".ini");
+  std::string final_name = name;
+  final_name.erase(name.size() - kEnding.size() - kPending.size(), kPending.size());
+  const std::string final_file = folder + final_name;
   if (global_.FileExists(final_file)) files_.Delete(final_file);
   if (files_.Rename(pending, final_file) == 0) return;
   // A copy has done its work: left in place it would undo a later repair of the file at every start.

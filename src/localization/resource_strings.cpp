@@ -11,9 +11,17 @@ constexpr const char* kSections = "00:General|01:Miscellaneous|02:Error messages
 constexpr std::size_t kHighestSection = 53;
 constexpr std::size_t kErrorMessages = 2;
 
+// Unlike a placeholder, a line break has to be written as told: "C:\New" holds none.
+std::string WithLineBreaks(const std::string& text, std::string_view sign) {
+  std::string broken;
+  for (const std::string& part : Split(text, sign)) broken += part + "\r\n";
+  if (!broken.empty()) broken.resize(broken.size() - 2);
+  return broken;
+}
+
 std::string CleanUp(std::string text) {
-  text = Replace(text, "\\012", "\r\n");
-  text = Replace(text, "\\n", "\r\n");
+  text = WithLineBreaks(text, "\\012");
+  text = WithLineBreaks(text, "\\n");
   if (TrimStart(text).starts_with('"') && TrimEnd(text).ends_with('"')) {
     text = Trim(text);
     // A lone quote is both the first and the last.

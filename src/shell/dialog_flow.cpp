@@ -34,12 +34,15 @@ const std::string& TextAt(const std::vector<std::string>& texts, std::int32_t in
 }  // namespace
 
 void frmVerify::Form_Load() {
+  const std::uint64_t load = LoadNumber();
   LocalizeDialog();
+  // Its messages let events run: the dialog may have been unloaded, or unloaded and loaded anew.
+  if (!IsLoad(load)) return;
 
   const RegData every = needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
                                                           kDefaultFrequency);
-  std::int32_t frequency = LeadingInt32(needs_.registry.TextOf(every));
-  if (!IsFrequency(frequency)) frequency = kDefaultFrequency;
+  const double stored = LeadingDouble(needs_.registry.TextOf(every));
+  const std::int32_t frequency = stored >= 0 && stored <= 3 ? static_cast<std::int32_t>(stored) : kDefaultFrequency;
   Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
   controls.lblInfo103.SetTag(std::to_string(frequency));
 
@@ -119,8 +122,10 @@ void frmVerify::Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode) {
 
 void frmVerify::Form_Unload() {
   needs_.temp_files.DeleteTempFiles();
-  needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
-                                    LeadingInt32(controls.lblInfo103.Tag()));
+  // Without a number the load was cut short: what the user chose stays.
+  if (const auto frequency = ToInt32(controls.lblInfo103.Tag())) {
+    needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery, *frequency);
+  }
   if (CheckedOn > 0) {
     needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedOn,
                                       WholeMinutes(CheckedOn));

@@ -62,6 +62,44 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
   }
 }
 
+TEST(Download, ALeftOverListIsNotOfferedInPlaceOfOneThatNeverCame) {
+  HeadlessApp app("/showupdates");
+  app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);
+  app.transfer.answers = {Failed(kNameNotResolved, "No such name.")};
+  app.toolkit.answers = {kAnswerOk};
+  app.Start();
+  EXPECT_EQ(app.toolkit.messages.at(0).style, kIconInformation);
+  EXPECT_FALSE(app.controls().picStep200.Visible());
+}
+
+TEST(Download, AnEndedTransferKeepsItsOutcome) {
+  HeadlessApp app("/showupdates");
+  app.transfer.answers = {Received(kOnePack), Failed(12030, "Cut off.")};
+  app.Start();
+  app.transfer.Deliver(icError);
+  EXPECT_TRUE(app.Log().ends_with("DocumentReceived = 1\n")) << "received stays received";
+  app.controls().UpdateItem(1).UpdateElementUrl = "http://maker/packs/";
+  app.toolkit.answers = {kAnswerOk};
+  app.Click(app.controls().cmdInstall);
+  ASSERT_EQ(app.toolkit.messages.size(), 1u);
+  EXPECT_TRUE(app.toolkit.messages[0].prompt.starts_with("The update couldn't be downloaded."));
+  EXPECT_EQ(app.toolkit.messages[0].style, 48) << "nothing of the pack was written";
+  app.transfer.Deliver(icResponseCompleted);
+  EXPECT_TRUE(app.Log().ends_with("StateChanged: Closing file\nDocumentReceived = 2\n")) << "failed stays failed";
+  EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\tsl00000.zip")) << "written all the same";
+  app.transfer.Deliver(icNone);
+  EXPECT_TRUE(app.Log().ends_with("StateChanged: State = None\n"));
+}
+
+TEST(Download, AReadThatFailsEndsTheWriting) {
+  HeadlessApp app("/showupdates");
+  app.transfer.answers = {Received(kOnePack + std::string(5000, ';'))};
+  app.transfer.chunk_fault_after = 1;
+  app.Start();
+  EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini").size(), 1024u);
+  EXPECT_TRUE(app.controls().picStep200.Visible());
+}
+
 TEST(Download, TheDeadlineMovesWithEveryState) {
   HeadlessApp app;
   app.Start();

@@ -73,6 +73,27 @@ TEST(Presentation, TheListFollowsTheScrollBar) {
   EXPECT_EQ(app.dialog().FocusRequest(), c.txtFocus.Id());
 }
 
+TEST(Presentation, AListBuiltAnewDropsTheFormerItems) {
+  HeadlessApp app("/showupdates");
+  app.transfer.answers = {Received(Modules(2))};
+  app.Start();
+  VerifyControls& c = app.controls();
+  c.picUpdates.SetHeight(1050 + 1005);
+  app.dialog().ShowAvailableUpdates();
+  EXPECT_FALSE(c.vscUpdates.Visible()) << "exactly as high as the panel";
+  c.picUpdates.SetHeight(1050 + 1004);
+  app.dialog().ShowAvailableUpdates();
+  EXPECT_TRUE(c.vscUpdates.Visible());
+  EXPECT_EQ(c.vscUpdates.Max(), 1);
+  EXPECT_EQ(c.vscUpdates.Look().small_change, 60);
+  EXPECT_EQ(c.vscUpdates.Look().large_change, 2054);
+  c.vscUpdates.SetValue(1);
+  app.dialog().ShowAvailableUpdates();
+  EXPECT_EQ(c.vscUpdates.Value(), 0);
+  EXPECT_EQ(c.UpdateItem(1).Look().rect, (Rect{0, 0, 5505, 1050}));
+  EXPECT_EQ(c.UpdateItem.Count(), 3u);
+}
+
 TEST(Presentation, FillsOneItemFromTheFile) {
   const std::string file =
       "[Versions]\r\nDesigner=7.0.1300.0\r\nBare=1\r\n"

@@ -90,6 +90,11 @@ TEST(LanguageSelection, EachPairOfFilesHasItsOutcome) {
     }
     EXPECT_TRUE(app.toolkit.messages[0].prompt.starts_with(expected)) << app.toolkit.messages[0].prompt;
     EXPECT_EQ(app.toolkit.messages[0].style, row.icon);
+    const bool verify = row.selected == kValidFile && row.english == kMissingFile;
+    EXPECT_TRUE(app.toolkit.messages[0].prompt.ends_with(
+        row.icon == 16 ? "The program can't continue. Please reinstall the software."
+        : verify       ? "Please verify or reinstall the software."
+                       : "It would be a great idea to repair the installation."));
   }
 }
 

@@ -68,6 +68,7 @@ TEST_F(ResourceStringsTest, TextsAreCleanedUp) {
       {"\"\"",               ""           },
       {"\"",                 ""           },
       {"\"open",             "\"open"     },
+      {"C:\\New",            "C:\\New"    },
       {"say \"x\"",          "say \"x\""  },
   };
   std::string file = kGeneral + "[Software updates]\r\n";

@@ -23,6 +23,8 @@ TEST(DialogFlow, ShowsTheStoredFrequencyAndStoresItAtEveryUnload) {
       {-1,                     3},
       {std::string("2 weeks"), 2},
       {std::string("abc"),     0},
+      {std::string("-0.5"),    3},
+      {std::string("1e10"),    3},
   };
   for (const auto& row : kCases) {
     HeadlessApp app;
@@ -174,6 +176,59 @@ TEST(DialogFlow, ADialogLoadedAnewDuringASearchIsLeftAlone) {
   EXPECT_TRUE(app.toolkit.messages.empty());
   EXPECT_EQ(app.controls().lblInfo105.MousePointer(), kPointerCustom);
   EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]);
+}
+
+TEST(DialogFlow, ADialogUnloadedByAMessageOfItsOwnLoadLeavesNothingBehind) {
+  for (const bool anew : {false, true}) {
+    HeadlessApp app("/showupdates");
+    app.SetVersionValue(kValueCheckedEvery, 1);
+    app.folder.Write("app\\Languages\\English.ini", "[General]\r\nVersion=old\r\n");
+    app.toolkit.answers = {kAnswerOk, kAnswerOk};
+    app.toolkit.during_message = [&] {
+      app.toolkit.during_message = nullptr;
+      app.dialog().Unload(Form::kUnloadByUser);
+      if (anew) app.dialog().Load();
+    };
+    if (anew) app.transfer.answers = {Received(kOffer)};
+    app.Start();
+    EXPECT_EQ(app.dialog().Loaded(), anew);
+    EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1") << "the load was cut short before it was read";
+    EXPECT_EQ(app.transfer.requests.size(), anew ? 1u : 0u);
+  }
+}
+
+TEST(DialogFlow, EachControlBearsItsOwnText) {
+  HeadlessApp app;
+  app.Start();
+  VerifyControls& c = app.controls();
+  const struct {
+    const Control& control;
+    const char* key;
+  } kCases[] = {
+      {c.lblInfo100, "49:Title"            },
+      {c.lblInfo101, "49:Main Caption"     },
+      {c.lblInfo102, "49:Check Caption"    },
+      {c.lblInfo105, "49:Check Now"        },
+      {c.cmdOK,      "01:OK"               },
+      {c.lblInfo200, "49:Title"            },
+      {c.lblInfo201, "49:Pending updates 1"},
+      {c.cmdLater,   "49:Install later"    },
+      {c.cmdInstall, "49:Install now"      },
+      {c.cmdClose,   "01:Close"            },
+  };
+  const auto text = [&](const std::string& key) { return app.program->localization.GetResString(key); };
+  for (const auto& row : kCases) EXPECT_EQ(row.control.Text(), text(row.key));
+  EXPECT_EQ(app.dialog().Caption(), text("49:Window caption"));
+  std::vector<std::string> frequencies, states{text("49:Check Now")};
+  for (const char* name : {"never", "always", "weekly", "monthly"}) {
+    frequencies.push_back(text(std::string("49:Check frequency ") + name));
+  }
+  for (const char* name :
+       {"resolving host", "host resolved", "connecting", "connected", "requesting", "requested", "receiving"}) {
+    states.push_back(text(std::string("49:Status, ") + name));
+  }
+  EXPECT_EQ(app.dialog().FrequencyTexts, frequencies);
+  EXPECT_EQ(app.dialog().CheckLinkTexts, states);
 }
 
 TEST(DialogFlow, ALateEventIsDropped) {

@@ -108,7 +108,8 @@ void HeadlessApp::Pass(std::chrono::milliseconds time) {
 }
 
 void HeadlessApp::Click(Control& control) {
-  ASSERT_TRUE(dialog().Visible() && control.Reachable()) << control.Name() << " can't be reached";
+  ASSERT_TRUE(dialog().Visible() && control.Reachable() && !toolkit.box_is_open)
+      << control.Name() << " can't be reached";
   const UiEvent click{.kind = UiEvent::Kind::Click, .control = control.Id(), .value = 0};
   loop.Post([this, click, load = dialog().LoadNumber()] { dialog().Deliver(click, load); });
   Pass(std::chrono::milliseconds(0));

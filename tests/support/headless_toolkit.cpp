@@ -41,7 +41,9 @@ std::int32_t HeadlessToolkit::MessageBox(const std::string& prompt, std::int32_t
                                          const std::optional<std::string>& title) {
   EXPECT_FALSE(title.has_value()) << "no message of this program bears a title of its own";
   messages.push_back({prompt, style});
+  box_is_open = true;
   if (during_message) during_message();
+  box_is_open = false;
   if (answers.empty()) {
     ADD_FAILURE() << "a message that nobody scripted: " << prompt;
     return kAnswerNo;

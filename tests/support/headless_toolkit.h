@@ -27,6 +27,7 @@ class HeadlessToolkit : public Toolkit {
   std::vector<Message> messages;
   std::deque<std::int32_t> answers;
   std::function<void()> during_message;  // what happens while a box is open
+  bool box_is_open = false;
   std::vector<std::int32_t> screen_pointers;
   std::set<const Form*> open, shown, topmost;
   int opened = 0;
