@@ -2,10 +2,10 @@
 //
 // One thread. Every call gives one of the platform's result codes (system_codes.h), 0 for success, and leaves its out
 // arguments alone on failure unless told otherwise. Key paths are parts joined by single backslashes, without one in
-// front (87 for any other path, a zero byte or a name that is too long); names of keys and values compare without regard
-// to letter case and keep the case of their first writing. A handle that isn't open gives 6. A write that gave 0 is on
-// disk, whole, whatever happens next; two processes may write at the same moment.
-// Tests stand on tests/support/memory_registry.h, held to the same contract suite as the real one.
+// front (87 for any other path, a zero byte or a name that is too long); names of keys and values compare without
+// regard to letter case and keep the case of their first writing. A handle that isn't open gives 6. A write that gave 0
+// is on disk, whole, whatever happens next; two processes may write at the same moment. Tests stand on
+// tests/support/memory_registry.h, held to the same contract suite as the real one.
 #pragma once
 
 #include <cstddef>
