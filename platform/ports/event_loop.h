@@ -19,8 +19,8 @@ class EventLoop {
  public:
   virtual ~EventLoop() = default;
 
-  // Serves all events that wait and returns. About a nanosecond when none does inside a busy scope, so that a loop over
-  // bytes can afford it.
+  // Serves all events that wait and returns; what these bring about may wait for the next call. About a nanosecond when
+  // none does inside a busy scope, so that a loop over bytes can afford it.
   void LetEventsRun() {
     if (may_wait_.load(std::memory_order_relaxed)) RunWaitingEvents();
   }

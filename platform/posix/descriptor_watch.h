@@ -1,5 +1,5 @@
-// What a backend that waits on descriptors asks of the event loop of its edition: the Qt loop and the poll loop of the
-// tests both serve it. One thread; callbacks arrive from the loop, never inside a call of this interface.
+// What a backend that waits on descriptors asks of the event loop of its edition. One thread; callbacks arrive from the
+// loop, never inside a call of this interface.
 #pragma once
 
 #include <chrono>

@@ -50,6 +50,7 @@ TEST_P(EventLoopSuite, EventsRunInOrderAndNeverInsidePost) {
   PostNote('c');
   EXPECT_EQ(notes, "");
   loop.LetEventsRun();
+  loop.LetEventsRun();
   EXPECT_EQ(notes, "abcd");
 }
 
