@@ -46,8 +46,10 @@ TEST_F(TempFilesTest, TheSystemNamesFilesEndingInTmp) {
 
 TEST_F(TempFilesTest, FoldersOfLastResort) {
   app.folders.nowhere = true;
-  const std::string path = temp_files.GetTempFile("a.txt", "");
-  EXPECT_EQ(path, app.folder.CorePath("temp\\a.txt"));
+  EXPECT_EQ(temp_files.GetTempFile("a.txt", ""), app.folder.CorePath("temp\\a.txt"));
+  app.folders.no_temp = true;
+  EXPECT_EQ(temp_files.GetTempFile("a.txt", ""), "C:\\TEMP\\a.txt");
+  EXPECT_EQ(temp_files.GetTempFile("", "tmp"), "C:\\TEMP\\tsl00000.tmp") << "the system makes none";
 }
 
 TEST_F(TempFilesTest, DeletesEachPathOnceAndForgetsSurvivors) {

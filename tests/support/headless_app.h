@@ -44,7 +44,12 @@ class TestFolders : public PosixFolders {
  public:
   explicit TestFolders(const TempFolder& root);
   bool nowhere = false;  // the system names no special folder
+  bool no_temp = false;  // nor one for temporary files
   int GetFolderPath(int csidl, std::span<char> buffer) override;
+  std::uint32_t GetTempPath(std::span<char> buffer) override { return no_temp ? 0 : PosixFolders::GetTempPath(buffer); }
+  std::uint32_t GetTempFileName(const std::string& in, const std::string& prefix, std::span<char> buffer) override {
+    return no_temp ? 0 : PosixFolders::GetTempFileName(in, prefix, buffer);
+  }
   std::string ProgramFolder() override { return program_; }
 
  private:
