@@ -14,6 +14,7 @@ using SteadyTime = std::chrono::nanoseconds;
 class Clock {
  public:
   virtual ~Clock() = default;
+  // In whole seconds, begun ones: texts round to the nearest, and a fraction would put them ahead of the time.
   virtual DateTime Now() = 0;
   virtual SteadyTime Steady() = 0;
 };

@@ -25,7 +25,7 @@ class ProfileReader {
   // in two zeros. Where there is nothing to list, `fallback` is copied as above.
   //
   // Names match without regard to letter case, blanks round them left out; values lose blanks and tabs at both ends and
-  // then one pair of equal quotes round them. `section` and `key` must not be empty texts.
+  // then one pair of equal quotes round them. An empty text for `section` or `key` names nothing: `fallback` is copied.
   virtual std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
                                                 std::span<char> buffer, const std::string& file) = 0;
 };

@@ -226,6 +226,11 @@ UnzipFailure PlacingFailure(const UnpackTarget& target, int error, const std::st
   }
 }
 
+// Whether a failure that names no entry happened to the pack as a whole.
+bool IsAboutThePack(UnzipResult reason) {
+  return reason == kCannotOpen || reason == kNotAnArchive || reason == kTooManyEntries || reason == kDamaged;
+}
+
 // A name fit to be shown: of moderate length, without characters that would change the line that it stands in.
 std::string Shown(std::string name) {
   constexpr std::size_t kLongest = 200;
@@ -295,7 +300,7 @@ Fault ArchiveUnzip::SetExtractOptionB(bool replace_files) {
 
 Fault ArchiveUnzip::Extract(std::string&, std::string&, std::int32_t& result) {
   failure_ = Run();
-  if (failure_.reason != kDone && failure_.name.empty()) failure_.name = archive_file_;
+  if (failure_.name.empty() && IsAboutThePack(failure_.reason)) failure_.name = archive_file_;
   result = static_cast<std::int32_t>(failure_.reason);
   return {};
 }

@@ -14,9 +14,7 @@ DateTime SystemClock::Now() {
   tzset();  // a process that lives for days may see its time zone changed
   localtime_r(&now.tv_sec, &local);
   const int second = std::min(local.tm_sec, 59);  // a leap second counts as the one before it
-  const DateTime whole =
-      MakeDateTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, second});
-  return whole + static_cast<double>(now.tv_nsec) / 86400e9;
+  return MakeDateTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, second});
 }
 
 SteadyTime SystemClock::Steady() { return std::chrono::steady_clock::now().time_since_epoch(); }

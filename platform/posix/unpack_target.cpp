@@ -100,8 +100,10 @@ std::string FolderChain::Find(const std::string& name) {
 
 int FolderChain::RemoveMade() {
   int first_error = 0;
-  for (; !made_.empty(); made_.pop_back()) {
-    const auto [folder, name] = SplitPath(made_.back());
+  while (!made_.empty()) {
+    const std::string path = std::move(made_.back());
+    made_.pop_back();  // before Enter, which adds what it makes anew
+    const auto [folder, name] = SplitPath(path);
     int error = Enter(folder);
     if (error == 0) error = ErrorOf(unlinkat(Present(), name.c_str(), AT_REMOVEDIR));
     if (first_error == 0) first_error = error;
@@ -171,43 +173,42 @@ int UnpackTarget::PlaceOne(FolderChain& chain, const std::string& path, std::siz
   if (name.empty()) return 0;
 
   const std::string staged = std::to_string(index);
-  const std::string former = chain.Find(name);
-  if (!former.empty() && !replace) return 0;
-  const std::string& spelled = former.empty() ? name : former;
-  const int error = former.empty() ? ErrorOf(renameat(staging_.Get(), staged.c_str(), chain.Present(), name.c_str()))
-                                   : Swap(staged, chain.Present(), former);
-  if (error == 0) placed_.push_back({index, spelled, !former.empty()});
+  const std::string present = chain.Find(name);
+  if (!present.empty() && !replace) return 0;
+  Placed placed{index, present.empty() ? name : present, ""};
+  const int error = present.empty() ? ErrorOf(renameat(staging_.Get(), staged.c_str(), chain.Present(), name.c_str()))
+                                    : Swap(staged, chain.Present(), present, placed.former);
+  if (error == 0) placed_.push_back(std::move(placed));
   return error;
 }
 
-// The staged file takes the place of the one in the folder, which takes its place in staging.
-int UnpackTarget::Swap(const std::string& staged, int folder, const std::string& name) {
+// The staged file takes the place of the one in the folder, which goes into staging, there called `former`.
+int UnpackTarget::Swap(const std::string& staged, int folder, const std::string& name, std::string& former) {
   struct stat status {};
   if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
+  former = staged;
   if (renameat2(staging_.Get(), staged.c_str(), folder, name.c_str(), RENAME_EXCHANGE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;
 
   // A file system that can't exchange two names.
-  const std::string aside = staged + ".former";
-  if (renameat(folder, name.c_str(), staging_.Get(), aside.c_str()) < 0) return errno;
-  if (renameat(staging_.Get(), staged.c_str(), folder, name.c_str()) < 0) {
-    const int error = errno;
-    if (renameat(staging_.Get(), aside.c_str(), folder, name.c_str()) < 0) {
-      left_behind_ = root_path_ + '/' + staging_name_;
-    }
-    return error;
+  former = staged + ".former";
+  if (renameat(folder, name.c_str(), staging_.Get(), former.c_str()) < 0) return errno;
+  if (renameat(staging_.Get(), staged.c_str(), folder, name.c_str()) == 0) return 0;
+  const int error = errno;
+  if (renameat(staging_.Get(), former.c_str(), folder, name.c_str()) < 0) {
+    left_behind_ = root_path_ + '/' + staging_name_;
   }
-  return ErrorOf(renameat(staging_.Get(), aside.c_str(), staging_.Get(), staged.c_str()));
+  return error;
 }
 
 int UnpackTarget::Undo(FolderChain& chain, std::span<const std::string> paths) {
   int first_error = 0;
   for (; !placed_.empty(); placed_.pop_back()) {
-    const auto& [index, name, has_former] = placed_.back();
+    const auto& [index, name, former] = placed_.back();
     int error = chain.Enter(missing_ + std::string(SplitPath(paths[index]).folder));
-    if (error == 0 && has_former) {
-      error = ErrorOf(renameat(staging_.Get(), std::to_string(index).c_str(), chain.Present(), name.c_str()));
+    if (error == 0 && !former.empty()) {
+      error = ErrorOf(renameat(staging_.Get(), former.c_str(), chain.Present(), name.c_str()));
     } else if (error == 0) {
       error = ErrorOf(unlinkat(chain.Present(), name.c_str(), 0));
     }

@@ -80,11 +80,11 @@ class UnpackTarget {
   struct Placed {
     std::size_t index;
     std::string name;
-    bool has_former;  // the former file stands in staging under the index
+    std::string former;  // the name in staging of the file that stood there before; "" if none did
   };
 
   int PlaceOne(FolderChain& chain, const std::string& path, std::size_t index, bool replace);
-  int Swap(const std::string& staged, int folder, const std::string& name);
+  int Swap(const std::string& staged, int folder, const std::string& name, std::string& former);
   int Undo(FolderChain& chain, std::span<const std::string> paths);
 
   Descriptor root_;

@@ -1,4 +1,5 @@
-// Names of files against patterns with wildcards, as the platform's file search knows them.
+// Names of files against patterns with wildcards. "*" and "*.*" are what they are to the platform's file search; "?" is
+// simpler here: there it may also stand for no letter, before a dot and at the end of a name.
 #pragma once
 
 #include <string_view>

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <sstream>
 
@@ -13,7 +14,12 @@
 namespace tsly {
 namespace {
 
-TEST(SystemClock, TellsLocalTimeWithItsFraction) {
+std::int64_t UnixSeconds() {
+  using namespace std::chrono;
+  return floor<seconds>(system_clock::now()).time_since_epoch().count();
+}
+
+TEST(SystemClock, TellsLocalTimeInWholeSeconds) {
   constexpr double kUnixDayZero = 25569;
   SystemClock clock;
   const struct {
@@ -27,11 +33,12 @@ TEST(SystemClock, TellsLocalTimeWithItsFraction) {
   for (const auto& c : cases) {
     EXPECT_EQ(AsOrdinaryUser([&] {
                 setenv("TZ", c.zone, 1);
+                const std::int64_t before = UnixSeconds();
                 for (int i = 0; i < 100; ++i) {
-                  const std::chrono::duration<double, std::ratio<86400>> unix_days =
-                      std::chrono::system_clock::now().time_since_epoch();
-                  const double off = (clock.Now() - c.days - kUnixDayZero - unix_days.count()) * 86400;
-                  if (off < -0.001 || off > 0.2) return 1;  // far less than a second: the fraction counts
+                  const double told = (clock.Now() - c.days - kUnixDayZero) * 86400;
+                  const std::int64_t second = std::llround(told);
+                  if (std::abs(told - static_cast<double>(second)) > 0.0001) return 1;
+                  if (second < before || second > UnixSeconds()) return 2;
                 }
                 return 0;
               }),
@@ -89,28 +96,31 @@ TEST(LocaleContract, TellsTheCodePage) {
   }
 }
 
-// Locales of the environment, made here because machines have few of them.
+// A locale in code page 1251, because machines have few that aren't in UTF-8. Its sources lack much, which is
+// complained of and doesn't matter here.
+void MakeLocale(const TempFolder& folder, const std::string& name) {
+  folder.Write("charmap", "<code_set_name> CP1251\n<escape_char> /\nCHARMAP\n<U0000>..<U007F> /x00\nEND CHARMAP\n");
+  folder.Write("source", "LC_TIME\nd_fmt \"%d.%m.%Y\"\nt_fmt \"%H-%M-%S\"\nEND LC_TIME\n");
+  const std::string command =
+      "cd '" + folder.NativePath().string() + "' && localedef -c -i source -f ./charmap ./" + name + " >/dev/null 2>&1";
+  EXPECT_NE(std::system(command.c_str()), -1);
+  ASSERT_TRUE(folder.Has(name)) << command;
+}
+
 TEST(LocaleContract, FollowsTheEnvironment) {
   const TempFolder folder;
+  ASSERT_NO_FATAL_FAILURE(MakeLocale(folder, "made"));
+  std::filesystem::permissions(folder.NativePath(), std::filesystem::perms(0755));
   const struct {
     const char* locale;
-    const char* make;  // the locale's source and its codeset
     std::string code_page, date, time;
   } cases[] = {
-      {"C",       nullptr,              std::string("65001\0", 6), "/", ":"},
-      {"missing", nullptr,              std::string("65001\0", 6), "/", ":"},
-      {"C.UTF-8", nullptr,              std::string("65001\0", 6), "/", ":"},
-
-      {"bulg",    "-i bg_BG -f CP1251", std::string("1251\0",  5), ".", ":"},
+      {"C",       std::string("65001\0", 6), "/", ":"},
+      {"missing", std::string("65001\0", 6), "/", ":"},
+      {"C.UTF-8", std::string("65001\0", 6), "/", ":"},
+      {"made",    std::string("1251\0",  5), ".", "-"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.locale);
-    const std::string target = folder.NativePath(c.locale).string();
-    if (c.make != nullptr) {
-      const std::string command = std::string("localedef -c ") + c.make + " " + target + " >/dev/null 2>&1";
-      if (std::system(command.c_str()) != 0 && !folder.Has(c.locale)) continue;  // no sources on this machine
-    }
-    std::filesystem::permissions(folder.NativePath(), std::filesystem::perms(0755));
     EXPECT_EQ(AsOrdinaryUser([&] {
                 setenv("LOCPATH", folder.NativePath().c_str(), 1);
                 setenv("LC_ALL", c.locale, 1);
@@ -119,7 +129,8 @@ TEST(LocaleContract, FollowsTheEnvironment) {
                 if (locale.DateSeparator() != c.date) return 2;
                 return locale.TimeSeparator() == c.time ? 0 : 3;
               }),
-              0);
+              0)
+        << c.locale;
   }
 }
 

@@ -14,6 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The numbers are the system's, not ours to choose.
+static_assert(kCsidlPersonal == 5 && kCsidlMyPictures == 39 && kCsidlProgramFiles == 38 && kCsidlAppData == 26);
+static_assert(kCsidlCommonAppData == 35 && kCsidlCommonDocuments == 46 && kCsidlCommonPictures == 54);
+
 // Nothing that the home depends on is set but what a test wants.
 ScopedEnvironment::Variables Only(ScopedEnvironment::Variables wanted) {
   for (const char* name : {"TSLY_HOME", "HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) wanted[name];

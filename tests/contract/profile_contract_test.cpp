@@ -108,9 +108,15 @@ TEST(ProfileContract, CodePages) {
       {932,   "[s]\nk=\x83\x5C\\n\x81\x5B"sv,                        "k",    "ソ\\nー"         },
       {932,   "[s]\nk=a\x83\nl=w"sv,                                 "l",    "w"                 }, // half a letter
       {1251,  "[s]\n\xCA\xCB=\xE4\xE0"sv,                            "кл", "да"              },
+      {1255,  "[s]\nk=\xE0"sv,                                       "k",    "א"                }, // a point might have followed
+      {1258,  "[s]\nk=a\x81z"sv,                                     "k",    "a\uFFFDz"          },
       {65001, "\xEF\xBB\xBF[s]\nk=\xC3\xA9"sv,                       "k",    "é"                },
       {1252,  "\xFF\xFE[\0s\0]\0\n\0k\0=\0\x30\x04\n\0\0\xD8\n\0"sv, "k",    "а"                },
-      {64999, "[s]\nk=\xE9"sv,                                       "k",    "\xE9"              }, // one that nobody knows
+      {28605, "[s]\nk=\xA4\xE9"sv,                                   "k",    "€é"             },
+      {20866, "[s]\nk=\xC4\xC1"sv,                                   "k",    "да"              },
+      {21866, "[s]\nk=\xA4"sv,                                       "k",    "є"                },
+      {28602, "[s]\nk=v\xE9"sv,                                      "k",    "v\uFFFD"           }, // never published
+      {64999, "[s]\nk=a\xC3\xA9z"sv,                                 "k",    "a\uFFFD\uFFFDz"    },
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.value);

@@ -1,15 +1,34 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <map>
 
 #include "posix/archive_unzip.h"
 #include "posix/paths.h"
+#include "posix/unpack_target.h"
 #include "support/ordinary_user.h"
 #include "support/recording_unzip.h"
 #include "support/temp_folder.h"
+
+namespace {
+
+// True: names can't be exchanged, as on some file systems, and those within one folder can't be changed.
+bool renames_are_hard = false;
+
+}  // namespace
+
+// The system's calls, as the program finds them.
+extern "C" int renameat2(int from, const char* old_name, int to, const char* new_name, unsigned flags) noexcept {
+  if (renames_are_hard && (flags != 0 || from == to)) return errno = EINVAL, -1;
+  return static_cast<int>(syscall(SYS_renameat2, from, old_name, to, new_name, flags));
+}
+extern "C" int renameat(int from, const char* old_name, int to, const char* new_name) noexcept {
+  return renameat2(from, old_name, to, new_name, 0);
+}
 
 namespace tsly {
 namespace {
@@ -151,6 +170,7 @@ TEST_F(ArchiveUnzipTest, RefusedPacksChangeNothing) {
     refused(Zip({first, second}), reason, named);
   };
   pack_refused({"../x", "2"}, kBadName, "\"../x");
+  pack_refused({"", "2"}, kBadName, "name \"");
   pack_refused({"a\\..\\x", "2"}, kBadName, "x");
   pack_refused({"/x", "2"}, kBadName, "\"/x");
   refused(Zip({
@@ -166,12 +186,15 @@ TEST_F(ArchiveUnzipTest, RefusedPacksChangeNothing) {
   pack_refused({"x", "2", 0100644, 0x800, 0, 0, 3}, kWrongSize, "\"x");
   pack_refused({"x", "2", 0100644, 0x800, 0, 0, 1U << 31}, kTooLarge, "\"x");
   pack_refused({"taken", "2"}, kInTheWay, "\"taken");
-  refused(Zip({
-              first, Raw{"new/sub/y", "2"},
-               Raw{"old",       "3"},
-               Raw{"out/y",     "4"}
-  }),
-          kInTheWay, "\"out/y");
+  const std::string late = Zip({
+      first, Raw{"new/sub/y", "2"},
+       Raw{"old",       "3"},
+       Raw{"out/y",     "4"}
+  });
+  refused(late, kInTheWay, "\"out/y");
+  renames_are_hard = true;
+  refused(late, kInTheWay, "\"out/y");
+  renames_are_hard = false;
   pack_refused({"old/y", "2"}, kInTheWay, "\"old/y");
   const std::string good = Zip({
       first, Raw{"x", "2"}
@@ -202,7 +225,24 @@ TEST_F(ArchiveUnzipTest, TellsMissingRightsAndTheTextForThem) {
   EXPECT_EQ(AsOrdinaryUser([this] { return Extract("pack.zip"); }), static_cast<int>(kCannotWrite));
   chmod(home_.NativePath("target").c_str(), 0755);
   EXPECT_EQ(home_.Read("target/x"), "mine");
+  ArchiveUnzip unzip;
+  unzip.SetArchiveFile(home_.CorePath("pack.zip"));
+  std::string first, second;
+  std::int32_t result = 0;
+  EXPECT_FALSE(unzip.Extract(first, second, result));
+  EXPECT_EQ(result, static_cast<std::int32_t>(kCannotWrite));
+  EXPECT_EQ(unzip.FailureText(), "The file or folder \"\" can't be written (No such file or directory).");
   EXPECT_EQ(Describe({kWrongChecksum, "a\nb", ""}), "The file \"a?b\" in the pack has a wrong checksum.");
+}
+
+TEST(FolderChain, RemovesWhatItMadeWhenSomebodyElseRemovedSomeOfIt) {
+  const TempFolder folder;
+  FolderChain chain(Descriptor(open(folder.NativePath().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
+  EXPECT_EQ(chain.Enter("a/b/c/"), 0);
+  EXPECT_EQ(chain.Enter(""), 0);
+  std::filesystem::remove_all(folder.NativePath("a"));
+  EXPECT_EQ(chain.RemoveMade(), ENOENT);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.NativePath()));
 }
 
 // What a caller may rely on whichever component it is.
