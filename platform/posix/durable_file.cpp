@@ -17,8 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kFolderMode = 0755;
-
 int LastCode() { return CodeOf(errno, kWriteFault); }
 
 int SyncFolder(const fs::path& folder) {
@@ -41,9 +39,14 @@ int WriteNewFile(const fs::path& file, std::string_view content, const struct st
   if (!descriptor) return LastCode();
   struct stat made {};
   if (fstat(descriptor.Get(), &made) != 0) return LastCode();
-  // Only root can give a file away; for others the new owner is the one who wrote it.
-  if ((made.st_uid != old.st_uid || made.st_gid != old.st_gid) &&
-      fchown(descriptor.Get(), old.st_uid, old.st_gid) != 0 && errno != EPERM) {
+  // Only root can give a file away; for others the new owner is the one who wrote it. The rights of a group are for the
+  // group that had them: where it can't be kept, they go.
+  if (made.st_gid != old.st_gid && fchown(descriptor.Get(), static_cast<uid_t>(-1), old.st_gid) != 0) {
+    if (errno != EPERM) return LastCode();
+    mode &= ~static_cast<mode_t>(S_IWGRP);
+  }
+  if (made.st_uid != old.st_uid && fchown(descriptor.Get(), old.st_uid, static_cast<gid_t>(-1)) != 0 &&
+      errno != EPERM) {
     return LastCode();
   }
   if (fchmod(descriptor.Get(), mode) != 0) return LastCode();
@@ -54,15 +57,15 @@ int WriteNewFile(const fs::path& file, std::string_view content, const struct st
 
 }  // namespace
 
-int MakeFolders(const fs::path& folder) {
-  if (mkdir(folder.c_str(), kFolderMode) != 0) {
+int MakeFolders(const fs::path& folder, mode_t mode) {
+  if (mkdir(folder.c_str(), mode) != 0) {
     if (errno == EEXIST) return kSuccess;
     if (errno != ENOENT || !folder.has_relative_path()) return LastCode();
-    const int code = MakeFolders(folder.parent_path());
+    const int code = MakeFolders(folder.parent_path(), mode);
     if (code != kSuccess) return code;
-    if (mkdir(folder.c_str(), kFolderMode) != 0) return errno == EEXIST ? kSuccess : LastCode();
+    if (mkdir(folder.c_str(), mode) != 0) return errno == EEXIST ? kSuccess : LastCode();
   }
-  if (chmod(folder.c_str(), kFolderMode) != 0) return LastCode();
+  if (chmod(folder.c_str(), mode) != 0) return LastCode();
   return SyncFolder(folder.parent_path());
 }
 

@@ -9,8 +9,8 @@
 
 namespace tsly {
 
-// Makes the folder and what is missing above it, for everybody to enter. 0 also when it is there.
-int MakeFolders(const std::filesystem::path& folder);
+// Makes the folder and what is missing above it. 0 also when it is there; folders that are there keep their rights.
+int MakeFolders(const std::filesystem::path& folder, mode_t mode);
 
 // Makes an empty file. 0 also when one is there, which stays as it is.
 int MakeEmptyFile(const std::filesystem::path& file, mode_t mode);

@@ -92,8 +92,15 @@ int RegistryTree::FindValue(const std::string& path, const std::string& name, st
   if (code != kSuccess || overlay_ == nullptr) return code;
   std::optional<StoredValue> above;
   code = Readable(overlay_->FindValue(Overlaid(path), name, above));
-  if (code == kSuccess && above && above->base == data) data = std::move(above->data);
-  return code;
+  if (code != kSuccess || !above) return code;
+  if (above->base == data) {
+    data = std::move(above->data);
+  } else {
+    // Out of date for good: it must not come back when the administrator goes back to the former value. Where the
+    // overlay can't be written now, the next look tries again.
+    overlay_->Write([&] { return overlay_->EraseValue(Overlaid(path), name); });
+  }
+  return kSuccess;
 }
 
 int RegistryTree::MakeKey(const std::string& path, bool& created) {
@@ -103,7 +110,10 @@ int RegistryTree::MakeKey(const std::string& path, bool& created) {
   created = !there;
   if (there) return overlay_ == nullptr ? store_.CheckWritable() : kSuccess;
   code = store_.Write([&] { return store_.PutKey(root_, path); });
-  if (!GoesToOverlay(code)) return code;
+  if (code != kSuccess && !GoesToOverlay(code)) return code;
+  // A deletion that the overlay still holds would go on hiding what the machine's file has now.
+  if (code == kSuccess) code = HasKey(path, there);
+  if (there) return code;
   return overlay_->Write([&] { return overlay_->PutKey(overlay_root_, path); });
 }
 
@@ -210,9 +220,13 @@ int RegistryTree::PutDeletions(const std::string& path) {
 int RegistryTree::ForgetOverlaidValue(const std::string& path, const std::string& name) {
   if (overlay_ == nullptr) return kSuccess;
   std::optional<StoredValue> above;
-  const int code = Readable(overlay_->FindValue(Overlaid(path), name, above));
+  int code = Readable(overlay_->FindValue(Overlaid(path), name, above));
   if (code != kSuccess || !above) return code;
-  return overlay_->Write([&] { return overlay_->EraseValue(Overlaid(path), name); });
+  code = overlay_->Write([&] { return overlay_->EraseValue(Overlaid(path), name); });
+  if (code == kSuccess) return code;
+  std::optional<RegistryData> data;
+  const int read = MachineData(path, name, data);
+  return read == kSuccess && above->base != data ? kSuccess : code;  // the row doesn't count any more
 }
 
 int RegistryTree::ForgetOverlaidTree(const std::string& path) {

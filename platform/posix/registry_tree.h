@@ -2,8 +2,9 @@
 // in the user's file that takes the writes he has no right to.
 //
 // A row of the overlay, a value or a deletion, counts only while the machine's value is still the one that it was
-// written over, so that an administrator's later change wins. A deletion of a key counts while nothing visible is left
-// below it. An overlay that can't be read (broken, no right) hides nothing of the machine's.
+// written over, so that an administrator's later change wins; one that is seen not to count any more is removed. A
+// deletion of a key counts while nothing visible is left below it. An overlay that can't be read (broken, no right)
+// hides nothing of the machine's.
 //
 // Owned by SqliteRegistry, one thread. Paths are as the caller wrote them, "" for the root; results are codes of
 // ports/system_codes.h.

@@ -26,6 +26,8 @@ constexpr std::int64_t kTablesVersion = 1;
 
 constexpr mode_t kPrivateMode = 0600;
 constexpr mode_t kSharedMode = 0644;
+constexpr mode_t kPrivateFolderMode = 0700;
+constexpr mode_t kSharedFolderMode = 0755;
 
 // Names and paths have a folded column of their own, since SQLite folds ASCII letters only.
 constexpr char kMakeTables[] =
@@ -41,6 +43,7 @@ constexpr char kPrivateSettings[] = "PRAGMA synchronous = EXTRA; PRAGMA journal_
 constexpr char kSharedSettings[] = "PRAGMA cache_spill = OFF; PRAGMA journal_mode = MEMORY";
 
 constexpr char kTablesQuery[] = "PRAGMA user_version";
+constexpr char kForeignTables[] = "SELECT count(*) FROM sqlite_master";
 constexpr char kFindKey[] = "SELECT deleted FROM keys WHERE parent = ?1 AND folded = ?2";
 constexpr char kFindValue[] = "SELECT name, type, data, base_type, base_data FROM vals WHERE key = ?1 AND folded = ?2";
 constexpr char kKeyNames[] = "SELECT name FROM keys WHERE parent = ?1 ORDER BY folded";
@@ -76,6 +79,11 @@ struct KeyPlace {
 KeyPlace PlaceOf(const std::string& key) {
   const auto cut = key.rfind('\\');
   return cut == std::string::npos ? KeyPlace{"", key} : KeyPlace{key.substr(0, cut), key.substr(cut + 1)};
+}
+
+FileStamp StampOf(const struct stat& status) {
+  constexpr std::int64_t kNanoseconds = 1'000'000'000;
+  return {status.st_size, status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
 }
 
 // SQLite may fail for a reason of its own, with no error number of the system.
@@ -198,7 +206,7 @@ int SqliteStore::EraseTree(const std::string& key) {
 }
 
 int SqliteStore::CheckWritable() {
-  const int code = Connect();
+  const int code = ConnectForWriting();
   if (code != kSuccess || connection_ == nullptr) return code;
   if (sqlite3_db_readonly(connection_, "main") != 0) return kAccessDenied;
   return faccessat(AT_FDCWD, file_.parent_path().c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? kSuccess
@@ -211,7 +219,10 @@ int SqliteStore::CheckWritable() {
 // long as it is open.
 bool SqliteStore::Moved() const {
   int moved = 0;
-  return sqlite3_file_control(connection_, "main", SQLITE_FCNTL_HAS_MOVED, &moved) != SQLITE_OK || moved != 0;
+  if (sqlite3_file_control(connection_, "main", SQLITE_FCNTL_HAS_MOVED, &moved) != SQLITE_OK || moved != 0) return true;
+  // Nobody but a person who restores a copy writes into a shared file, and SQLite's own count doesn't tell of that.
+  struct stat now {};
+  return kind_ == Kind::kShared && (stat(file_.c_str(), &now) != 0 || StampOf(now) != opened_);
 }
 
 // Connects to the file that the path names now, or keeps the connection that does already. No file: no connection.
@@ -223,6 +234,7 @@ int SqliteStore::Connect() {
     return errno == ENOENT || errno == ENOTDIR ? kSuccess : CodeOf(errno, kReadFault);
   }
   if (!S_ISREG(status.st_mode)) return kAccessDenied;  // opening a pipe would wait for its other end
+  opened_ = StampOf(status);
   const int opened = sqlite3_open_v2(file_.c_str(), &connection_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   if (opened != SQLITE_OK) {
     const int failure = Result(opened);
@@ -247,18 +259,28 @@ int SqliteStore::ReadTables() {
   const int code = Run(kTablesQuery, {}, [&](sqlite3_stmt* row) { version = sqlite3_column_int64(row, 0); });
   if (code != kSuccess) return code;
   has_tables_ = version == kTablesVersion;
-  return has_tables_ || version == 0 ? kSuccess : kRegistryCorrupt;
+  if (has_tables_) return kSuccess;
+  // Without a version the file is new; one that holds something is a database of somebody else.
+  std::int64_t tables = 0;
+  const int counted = Run(kForeignTables, {}, [&](sqlite3_stmt* row) { tables = sqlite3_column_int64(row, 0); });
+  if (counted != kSuccess) return counted;
+  return version == 0 && tables == 0 ? kSuccess : kRegistryCorrupt;
+}
+
+// As Connect; a connection from before the right to write came is made anew.
+int SqliteStore::ConnectForWriting() {
+  const int code = Connect();
+  if (code != kSuccess || connection_ == nullptr || sqlite3_db_readonly(connection_, "main") == 0) return code;
+  Disconnect();
+  return Connect();
 }
 
 int SqliteStore::PrepareToWrite() {
-  int code = Connect();
+  int code = ConnectForWriting();
   if (code == kSuccess && connection_ == nullptr) {
-    code = MakeFolders(file_.parent_path());
+    code = MakeFolders(file_.parent_path(), kind_ == Kind::kPrivate ? kPrivateFolderMode : kSharedFolderMode);
     if (code == kSuccess) code = MakeEmptyFile(file_, kind_ == Kind::kPrivate ? kPrivateMode : kSharedMode);
     if (code == kSuccess) code = Connect();
-  } else if (code == kSuccess && sqlite3_db_readonly(connection_, "main") != 0) {
-    Disconnect();  // the right may have come since
-    code = Connect();
   }
   if (code != kSuccess) return code;
   if (connection_ == nullptr) return kSharingViolation;  // removed again by somebody
@@ -378,6 +400,8 @@ int SqliteStore::Result(int code) const {
       return kSharingViolation;
     case SQLITE_FULL:
       return kDiskFull;
+    case SQLITE_NOMEM:
+      return kNotEnoughMemory;
     case SQLITE_TOOBIG:
       return kInvalidParameter;
     case SQLITE_IOERR:

@@ -36,6 +36,11 @@ struct StoredValue {
 
 enum class KeyState { kMissing, kThere, kDeleted };  // kDeleted: an overlay's row that stands for a deletion
 
+struct FileStamp {
+  std::int64_t size = 0, modified = 0;  // bytes, nanoseconds
+  bool operator==(const FileStamp&) const = default;
+};
+
 class SqliteStore {
  public:
   // kPrivate: for its owner alone, written in place under a rollback journal.
@@ -75,6 +80,7 @@ class SqliteStore {
 
   bool Moved() const;
   int Connect();
+  int ConnectForWriting();
   void Disconnect();
   int ReadTables();
   int PrepareToWrite();
@@ -93,6 +99,7 @@ class SqliteStore {
   std::filesystem::path file_;
   Kind kind_;
   sqlite3* connection_ = nullptr;
+  FileStamp opened_;          // of the file when it was opened
   bool has_tables_ = false;   // seen once, they stay
   bool write_ready_ = false;  // the connection's settings for writing are made
   std::unordered_map<const char*, sqlite3_stmt*> statements_;

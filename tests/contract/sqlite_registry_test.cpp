@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -306,6 +307,44 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
   AsUser([&] { ASSERT_EQ(Change(user, path, "2"), kSuccess); });
   ASSERT_EQ(Set(admin, kLocalMachine, path, "v", "1", kRegExpandSz), kSuccess);
   AsUser([&] { EXPECT_EQ(Get(user, kLocalMachine, path, "v"), "1") << "another type is another value"; });
+}
+
+TEST_F(RegistryOverlay, AnAdministratorsWayBackDoesNotBringTheUsersValueBack) {
+  ASSERT_EQ(Change(admin, "K", "1"), kSuccess);
+  AsUser([&] { ASSERT_EQ(Change(user, "K", "2"), kSuccess); });
+  ASSERT_EQ(Change(admin, "K", "3"), kSuccess);
+  AsUser([&] { EXPECT_EQ(Get(user, kLocalMachine, "K", "v"), "3"); });
+  ASSERT_EQ(Change(admin, "K", "1"), kSuccess);
+  AsUser([&] { EXPECT_EQ(Get(user, kLocalMachine, "K", "v"), "1"); });
+}
+
+TEST_F(RegistryOverlay, AKeyThatWasDeletedThereIsMadeAnewOnceTheRightHasCome) {
+  ASSERT_EQ(Change(admin, "K\\T", "1"), kSuccess);
+  AsUser([&] { ASSERT_EQ(user.DeleteTree(kLocalMachine, "K\\T"), kSuccess); });
+  ASSERT_EQ(Change(user, "K\\T", "2"), kSuccess);
+  EXPECT_EQ(Get(user, kLocalMachine, "K\\T", "v"), "2");
+  EXPECT_EQ(Get(admin, kLocalMachine, "K\\T", "v"), "2");
+}
+
+TEST_F(RegistryOverlay, ARestoredCopyIsSeenByARunningProcess) {
+  ASSERT_EQ(Change(admin, "K", "1"), kSuccess);
+  const fs::path copy = folder / "copy";
+  fs::copy_file(MachineFile(), copy);
+  ASSERT_EQ(Change(admin, "K", "2"), kSuccess);
+  EXPECT_EQ(Get(user, kLocalMachine, "K", "v"), "2");
+  std::ofstream(MachineFile(), std::ios::binary) << std::ifstream(copy, std::ios::binary).rdbuf();
+  EXPECT_EQ(Get(user, kLocalMachine, "K", "v"), "1");
+}
+
+TEST_F(SqliteRegistryTest, ADatabaseOfAnotherProgramIsLeftAlone) {
+  const fs::path foreign = folder / "foreign.sqlite";
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(foreign.c_str(), &database), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(database, "CREATE TABLE mine(x)", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+  SqliteRegistry registry(foreign, MachineFile());
+  EXPECT_EQ(Get(registry, kCurrentUser, "K", "v"), Outcome(kRegistryCorrupt));
+  EXPECT_EQ(Set(registry, kCurrentUser, "K", "v", "1"), kRegistryCorrupt);
 }
 
 TEST_F(RegistryOverlay, MergesNamesAndKeys) {

@@ -210,7 +210,7 @@ class Tool {
         return Failed(name, kFileNotFound);
       }
       std::ifstream file(name, std::ios::binary);
-      if (!std::filesystem::is_regular_file(name, failure) || !file) return Refused(name + " can't be read");
+      if (std::filesystem::is_directory(name, failure) || !file) return Refused(name + " can't be read");
       content.assign(std::istreambuf_iterator<char>(file), {});
     }
     const ReadRegText read = ParseRegText(content);
