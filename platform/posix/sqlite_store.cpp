@@ -16,6 +16,7 @@
 #include "ports/system_codes.h"
 #include "posix/durable_file.h"
 #include "posix/posix_codes.h"
+#include "posix/sqlite_codes.h"
 
 namespace tsly {
 namespace {
@@ -85,9 +86,6 @@ FileStamp StampOf(const struct stat& status) {
   constexpr std::int64_t kNanoseconds = 1'000'000'000;
   return {status.st_size, status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
 }
-
-// SQLite may fail for a reason of its own, with no error number of the system.
-int CodeOfSystemError(int error, int otherwise) { return error != 0 ? CodeOf(error, otherwise) : otherwise; }
 
 std::string Column(sqlite3_stmt* row, int column) {
   const void* bytes = sqlite3_column_blob(row, column);
@@ -382,34 +380,6 @@ int SqliteStore::Read(const char* sql, std::initializer_list<Parameter> paramete
   return code;
 }
 
-int SqliteStore::Result(int code) const {
-  switch (code & 0xFF) {
-    case SQLITE_OK:
-    case SQLITE_DONE:
-    case SQLITE_ROW:
-      return kSuccess;
-    case SQLITE_READONLY:
-    case SQLITE_PERM:
-    case SQLITE_AUTH:
-      return kAccessDenied;
-    case SQLITE_CANTOPEN:
-      return CodeOfSystemError(sqlite3_system_errno(connection_), kAccessDenied);
-    case SQLITE_BUSY:
-    case SQLITE_LOCKED:
-    case SQLITE_PROTOCOL:
-      return kSharingViolation;
-    case SQLITE_FULL:
-      return kDiskFull;
-    case SQLITE_NOMEM:
-      return kNotEnoughMemory;
-    case SQLITE_TOOBIG:
-      return kInvalidParameter;
-    case SQLITE_IOERR:
-      return CodeOfSystemError(sqlite3_system_errno(connection_),
-                               code == SQLITE_IOERR_READ || code == SQLITE_IOERR_SHORT_READ ? kReadFault : kWriteFault);
-    default:  // SQLITE_CORRUPT, SQLITE_NOTADB, and tables of another shape
-      return kRegistryCorrupt;
-  }
-}
+int SqliteStore::Result(int code) const { return CodeOfSqlite(code, connection_); }
 
 }  // namespace tsly

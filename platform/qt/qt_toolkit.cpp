@@ -1,5 +1,6 @@
 #include "qt/qt_toolkit.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
@@ -164,6 +165,7 @@ std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style
   box.setStandardButtons(yes_no ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok);
   box.setDefaultButton(yes_no ? QMessageBox::Yes : QMessageBox::Ok);
   box.setEscapeButton(yes_no ? QMessageBox::No : QMessageBox::Ok);
+  for (QAbstractButton* button : box.buttons()) button->setIcon(QIcon());  // a style's own pictures fit no dark dialog
   box.setWindowModality(Qt::ApplicationModal);
   bool answered = false;
   QObject::connect(&box, &QDialog::finished, &box, [&answered] { answered = true; });
