@@ -98,7 +98,7 @@ int RegistryTree::FindValue(const std::string& path, const std::string& name, st
   } else {
     // Out of date for good: it must not come back when the administrator goes back to the former value. Where the
     // overlay can't be written now, the next look tries again.
-    overlay_->Write([&] { return overlay_->EraseValue(Overlaid(path), name); });
+    overlay_->Write([&] { return EraseIfOutdated(path, name); });
   }
   return kSuccess;
 }
@@ -214,6 +214,17 @@ int RegistryTree::PutDeletions(const std::string& path) {
   if (code == kSuccess) code = store_.KeyNames(Stored(path), names);
   for (std::size_t i = 0; code == kSuccess && i < names.size(); ++i) code = PutDeletions(JoinKeyPath(path, names[i]));
   return code == kSuccess ? overlay_->PutKey(overlay_root_, path, KeyState::kDeleted) : code;
+}
+
+// Inside a transaction of the overlay. Another process of the user may have written the value since it was judged, over
+// a later value of the machine: the row is read first, so that what it was written over can't be newer than the other.
+int RegistryTree::EraseIfOutdated(const std::string& path, const std::string& name) {
+  std::optional<StoredValue> above;
+  std::optional<RegistryData> data;
+  int code = overlay_->FindValue(Overlaid(path), name, above);
+  if (code == kSuccess) code = MachineData(path, name, data);
+  if (code != kSuccess || !above || above->base == data) return code;
+  return overlay_->EraseValue(Overlaid(path), name);
 }
 
 // After a write that the root's own file took: a row of the overlay would hide it, or come back with its next change.

@@ -40,6 +40,7 @@ class RegistryTree {
   int MachineData(const std::string& path, const std::string& name, std::optional<RegistryData>& data);
   int NothingLeft(const std::string& path, bool& nothing);
   int PutDeletions(const std::string& path);
+  int EraseIfOutdated(const std::string& path, const std::string& name);
   int ForgetOverlaidValue(const std::string& path, const std::string& name);
   int ForgetOverlaidTree(const std::string& path);
   bool GoesToOverlay(int code) const;

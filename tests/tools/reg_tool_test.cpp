@@ -76,6 +76,7 @@ TEST(RegTool, ExitStatusTellsWhatWasWrong) {
                             std::string("export|HKCU\\A"), "import|" + path + "/none"}) {
     EXPECT_EQ(Tool(registry, words).status, 1) << words;
   }
+  EXPECT_EQ(Tool(registry, "set|HKCU\\A|" + std::string(kRegMaxNameLength + 1, 'n') + "|sz|1").status, 3);
   EXPECT_EQ(Tool(registry, "list|HKCU").out, "") << "no key was made on the way";
   for (const auto& words :
        {std::string("set|HKLM\\K|v|sz|2"), std::string("delete|HKLM\\K"), std::string("delete|HKCU"),

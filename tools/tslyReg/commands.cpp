@@ -164,7 +164,7 @@ class Tool {
     const auto data = DataBytes(type->type, words[2]);
     if (!data) return Usage();
     OpenedKey opened(registry_);
-    int code = opened.Create(key);
+    int code = IsValueName(words[0]) ? opened.Create(key) : kInvalidParameter;  // a refused name makes no key
     if (code == kSuccess) code = registry_.Set(*opened, words[0], type->type, *data);
     return Result(FullKeyName(key) + " \"" + words[0] + "\"", code);
   }
