@@ -17,6 +17,7 @@
 #include "posix/sqlite_registry.h"
 #include "posix/system_clock.h"
 #include "program.h"
+#include "qt/dbus_automation.h"
 #include "qt/display.h"
 #include "qt/qt_event_loop.h"
 #include "qt/qt_toolkit.h"
@@ -27,13 +28,13 @@ namespace {
 constexpr int kNoDisplay = 3;
 constexpr int kNoSessionBus = 4;
 
-int RunProgram(const tsly::StartArguments& start) {
+int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Audience audience) {
   using namespace tsly;
   const Home home = Home::FromEnvironment();
   const auto code_page = CodePageFromEnvironment();
   SystemClock clock;
   QtEventLoop loop(clock);
-  QtToolkit toolkit(loop);
+  QtToolkit toolkit(loop, audience);
   SqliteRegistry registry(home.user_registry, home.machine_registry);
   IniReader profiles(code_page);
   PosixFolders folders(home);
@@ -41,6 +42,7 @@ int RunProgram(const tsly::StartArguments& start) {
   PosixLocale locale(code_page);
   PosixShell shell({.repaint = [&] { toolkit.RepaintAll(); }});
   ArchiveUnzipFactory unzip;
+  DbusAutomation automation(loop);
   // The program goes before the transfer control that it stands on.
   Program* running = nullptr;
   CurlTransfer transfer(loop, loop, [&] { return NativePath(running->temp_files.Folder()); });
@@ -54,11 +56,13 @@ int RunProgram(const tsly::StartArguments& start) {
                    .shell = shell,
                    .locale = locale,
                    .toolkit = toolkit,
-                   .loop = loop},
+                   .loop = loop,
+                   .automation = automation},
                   start.mode, start.command_line);
   running = &program;
-  program.Run();
-  return 0;
+  if (program.Run()) return 0;
+  std::cerr << "tslyCheckNew: no session bus to serve clients on\n";
+  return kNoSessionBus;
 }
 
 }  // namespace
@@ -66,18 +70,20 @@ int RunProgram(const tsly::StartArguments& start) {
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a server or a child that hangs up is an error code, not the end
   const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv);
-  if (start.mode != 0) {
-    std::cerr << "tslyCheckNew: no automation server in this build\n";
-    return kNoSessionBus;
-  }
+  auto audience = tsly::QtToolkit::Audience::Person;
   if (!tsly::DisplayIsThere()) {
-    std::cerr << "tslyCheckNew: no display to show a window on\n";
-    return kNoDisplay;
+    if (start.mode == 0) {
+      std::cerr << "tslyCheckNew: no display to show a window on\n";
+      return kNoDisplay;
+    }
+    // A client's process goes on without: most of what it does, nobody sees.
+    audience = tsly::QtToolkit::Audience::Nobody;
+    qputenv("QT_QPA_PLATFORM", "offscreen");
   }
   int qt_arguments = 1;  // the program's own switches are none of Qt's
   QApplication application(qt_arguments, argv);
   QApplication::setApplicationName(QStringLiteral("tslyCheckNew"));
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/pictures/icon.png")));
-  return RunProgram(start);
+  return RunProgram(start, audience);
 }

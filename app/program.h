@@ -20,8 +20,9 @@ class Program {
   // arguments joined by one blank.
   Program(const Platform& platform, std::int32_t start_mode, std::string command_line);
 
-  // Starts up; a process on its own then serves events until its dialog is gone.
-  void Run();
+  // Starts up, then serves events: a process on its own until its dialog is gone, one for clients until no client holds
+  // an object and the dialog is idle. False: there is nothing that clients could be served on.
+  bool Run();
 
   MGlobal global;
   MRegistry registry;
@@ -30,7 +31,13 @@ class Program {
   frmVerify dialog;
 
  private:
+  void ServeClients();
+  bool IsNeeded() const;
+
+  AutomationServer& automation_;
+  Clock& clock_;
   EventLoop& loop_;
+  Shell& shell_;
 };
 
 }  // namespace tsly

@@ -3,6 +3,7 @@
 
 namespace tsly {
 
+class AutomationServer;
 class Clock;
 class EventLoop;
 class Files;
@@ -27,6 +28,7 @@ struct Platform {
   Locale& locale;
   Toolkit& toolkit;
   EventLoop& loop;
+  AutomationServer& automation;  // stands idle in a process on its own
 };
 
 }  // namespace tsly

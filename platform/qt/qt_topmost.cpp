@@ -24,8 +24,9 @@ xcb_atom_t Atom(xcb_connection_t* connection, const char* name) {
 void KeepAbove(QWindow& window) {
   window.setFlag(Qt::WindowStaysOnTopHint);  // for when it is shown anew
   const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (x11 == nullptr) return;
-  xcb_connection_t* connection = x11->connection();
+  // The offscreen platform has the interface and no connection behind it.
+  xcb_connection_t* connection = x11 == nullptr ? nullptr : x11->connection();
+  if (connection == nullptr) return;
 
   constexpr std::uint32_t add_state = 1, from_application = 1;  // EWMH's _NET_WM_STATE_ADD and source indication
   xcb_client_message_event_t message{};

@@ -1,5 +1,6 @@
 #include "base/date_time.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -10,12 +11,20 @@ namespace {
 
 constexpr std::chrono::sys_days kDayZero = std::chrono::year{1899} / 12 / 30;
 constexpr double kSecondsPerDay = 86400.0;
+// The years that a date-time may hold, 100 to 9999.
+constexpr double kFirstDay = -657434;
+constexpr double kLastDay = 2958465;
 
 template <typename... Values>
 std::string Print(const char* format, Values... values) {
   std::array<char, 64> text{};
   const int length = std::snprintf(text.data(), text.size(), format, values...);
   return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+std::optional<DateTime> InRange(double day) {
+  if (day >= kFirstDay && day <= kLastDay) return day;
+  return std::nullopt;
 }
 
 std::string DatePart(int first, int second, int year, const std::string& separator) {
@@ -31,8 +40,8 @@ DateFields SplitDateTime(DateTime moment) {
     seconds -= kSecondsPerDay;
     day += 1;
   }
-  // The years that a date-time may hold, 100 to 9999; what lies outside is shown as the nearest one.
-  day = std::fmin(std::fmax(day, -657434.0), 2958465.0);
+  // What lies outside is shown as the nearest day.
+  day = std::fmin(std::fmax(day, kFirstDay), kLastDay);
   const std::chrono::year_month_day date{kDayZero + std::chrono::days(static_cast<int>(day))};
   const int whole = static_cast<int>(seconds);
   return {static_cast<int>(date.year()),
@@ -48,6 +57,21 @@ DateTime MakeDateTime(const DateFields& fields) {
   const auto day = static_cast<double>((date - kDayZero).count());
   const double time = (fields.hour * 3600 + fields.minute * 60 + fields.second) / kSecondsPerDay;
   return day < 0 ? day - time : day + time;
+}
+
+std::optional<DateTime> DaysAfter(DateTime moment, int days) {
+  const auto day = InRange(std::trunc(moment));
+  return day ? InRange(*day + days) : std::nullopt;
+}
+
+std::optional<DateTime> MonthAfter(DateTime moment) {
+  const auto day = InRange(std::trunc(moment));
+  if (!day) return std::nullopt;
+  const std::chrono::year_month_day from{kDayZero + std::chrono::days(static_cast<int>(*day))};
+  const std::chrono::year_month month = std::chrono::year_month(from.year(), from.month()) + std::chrono::months(1);
+  const std::chrono::day last = (month / std::chrono::last).day();
+  const std::chrono::sys_days to = month / std::min(from.day(), last);
+  return InRange(static_cast<double>((to - kDayZero).count()));
 }
 
 std::string LogStamp(DateTime moment) {

@@ -3,6 +3,7 @@
 // (-1.25 is 1899-12-29 06:00).
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "ports/clock.h"
@@ -16,6 +17,11 @@ struct DateFields {
 // Rounded to the nearest second first.
 DateFields SplitDateTime(DateTime moment);
 DateTime MakeDateTime(const DateFields& fields);
+
+// 00:00 of the day that comes some days, or one calendar month, after the day of a moment. The month keeps the day of
+// the month, or takes the last one of a shorter month. None where no date-time reaches (years 100 to 9999).
+std::optional<DateTime> DaysAfter(DateTime moment, int days);
+std::optional<DateTime> MonthAfter(DateTime moment);
 
 // "yyyy-mm-dd hh:mm:ss".
 std::string LogStamp(DateTime moment);

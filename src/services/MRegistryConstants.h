@@ -18,5 +18,6 @@ inline constexpr const char* kValueVersionFileUrl = "Version file URL";
 inline constexpr const char* kValueModuleVersion = "Version: [MODULE]";
 
 inline constexpr int kDefaultFrequency = 3;
+inline constexpr double kMinutesPerDay = 1440.0;  // of "Updates checked on"
 
 }  // namespace tsly

@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::int32_t kSilentCheckDelay = 15000;  // ms
 constexpr std::int32_t kDotInterval = 1000;        // ms
-constexpr double kMinutesPerDay = 1440.0;
 
 bool IsFrequency(std::int32_t number) { return number >= 0 && number <= 3; }
 

@@ -121,7 +121,7 @@ TEST(Main, AnotherProcessTakesTheLogOver) {
   app.Start();
   app.program->global.WriteLog(1, "first");
   Program second(Platform{app.registry, app.profiles, app.folders, app.files, app.clock, app.transfer, app.unzip,
-                          app.shell, app.locale, app.toolkit, app.loop},
+                          app.shell, app.locale, app.toolkit, app.loop, app.automation},
                  1, "");
   second.global.Main(second.dialog);
   second.global.WriteLog(1, "second");

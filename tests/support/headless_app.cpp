@@ -68,7 +68,8 @@ HeadlessApp::HeadlessApp(std::string command_line, std::int32_t start_mode)
                                                .shell = shell,
                                                .locale = locale,
                                                .toolkit = toolkit,
-                                               .loop = loop},
+                                               .loop = loop,
+                                               .automation = automation},
                                       start_mode, std::move(command_line));
 }
 

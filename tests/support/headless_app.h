@@ -19,6 +19,7 @@
 #include "services/MRegistryConstants.h"
 #include "support/failing_files.h"
 #include "support/headless_toolkit.h"
+#include "support/local_automation.h"
 #include "support/memory_registry.h"
 #include "support/recording_shell.h"
 #include "support/recording_unzip.h"
@@ -96,6 +97,7 @@ class HeadlessApp {
   RecordingShell shell;
   FixedLocale locale;
   HeadlessToolkit toolkit;
+  LocalAutomation automation;
   std::unique_ptr<Program> program;
   bool ended = false;  // the process has ended itself
 

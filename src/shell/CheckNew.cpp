@@ -1,0 +1,79 @@
+#include "shell/CheckNew.h"
+
+#include <cmath>
+#include <limits>
+
+#include "ports/clock.h"
+#include "ports/shell.h"
+#include "services/MRegistry.h"
+#include "services/MRegistryConstants.h"
+#include "shell/MGlobal.h"
+#include "shell/check_schedule.h"
+#include "shell/frmVerify.h"
+
+namespace tsly {
+namespace {
+
+// To the nearest whole number, halves to the even one. What is no number, or none of 32 bits, counts as 0.
+std::int32_t FrequencyOf(const RegData& data) {
+  const double number = std::nearbyint(MRegistry::NumberOf(data).value_or(0));
+  using Limits = std::numeric_limits<std::int32_t>;
+  return number >= Limits::min() && number <= Limits::max() ? static_cast<std::int32_t>(number) : 0;
+}
+
+}  // namespace
+
+void CheckNew::SetStatus(std::int32_t value) {
+  if (needs_.global.StartupFailed) {
+    Status = StatusIdle;
+  } else if (value >= StatusPending && value <= StatusStopRequired) {
+    Status = value;
+  }
+}
+
+void CheckNew::VerifyVersion() {
+  needs_.dialog.Guard([this] {
+    needs_.global.WriteLog(1, "Entering VerifyVersion()");
+    const bool due = CheckIsDue();
+    SetStatus(StatusPending);
+    if (!due) SetStatus(StatusIdle);
+    if (Status != StatusPending) {
+      needs_.global.WriteLog(1, "No search for updates.");
+    } else {
+      needs_.global.WriteLog(1, "Searching for updates.");
+      if (LoadDialog()) needs_.dialog.PrepareVerifyVersion();
+    }
+    needs_.global.WriteLog(1, "Exiting VerifyVersion()");
+  });
+}
+
+void CheckNew::ConfigureUpdater() {
+  needs_.dialog.Guard([this] {
+    if (LoadDialog()) needs_.dialog.DisplayWindow();
+  });
+}
+
+void CheckNew::Quit() { needs_.shell.EndProcess(); }
+
+bool CheckNew::CheckIsDue() {
+  const auto read = [this](const char* name, std::int32_t fallback) {
+    return needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, name, fallback);
+  };
+  const std::int32_t frequency = FrequencyOf(read(kValueCheckedEvery, kDefaultFrequency));
+  const DateTime last_check = MRegistry::NumberOf(read(kValueCheckedOn, 0)).value_or(0) / kMinutesPerDay;
+  return IsCheckDue(frequency, last_check, needs_.clock.Now());
+}
+
+// False: nothing more will happen for this client's call.
+bool CheckNew::LoadDialog() {
+  needs_.dialog.Load();
+  // The messages of a load let events run, and one of them may have closed the dialog again.
+  if (needs_.global.StartupFailed || !needs_.dialog.Loaded()) {
+    SetStatus(StatusIdle);
+    return false;
+  }
+  needs_.dialog.UpdaterObject = shared_from_this();
+  return true;
+}
+
+}  // namespace tsly

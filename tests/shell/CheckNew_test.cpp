@@ -1,0 +1,264 @@
+#include "shell/CheckNew.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "base/date_time.h"
+#include "shell/check_schedule.h"
+#include "support/headless_app.h"
+
+namespace tsly {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+const std::string kOffer = "[Versions]\r\nA=1\r\n[A]\r\nDownload URL=http://maker/a.zip\r\n";
+const std::string kNothing = "[Versions]\r\nA=0\r\n";
+const char kNotDue[] = "Entering VerifyVersion()\nNo search for updates.\nExiting VerifyVersion()\n";
+const char kArmed[] = "Entering VerifyVersion()\nSearching for updates.\nExiting VerifyVersion()\n";
+
+// A process that was started for clients. What they do is written down first, by the time after the start; then it runs
+// to its end.
+class ServingApp : public HeadlessApp {
+ public:
+  ServingApp() : HeadlessApp("", 1) { SetVersionValue(kValueCheckedEvery, kCheckAtEveryStart); }
+
+  void After(milliseconds time, std::function<void()> deed) { loop.After(time, std::move(deed)); }
+  AutomationObject& Client(const char* name) { return *automation.held.at(name); }
+  void Serve() {
+    Run([this] { EXPECT_TRUE(program->Run()); });
+  }
+  seconds Age() { return std::chrono::duration_cast<seconds>(clock.Steady() - born_); }
+
+ private:
+  SteadyTime born_ = clock.Steady();
+};
+
+TEST(CheckNew, DecidesFromTheStoredValues) {
+  const DateTime evening = MakeDateTime({2014, 3, 10, 18, 30, 0});
+  const struct {
+    RegData every, on;
+    bool due;
+  } kCases[] = {
+      {RegData(),             RegData(),            true },
+      {RegData(),             60060630,             false},
+      {0,                     RegData(),            false},
+      {1,                     60060630,             true },
+      {2,                     60060630 - 7 * 1440,  true },
+      {2,                     60060630 - 6 * 1440,  false},
+      {3,                     60060630 - 27 * 1440, false},
+      {3,                     60060630 - 28 * 1440, true },
+      {2,                     std::string("never"), true },
+      {2,                     60060630.0,           false},
+      {2,                     60060630 + 99 * 1440, false},
+      {2,                     std::string("9e300"), true },
+      {7,                     60060630,             true },
+      {-1,                    60060630,             true },
+      {std::string("weekly"), RegData(),            false},
+      {std::string(" 2 "),    60060630,             false},
+      {std::string("1e10"),   RegData(),            false},
+      {std::string("0.5"),    RegData(),            false},
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("", 1);
+    app.Start();
+    app.clock.now = evening;
+    app.SetVersionValue(kValueCheckedEvery, row.every);
+    app.SetVersionValue(kValueCheckedOn, row.on);
+    const auto object = std::make_shared<CheckNew>(
+        CheckNew::Needs{app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
+    object->Status = 5;
+    app.Run([&] { object->VerifyVersion(); });
+    SCOPED_TRACE(testing::Message() << app.VersionValue(kValueCheckedEvery) << ", "
+                                    << app.VersionValue(kValueCheckedOn));
+    EXPECT_EQ(object->Status, row.due ? StatusPending : StatusIdle);
+    EXPECT_EQ(app.Log(), row.due ? kArmed : kNotDue);
+    EXPECT_EQ(app.dialog().Loaded(), row.due);
+    EXPECT_EQ(app.dialog().tmrVerifyVersion.Enabled(), row.due);
+    EXPECT_FALSE(app.dialog().Visible());
+    EXPECT_EQ(app.dialog().UpdaterObject, row.due ? object : nullptr);
+  }
+}
+
+TEST(CheckNew, TakesAStatusOfTheTableOnly) {
+  HeadlessApp app("", 1);
+  app.Start();
+  CheckNew object({app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
+  for (const std::int32_t value : {2, 0, 1}) {
+    object.SetStatus(value);
+    EXPECT_EQ(object.GetStatus(), value);
+  }
+  for (const std::int32_t value : {3, -1, INT32_MAX, INT32_MIN}) {
+    object.SetStatus(value);
+    EXPECT_EQ(object.GetStatus(), StatusIdle);
+    object.PutStatus(value);
+    EXPECT_EQ(object.GetStatus(), value);
+    object.SetStatus(StatusIdle);
+  }
+  app.program->global.StartupFailed = true;
+  object.SetStatus(StatusPending);
+  EXPECT_EQ(object.GetStatus(), StatusIdle);
+}
+
+TEST(CheckNew, AFailedSetUpEndsEveryCallAlsoForAClientThatLetGoMeanwhile) {
+  ServingApp app;
+  std::filesystem::remove_all(app.folder.NativePath("app"));
+  app.toolkit.answers = {kAnswerOk};
+  app.toolkit.during_message = [&] { app.automation.held.clear(); };
+  app.After(seconds(1), [&] {
+    app.automation.Create("client");
+    const auto object = app.automation.held.at("client");  // a call holds it
+    object->VerifyVersion();
+    EXPECT_EQ(object->GetStatus(), StatusIdle);
+    EXPECT_TRUE(app.dialog().Loaded());
+    EXPECT_FALSE(app.dialog().tmrVerifyVersion.Enabled());
+    object->PutStatus(StatusPending);
+    object->ConfigureUpdater();
+    EXPECT_EQ(object->GetStatus(), StatusIdle);
+    EXPECT_FALSE(app.dialog().Visible());
+    object->PutStatus(StatusPending);
+    object->VerifyVersion();
+    EXPECT_EQ(object->GetStatus(), StatusIdle);
+  });
+  app.Serve();
+  EXPECT_EQ(app.Age(), seconds(1));
+  EXPECT_EQ(app.Log(), std::string(kArmed) + kNotDue);
+  EXPECT_FALSE(app.dialog().Loaded());
+}
+
+TEST(CheckNew, ACheckRunsBehindTheClientsBack) {
+  ServingApp app;
+  app.transfer.answers = {Received(kNothing)};
+  app.transfer.answers.front().step = seconds(1);  // for each of eleven states
+  AutomationObject* client = nullptr;
+  app.After(seconds(1), [&] {
+    client = &app.automation.Create("client");
+    client->VerifyVersion();
+    EXPECT_EQ(client->GetStatus(), StatusPending);
+  });
+  app.After(milliseconds(15999), [&] { EXPECT_TRUE(app.transfer.requests.empty()); });
+  app.After(seconds(20), [&] {
+    EXPECT_EQ(app.transfer.requests.size(), 1u);
+    EXPECT_EQ(client->GetStatus(), StatusPending) << "read while the search waits";
+  });
+  app.After(seconds(40), [&] {
+    EXPECT_EQ(client->GetStatus(), StatusIdle);
+    EXPECT_FALSE(app.dialog().Loaded());
+    client->VerifyVersion();
+    EXPECT_EQ(client->GetStatus(), StatusPending) << "at every start";
+    app.automation.held.clear();
+  });
+  app.transfer.answers.push_back(Received(kOffer + "Stop application=yes\r\n"));
+  app.Serve();
+  EXPECT_EQ(app.Age(), seconds(55)) << "an armed check keeps the process";
+  EXPECT_EQ(app.toolkit.opened, 2);
+  EXPECT_TRUE(app.Prompts().empty());
+}
+
+TEST(CheckNew, TheDialogTellsTheClientThatCameLast) {
+  ServingApp app;
+  app.transfer.answers = {Received(kOffer + "Stop application=yes\r\n")};
+  app.After(seconds(1), [&] { app.automation.Create("first").VerifyVersion(); });
+  app.After(seconds(5), [&] { app.automation.Create("second").VerifyVersion(); });
+  app.After(seconds(6), [&] { app.automation.Create("third"); });
+  app.After(seconds(21), [&] {
+    EXPECT_EQ(app.Client("first").GetStatus(), StatusPending);
+    EXPECT_EQ(app.Client("second").GetStatus(), StatusStopRequired);
+    EXPECT_EQ(app.Client("third").GetStatus(), StatusPending);
+    EXPECT_EQ(app.toolkit.opened, 1) << "armed once more, not loaded once more";
+    app.automation.held.clear();
+  });
+  app.Serve();
+}
+
+TEST(CheckNew, ConfigureUpdaterShowsTheDialogInAnyStateOfACheck) {
+  for (const int after : {0, 5, 17}) {  // before a check, while it is armed, while it searches
+    SCOPED_TRACE(after);
+    ServingApp app;
+    app.transfer.answers = {Received(kNothing)};
+    app.transfer.answers.front().step = seconds(1);
+    app.After(seconds(1), [&] { app.automation.Create("client").VerifyVersion(); });
+    app.After(seconds(after), [&] {
+      AutomationObject& client = after == 0 ? app.automation.Create("client") : app.Client("client");
+      client.PutStatus(5);
+      client.ConfigureUpdater();
+      EXPECT_EQ(client.GetStatus(), 5);
+      EXPECT_TRUE(app.dialog().Visible());
+      EXPECT_TRUE(app.controls().picStep100.Visible());
+      EXPECT_EQ(app.toolkit.topmost.size(), 1u);
+    });
+    app.After(seconds(40), [&] {
+      EXPECT_EQ(app.Client("client").GetStatus(), StatusIdle);
+      EXPECT_FALSE(app.dialog().Loaded()) << "nothing on offer closes the open dialog too";
+      app.automation.held.clear();
+    });
+    app.Serve();
+  }
+}
+
+TEST(CheckNew, AnOpenDialogOutlivesItsClient) {
+  ServingApp app;
+  app.After(seconds(1), [&] {
+    app.automation.Create("client").ConfigureUpdater();
+    app.automation.held.clear();
+  });
+  app.After(seconds(100), [&] { app.Click(app.controls().cmdOK); });
+  app.Serve();
+  EXPECT_EQ(app.Age(), seconds(100));
+  EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1");
+}
+
+TEST(CheckNew, TheProcessEndsWithItsLastClient) {
+  const struct {
+    AutomationStart start;
+    int first_at, last_until, late_from, late_until;  // seconds; 0: never
+    int age, leaves;
+  } kCases[] = {
+      {AutomationStart::kServing,      0,  0,  0, 0,  30, 1},
+      {AutomationStart::kServing,      29, 90, 0, 0,  90, 1},
+      {AutomationStart::kServing,      2,  3,  0, 0,  3,  1},
+      {AutomationStart::kServing,      2,  3,  3, 50, 50, 2},
+      {AutomationStart::kTaken,        0,  0,  0, 0,  0,  0},
+      {AutomationStart::kNotReachable, 0,  0,  0, 0,  0,  0},
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("", 1);
+    const SteadyTime born = app.clock.Steady();
+    const char* log = "AppData\\Quillon Systems\\Tessaly Studio\\tslyUpdater.log";
+    app.folder.Write(log, "of another process");
+    app.automation.answer = row.start;
+    if (row.first_at > 0) app.loop.After(seconds(row.first_at), [&] { app.automation.Create("first"); });
+    if (row.last_until > 0) app.loop.After(seconds(row.last_until), [&] { app.automation.held.clear(); });
+    // One that comes while the process is leaving.
+    if (row.late_from > 0) app.automation.while_leaving = [&] { app.automation.Create("late"); };
+    if (row.late_until > 0) app.loop.After(seconds(row.late_until), [&] { app.automation.held.clear(); });
+    bool reached = false;
+    app.Run([&] { reached = app.program->Run(); });
+    SCOPED_TRACE(testing::Message() << row.age << " s, " << static_cast<int>(row.start));
+    EXPECT_EQ(reached, row.start != AutomationStart::kNotReachable);
+    EXPECT_EQ(std::chrono::floor<seconds>(app.clock.Steady() - born), seconds(row.age));
+    EXPECT_EQ(app.automation.leaves, row.leaves);
+    EXPECT_EQ(app.folder.Has(log), row.start != AutomationStart::kServing) << "only a serving process begins its log";
+  }
+}
+
+TEST(CheckNew, QuitEndsTheProcessAtOnceInEveryState) {
+  for (const int at : {1, 5, 17, 60}) {  // loaded, armed, searching, offer
+    SCOPED_TRACE(at);
+    ServingApp app;
+    app.transfer.answers = {Received(kOffer)};
+    app.transfer.answers.front().step = seconds(1);
+    app.After(seconds(1), [&] { app.automation.Create("client").VerifyVersion(); });
+    app.After(seconds(at), [&] { app.Client("client").Quit(); });
+    app.Serve();
+    EXPECT_TRUE(app.ended);
+    EXPECT_TRUE(app.dialog().Loaded());
+    EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1");
+    EXPECT_FALSE(app.HasVersionValue(kValueCheckedOn));
+  }
+}
+
+}  // namespace
+}  // namespace tsly
