@@ -1,5 +1,6 @@
 // The Linux edition: the ports on their libraries, and one run over them.
 #include <QApplication>
+#include <QDBusConnection>
 #include <QIcon>
 #include <csignal>
 #include <iostream>
@@ -42,7 +43,7 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Audience audi
   PosixLocale locale(code_page);
   PosixShell shell({.repaint = [&] { toolkit.RepaintAll(); }});
   ArchiveUnzipFactory unzip;
-  DbusAutomation automation(loop);
+  DbusAutomation automation(loop, QDBusConnection::sessionBus());
   // The program goes before the transfer control that it stands on.
   Program* running = nullptr;
   CurlTransfer transfer(loop, loop, [&] { return NativePath(running->temp_files.Folder()); });

@@ -76,7 +76,7 @@ class DbusAutomation::Tree final : public QDBusVirtualObject {
   QDBusServiceWatcher clients_;
 };
 
-DbusAutomation::DbusAutomation(EventLoop& loop) : loop_(loop), bus_(QDBusConnection::sessionBus()) {}
+DbusAutomation::DbusAutomation(EventLoop& loop, const QDBusConnection& bus) : loop_(loop), bus_(bus) {}
 
 DbusAutomation::~DbusAutomation() {
   bus_.unregisterObject(QLatin1(dbus::kFactoryPath), QDBusConnection::UnregisterTree);

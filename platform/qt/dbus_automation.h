@@ -20,7 +20,7 @@ class EventLoop;
 
 class DbusAutomation final : public AutomationServer {
  public:
-  explicit DbusAutomation(EventLoop& loop);
+  DbusAutomation(EventLoop& loop, const QDBusConnection& bus);
   ~DbusAutomation() override;
 
   AutomationStart Start(Factory create) override;

@@ -1,0 +1,263 @@
+#include "qt/dbus_automation.h"
+
+#include <gtest/gtest.h>
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QProcess>
+#include <optional>
+
+#include "qt/application_environment.h"
+#include "qt/dbus_names.h"
+#include "qt/qt_event_loop.h"
+
+namespace tsly {
+namespace {
+
+using std::chrono::seconds;
+
+// Does in its calls what the test says.
+struct TestObject : AutomationObject {
+  explicit TestObject(int& living) : living_(living) { ++living_; }
+  ~TestObject() override { --living_; }
+  std::int32_t GetStatus() override { return status; }
+  void PutStatus(std::int32_t value) override { status = value; }
+  void VerifyVersion() override {
+    if (during_call) during_call();
+    ++status;  // would be a use after the end, had the object gone
+  }
+  void ConfigureUpdater() override { status = 77; }
+  void Quit() override {
+    if (during_call) during_call();
+  }
+  std::int32_t status = 0;
+  std::function<void()> during_call;
+
+ private:
+  int& living_;
+};
+
+// A bus of the test's own, with the server on it.
+class DbusAutomationTest : public testing::Test {
+ protected:
+  DbusAutomationTest() {
+    daemon_.start("dbus-daemon", {"--session", "--nofork", "--nosyslog", "--print-address"});
+    EXPECT_TRUE(daemon_.waitForReadyRead(10000)) << "no dbus-daemon";
+    address_ = QString::fromLatin1(daemon_.readLine().trimmed());
+    server_ = std::make_unique<DbusAutomation>(loop_, Connect("server"));
+  }
+  ~DbusAutomationTest() override {
+    server_.reset();
+    for (const QString& name : names_) QDBusConnection::disconnectFromBus(name);
+    daemon_.kill();
+    daemon_.waitForFinished();
+  }
+
+  QDBusConnection Connect(const QString& name) {
+    names_ << name;
+    return QDBusConnection::connectToBus(address_, name);
+  }
+  AutomationStart Start() {
+    return server_->Start([this] {
+      const auto object = std::make_shared<TestObject>(living_);
+      made_ = object;
+      return object;
+    });
+  }
+  bool RunUntil(const std::function<bool()>& done) {
+    const SteadyTime limit = clock_.Steady() + seconds(10);
+    while (!done() && clock_.Steady() <= limit) loop_.Wait(limit);
+    return done();
+  }
+
+  static QDBusMessage Call(const QString& path, const char* interface, const char* member,
+                           const QVariantList& arguments = {}) {
+    auto call = QDBusMessage::createMethodCall(dbus::kService, path, interface, member);
+    call.setArguments(arguments);
+    return call;
+  }
+  QDBusMessage Ask(QDBusConnection client, const QDBusMessage& call) {
+    const QDBusPendingCallWatcher pending(client.asyncCall(call));  // wakes the loop
+    EXPECT_TRUE(RunUntil([&] { return pending.isFinished(); })) << call.member().toStdString();
+    return pending.reply();
+  }
+  QString Create(const QDBusConnection& client) {
+    const QDBusMessage reply =
+        Ask(client, Call(dbus::kFactoryPath, dbus::kFactoryInterface, "CreateObject", {"TessalyStudio.CheckNew"}));
+    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    return reply.arguments().value(0).value<QDBusObjectPath>().path();
+  }
+  int Status(const QDBusConnection& client, const QString& path) {
+    const auto reply = Ask(client, Call(path, dbus::kProperties, "Get", {dbus::kObjectInterface, "Status"}));
+    return reply.arguments().value(0).value<QDBusVariant>().variant().toInt();
+  }
+
+  RealClock clock_;
+  QtEventLoop loop_{clock_};
+  QProcess daemon_;
+  QString address_;
+  QStringList names_;
+  int living_ = 0;
+  std::weak_ptr<TestObject> made_;  // the latest
+  std::unique_ptr<DbusAutomation> server_;
+};
+
+TEST_F(DbusAutomationTest, KeepsAnObjectForItsClient) {
+  ASSERT_EQ(Start(), AutomationStart::kServing);
+  std::optional<QDBusConnection> dying(Connect("first"));
+  const auto second = Connect("second");
+  const QDBusConnection& first = *dying;
+  EXPECT_FALSE(server_->HasHeldObjects());
+  const QString a = Create(first), b = Create(first), c = Create(second);
+  EXPECT_EQ(a, "/com/quillonsystems/TessalyStudio/CheckNew/1");
+  EXPECT_EQ(server_->ObjectsHeld(), 3u);
+  for (const int value : {5, -1, INT32_MAX, INT32_MIN}) {
+    const QVariantList arguments{dbus::kObjectInterface, "Status", QVariant::fromValue(QDBusVariant(value))};
+    EXPECT_EQ(Ask(second, Call(a, dbus::kProperties, "Set", arguments)).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(Status(first, a), value) << "any client may call";
+    EXPECT_EQ(Status(first, b), 0);
+  }
+  Ask(second, Call(a, dbus::kObjectInterface, "Release"));
+  EXPECT_EQ(server_->ObjectsHeld(), 2u);
+  EXPECT_EQ(Ask(first, Call(a, dbus::kObjectInterface, "Release")).errorName(),
+            "org.freedesktop.DBus.Error.UnknownObject");
+  dying.reset();
+  QDBusConnection::disconnectFromBus("first");
+  EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 1; }));
+  EXPECT_EQ(Status(second, c), 0);
+  Ask(second, Call(c, dbus::kObjectInterface, "Release"));
+  EXPECT_EQ(server_->ObjectsHeld(), 0u);
+  EXPECT_EQ(living_, 0);
+  EXPECT_TRUE(server_->HasHeldObjects());
+}
+
+TEST_F(DbusAutomationTest, RefusesWhatItDoesNotKnow) {
+  ASSERT_EQ(Start(), AutomationStart::kServing);
+  const auto client = Connect("client");
+  const QString object = Create(client), factory = dbus::kFactoryPath,
+                objects = "/com/quillonsystems/TessalyStudio/CheckNew/";
+  const QVariant text("x"), status("Status"), its(dbus::kObjectInterface);
+  const auto value = [](const QVariant& variant) { return QVariant::fromValue(QDBusVariant(variant)); };
+  const char *own = dbus::kObjectInterface, *property = dbus::kProperties, *maker = dbus::kFactoryInterface;
+  const std::pair<QDBusMessage, const char*> rows[] = {
+      {Call(factory,                 maker,         "CreateObject",                              {text}),                                                            dbus::kNotRegistered},
+      {Call(factory,                            maker,                              "CreateObject",                                         {"tessalystudio.checknew"}),                                                                dbus::kNotRegistered},
+      {Call(factory,        maker,                     "CreateObject"),                                                     "InvalidArgs"                                           },
+      {Call(factory,               maker,                            "CreateObject",        {1}),            "InvalidArgs"},
+      {Call(factory,                        maker,                        "CreateObject",                                                            {text, text}),                                                                                                        "InvalidArgs"},
+      {Call(factory,              maker,"VerifyVersion"),"UnknownMethod"},
+      {Call(object,          own,                 "SetStatus",                                                                                    {1}),                                                                                                                                                                                                                                  "UnknownMethod"},
+      {Call(object,                maker,  "CreateObject",{text}),"UnknownInterface"},
+      {Call(object,                  own,           "VerifyVersion",                                       {1}),                                                                                                                                             "InvalidArgs"},
+      {Call(object,                            own,                               "Release",                                                      {text}),                                                                                               "InvalidArgs"},
+      {Call(object,               property,                            "Get",                                                             {its, text}),"UnknownProperty"},
+      {Call(object,                     property,                     "Get",           {text, status}),"UnknownInterface"},
+      {Call(object,                       property,"Get",{its}),                                                                         "InvalidArgs"},
+      {Call(object,property,"Reset",      {its}),                                                                                  "UnknownMethod"},
+      {Call(object,                  property, "Set",                                           {its, status, value(text)}),                                                                                                                                             "InvalidArgs"},
+      {Call(object,                            property,                               "Set",                                                                   {its, status, value(qlonglong(1))}),                                                                                                                                           "InvalidArgs"},
+      {Call(object,             property,                          "Set",                                                           {its, status, value(1u)}),                   "InvalidArgs"},
+      {Call(object, property, "Set",  {its, status, 1}),"InvalidArgs"},
+      {Call(objects + "2",                       own,"VerifyVersion"),"UnknownObject"},
+      {Call(objects + "01",        own,"VerifyVersion"),"UnknownObject"},
+      {Call(objects + "99999999999999999999",                  own,                       "VerifyVersion"),                                                             "UnknownObject"                                                                                                            },
+      {Call(object + "/1",                            own,                        "VerifyVersion"),                                          "UnknownObject"                                                                                                                         },
+  };
+  for (const auto& [call, error] : rows) {
+    const QString name = Ask(client, call).errorName();
+    EXPECT_TRUE(name.endsWith(QLatin1StringView(error)))
+        << call.path().toStdString() << call.member().toStdString() << name.toStdString();
+  }
+  EXPECT_EQ(Status(client, object), 0);
+  for (const QString& path : {factory, object, objects.chopped(1)}) {
+    const auto reply = Ask(client, Call(path, dbus::kIntrospectable, "Introspect"));
+    EXPECT_TRUE(reply.arguments().value(0).toString().startsWith("<node>")) << path.toStdString();
+  }
+}
+
+TEST_F(DbusAutomationTest, ServesCallsInsideAWaitAndKeepsTheObjectOfACall) {
+  ASSERT_EQ(Start(), AutomationStart::kServing);
+  std::optional<QDBusConnection> client(Connect("client"));
+  const auto other = Connect("other");
+  // The second time the client dies in its own call.
+  for (const bool dies : {false, true}) {
+    const QString object = Create(*client);
+    made_.lock()->during_call = [&, weak = made_] {
+      EXPECT_EQ(Status(other, object), 0) << "served inside";
+      Ask(other, Call(object, dbus::kObjectInterface, "ConfigureUpdater"));
+      if (dies) {
+        client.reset();
+        QDBusConnection::disconnectFromBus("client");
+        EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 0; }));
+      } else {
+        Ask(other, Call(object, dbus::kObjectInterface, "Release"));
+      }
+      EXPECT_EQ(Ask(other, Call(object, dbus::kObjectInterface, "Quit")).errorName(),
+                "org.freedesktop.DBus.Error.UnknownObject");
+      EXPECT_EQ(living_, 1);
+      EXPECT_EQ(weak.lock()->status, 77);
+    };
+    const QDBusPendingCallWatcher waiting(client->asyncCall(Call(object, dbus::kObjectInterface, "VerifyVersion")));
+    EXPECT_TRUE(RunUntil([&] { return living_ == 0; }));
+    EXPECT_TRUE(dies || RunUntil([&] { return waiting.isFinished(); }));
+    EXPECT_FALSE(waiting.isError());
+  }
+}
+
+TEST_F(DbusAutomationTest, AnswersQuitBeforeItObeys) {
+  ASSERT_EQ(Start(), AutomationStart::kServing);
+  const auto client = Connect("client");
+  const QString path = Create(client);
+  QDBusPendingCall reply = QDBusPendingCall::fromCompletedCall(QDBusMessage());
+  bool obeyed = false;
+  made_.lock()->during_call = [&] {
+    reply.waitForFinished();  // without the server's help
+    EXPECT_FALSE(reply.isError());
+    obeyed = true;
+  };
+  reply = client.asyncCall(Call(path, dbus::kObjectInterface, "Quit"));
+  EXPECT_TRUE(RunUntil([&] { return obeyed; }));
+}
+
+TEST_F(DbusAutomationTest, OneServerHasTheNameAndGivesItUpInTime) {
+  ASSERT_EQ(Start(), AutomationStart::kServing);
+  DbusAutomation second(loop_, Connect("second server"));
+  const auto no_object = [] { return std::shared_ptr<AutomationObject>(); };
+  EXPECT_EQ(second.Start(no_object), AutomationStart::kTaken);
+
+  // A call that has arrived when the server means to go keeps it there.
+  const auto client = Connect("client");
+  const auto call = Call(dbus::kFactoryPath, dbus::kFactoryInterface, "CreateObject", {"TessalyStudio.CheckNew"});
+  const QDBusPendingCallWatcher late(client.asyncCall(call));
+  client.interface()->isServiceRegistered(dbus::kService);  // behind it
+  EXPECT_FALSE(server_->Leave());
+  EXPECT_EQ(server_->ObjectsHeld(), 1u);
+  EXPECT_TRUE(client.interface()->isServiceRegistered(dbus::kService));
+  EXPECT_TRUE(RunUntil([&] { return late.isFinished(); }));
+  EXPECT_FALSE(late.isError());
+
+  const QDBusPendingCall release = client.asyncCall(
+      Call(late.reply().arguments().at(0).value<QDBusObjectPath>().path(), dbus::kObjectInterface, "Release"));
+  client.interface()->isServiceRegistered(dbus::kService);
+  EXPECT_TRUE(server_->Leave());
+  EXPECT_EQ(server_->ObjectsHeld(), 0u) << "what has arrived is served";
+  EXPECT_FALSE(client.interface()->isServiceRegistered(dbus::kService));
+  EXPECT_EQ(DbusAutomation(loop_, client).Start(no_object), AutomationStart::kServing);
+}
+
+TEST_F(DbusAutomationTest, NoBusHoldsNothing) {
+  ASSERT_EQ(Start(), AutomationStart::kServing);
+  Create(Connect("client"));
+  daemon_.kill();
+  EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 0; }));
+  EXPECT_EQ(living_, 0);
+  EXPECT_TRUE(server_->HasHeldObjects());
+  EXPECT_TRUE(server_->Leave());
+  EXPECT_EQ(DbusAutomation(loop_, Connect("late")).Start(nullptr), AutomationStart::kNotReachable);
+}
+
+}  // namespace
+}  // namespace tsly
