@@ -1,0 +1,95 @@
+// A host product in small: asks the updater at its start whether something is new, tells what comes of it, and makes
+// way for an update that can't be installed while it runs.
+//
+//   host_client [--updater PROGRAM] [--yes]
+//     --updater  the updater's program; without it, tslyCheckNew beside this one
+//     --yes      agrees to an update without asking
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProcess>
+#include <QPushButton>
+#include <QTime>
+#include <QVBoxLayout>
+#include <utility>
+
+#include "updater_client.h"
+
+namespace {
+
+QString Meaning(int status) {
+  switch (status) {
+    case UpdaterClient::Pending:
+      return QObject::tr("Status 0: a check is armed or running, or the updater is showing what it has found.");
+    case UpdaterClient::Idle:
+      return QObject::tr("Status 1: nothing more will come: nothing new, no check due, or the offer is closed.");
+    case UpdaterClient::StopRequired:
+      return QObject::tr("Status 2: an update is there that wants this program to be closed.");
+    default:
+      return QObject::tr("Status %1: somebody wrote it there.").arg(status);
+  }
+}
+
+class HostWindow : public QWidget {
+ public:
+  HostWindow(QString updater, bool agrees) : updater_(std::move(updater)), agrees_(agrees) {
+    setWindowTitle(QStringLiteral("Host product"));
+    resize(560, 260);
+    told_.setWordWrap(true);
+    told_.setAlignment(Qt::AlignTop);
+    told_.setTextFormat(Qt::PlainText);
+    auto* check = new QPushButton(tr("&Check for updates"));
+    auto* settings = new QPushButton(tr("Updater &settings..."));
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(&told_, 1);
+    layout->addWidget(check);
+    layout->addWidget(settings);
+
+    connect(check, &QPushButton::clicked, &client_, &UpdaterClient::VerifyVersion);
+    connect(settings, &QPushButton::clicked, &client_, &UpdaterClient::ConfigureUpdater);
+    connect(&client_, &UpdaterClient::Failed, this,
+            [this](const QString& why) { Tell(tr("No updater: %1").arg(why)); });
+    connect(&client_, &UpdaterClient::StatusChanged, this, [this](int status) {
+      Tell(Meaning(status));
+      if (status == UpdaterClient::StopRequired) OfferUpdate();
+    });
+    client_.VerifyVersion();
+  }
+
+ private:
+  void Tell(const QString& text) {
+    told_.setText(told_.text() + QTime::currentTime().toString(QStringLiteral("hh:mm:ss  ")) + text + u'\n');
+  }
+
+  // The updater is started anew, as a process of its own that checks at once. It asks its user before it installs, and
+  // then asks this window to close, as a click on its close button would. Until then everything here goes on.
+  void OfferUpdate() {
+    const auto question = tr("An update is ready. It closes this program when you install it. Look at it now?");
+    if (!agrees_ && QMessageBox::question(this, windowTitle(), question) != QMessageBox::Yes) return;
+    const QString window = QStringLiteral("/window:%1").arg(winId(), 0, 16);  // the X11 window's number
+    if (!QProcess::startDetached(updater_, {QStringLiteral("/showupdates"), window})) {
+      Tell(tr("%1 could not be started.").arg(updater_));
+    }
+  }
+
+  UpdaterClient client_;
+  QLabel told_;
+  QString updater_;
+  bool agrees_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  QCommandLineParser arguments;
+  arguments.addHelpOption();
+  arguments.addOption({QStringLiteral("updater"), QStringLiteral("The updater's program."), QStringLiteral("program"),
+                       QCoreApplication::applicationDirPath() + QStringLiteral("/tslyCheckNew")});
+  arguments.addOption({QStringLiteral("yes"), QStringLiteral("Agree to an update without asking.")});
+  arguments.process(application);
+  HostWindow window(arguments.value(QStringLiteral("updater")), arguments.isSet(QStringLiteral("yes")));
+  window.show();
+  return QApplication::exec();
+}
