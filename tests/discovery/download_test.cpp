@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <set>
+
+#include "base/text.h"
 #include "discovery/updates_file.h"
 #include "support/headless_app.h"
 
@@ -178,6 +182,28 @@ TEST(Download, AnErrorBehindABrokenPackAsksForTheHomePage) {
     EXPECT_EQ(app.shell.opened_urls.size(), answer == kAnswerYes ? 1u : 0u);
     EXPECT_EQ(app.controls().cmdClose.Visible(), answer == kAnswerNo) << "the run goes on";
     EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery));
+  }
+}
+
+TEST(Download, NoPackLeavesTheTemporaryFolder) {
+  const std::string odd_ends[] = {"..",     ".",     "*", "*.*", "?query", "a*.zip?b=c", "%2e%2e%2fup.zip",      "a:b",
+                                  "..\\up", "../up", "~", "-rf", "a b",    "\xFF",       std::string(10000, 'n')};
+  for (const std::string& end : odd_ends) {
+    SCOPED_TRACE(end.substr(0, 20));
+    HeadlessApp app("/showupdates");
+    app.folder.Write("AppData\\Quillon Systems\\up", "theirs");
+    app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\a1.zip", "theirs");
+    app.transfer.answers = {Received(Replace(kOnePack, "/a.zip", "/packs/" + end)), Received("123456789")};
+    app.Start();
+    app.Click(app.controls().cmdInstall);
+    app.Click(app.controls().cmdClose);
+    EXPECT_FALSE(app.dialog().Loaded());
+    std::set<std::string> left;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(app.folder.NativePath("AppData"))) {
+      if (entry.is_regular_file()) left.insert(entry.path().filename());
+    }
+    EXPECT_EQ(left, (std::set<std::string>{"a1.zip", "tslyUpdater.log", "up"}));
+    EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\up"), "theirs");
   }
 }
 

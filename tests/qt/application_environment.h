@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <csignal>
 #include <memory>
 
 #include "ports/clock.h"
@@ -13,6 +14,7 @@ namespace tsly {
 class ApplicationEnvironment final : public testing::Environment {
  public:
   void SetUp() override {
+    std::signal(SIGPIPE, SIG_IGN);  // as in the program: who hangs up is an error code
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     application_ = std::make_unique<QApplication>(argument_count_, arguments_);
   }

@@ -21,8 +21,6 @@ using States = std::vector<std::int16_t>;
 const States kReceived{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12};
 const States kCutOff{1, 2, 3, 4, 5, 6, 7, 9, 10, 11};
 const States kNotAnswering{1, 2, 3, 11};
-const States kUnknownName{1, 11};
-const States kNotSecure{1, 2, 3, 4, 9, 10, 11};
 
 enum class Ending { kComplete, kShort, kRefused, kNone };
 
@@ -228,88 +226,13 @@ TEST_P(TransferContract, MayGoInTheMiddleOfATransferOrOfAHandler) {
   EXPECT_EQ(states_, told);
 }
 
-// What servers do, and what the real control makes of it.
+// What only the real control promises. What servers do to it: hostile_server_test.cpp.
 class CurlTransferTest : public TransferTest {};
 
-struct Served {
-  const char* name;
-  Script script;
-  States states;
-  std::int32_t code;
-  std::string body;
-};
-Served Whole(const char* name, Script script, std::string body) {
-  return {name, std::move(script), kReceived, 0, std::move(body)};
-}
-Served Broken(const char* name, std::int32_t code, Script script, std::string body = "") {
-  return {name, std::move(script), kCutOff, code, std::move(body)};
-}
-
-TEST_F(CurlTransferTest, TellsWhatServersDo) {
-  const std::string big(1025, 'b');
-  const std::string ok = "HTTP/1.1 200 OK\r\n";
-  const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
-  const std::string refusing = "http://127.0.0.1:" + std::to_string(HttpServer::UnusedPort());
-  const Served rows[] = {
-      Whole("status 404", Reply("error page", "404 Not Found"), "error page"),
-      Whole("status 500", Reply("oops", "500 Internal Server Error"), "oops"),
-      Whole("status 204", Raw("HTTP/1.1 204 No Content\r\n\r\n"), ""),
-      Whole("status 100 first", Raw("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.0 200 OK\r\n\r\nx"), "x"),
-      Whole("redirect without a target", Raw("HTTP/1.1 302 Found\r\nContent-Length: 1\r\n\r\nx"), "x"),
-      Whole("one byte", Reply("x"), "x"),
-      Whole("one chunk", Reply(big.substr(1)), big.substr(1)),
-      Whole("a chunk and a byte", Reply(big), big),
-      Whole("byte by byte", Script().Receive().Send(ok + "\r\nslow", 1), "slow"),
-      Whole("no length", ReplyWithoutLength(big), big),
-      Whole("length too small", ReplyWithLength("12345", 3), "123"),
-      Broken("length too great", 12030, ReplyWithLength("12345", 6), "12345"),
-      Broken("length rubbish", 12152, Raw(ok + "Content-Length: nine\r\n\r\n12")),
-      Whole("chunks", ReplyInChunks(big, 100), big),
-      Whole("fields behind the chunks", Raw(chunked + "1\r\nx\r\n0\r\nA: b\r\n\r\n"), "x"),
-      Broken("chunks cut off", 12030, Raw(chunked + "5\r\n123"), "123"),
-      Broken("chunks rubbish", 12152, Raw(chunked + "3\r\n123\r\nZZ\r\n"), "123"),
-      Broken("cut in the status line", 12030, Raw("HTTP/1.")),
-      Broken("cut in the head", 12030, Raw(ok + "Content-Le")),
-      Broken("cut behind a first head", 12030, Raw("HTTP/1.1 100 Continue\r\n\r\n")),
-      Broken("not HTTP", 12152, Raw("220 ready to serve\r\n")),
-      Broken("endless header", 12152, Raw(ok + "X: " + std::string(400000, 'x'))),
-      Broken("closed at once", 12030, CloseAtOnce()),
-      Broken("closed after the request", 12030, Raw("")),
-      Broken("reset in the body", 12031, ReplyWithLength("123", 6).Stall().Reset(), "123"),
-      Broken("redirect to another kind", 12156, RedirectTo("ftp://127.0.0.1/")),
-      Broken("redirect to a refusing port", 12029, RedirectTo(refusing)),
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    // The one that stalls goes on when its bytes have arrived.
-    handler_ = [&](std::int16_t state) {
-      if (row.code == 12031 && state == icReceivingResponse) server_.Release();
-    };
-    server_.Expect(row.script);
-    Get(server_.Url());
-    ExpectOutcome(row.states, row.code, row.body);
-  }
-}
-
-TEST_F(CurlTransferTest, FollowsTenRedirectsAndKeepsTheLastBodyOnly) {
-  for (int i = 0; i < 10; ++i) server_.Expect(RedirectTo("/next place", "gone elsewhere"));
-  server_.Expect(Reply("here"));
-  Get(server_.Url());
-  ExpectOutcome(kReceived, 0, "here");
-  for (int i = 0; i < 11; ++i) server_.Expect(RedirectTo("/again"));
-  Get(server_.Url());
-  ExpectOutcome(kCutOff, 12156, "");
-}
-
-TEST_F(CurlTransferTest, TellsWhyNoConnectionCameAbout) {
-  Get("http://no-such-name.invalid/");
-  ExpectOutcome(kUnknownName, kNameNotResolved, "");
+TEST_F(CurlTransferTest, TriesEveryAddressOfAName) {
   server_.Expect(Reply("x"));
-  Get(server_.Url("/", "localhost"));  // has two addresses, of which one refuses
+  Get(server_.Url("/", "localhost"));  // has two, of which one refuses
   ExpectOutcome(kReceived, 0, "x");
-  server_.Expect(Script().Send("no TLS\r\n"));
-  Get("https://127.0.0.1:" + std::to_string(server_.port()) + "/");
-  ExpectOutcome(kNotSecure, 12157, "");
 }
 
 TEST_F(CurlTransferTest, FailsAtOnceForAnAddressThatCannotBeUsed) {

@@ -25,14 +25,27 @@ Home HomeIn(const TempFolder& root) {
   return home;
 }
 
+}  // namespace
+
 void CopyResources(const TempFolder& folder) {
+  std::filesystem::create_directories(folder.NativePath("app"));
   const std::filesystem::path resources = std::filesystem::path(TSLY_SOURCE_DIR) / "resources";
   for (const char* part : {"Languages", "Skins"}) {
     std::filesystem::copy(resources / part, folder.NativePath("app") / part, std::filesystem::copy_options::recursive);
   }
 }
 
-}  // namespace
+std::string LogLines(const std::string& file) {
+  std::istringstream log(file);
+  std::string lines;
+  for (std::string line; std::getline(log, line);) {
+    EXPECT_TRUE(line.ends_with('\r')) << line;
+    // A text that holds line ends goes on without a stamp.
+    const std::size_t stamp = line.size() > 21 && line[4] == '-' ? 21 : 0;
+    lines += line.substr(stamp, line.size() - stamp - 1) + "\n";
+  }
+  return lines;
+}
 
 int FixedLocale::DefaultCodePage(std::span<char> buffer) {
   if (code_page == 0) return 0;
@@ -55,7 +68,6 @@ int TestFolders::GetFolderPath(int csidl, std::span<char> buffer) {
 
 HeadlessApp::HeadlessApp(std::string command_line, std::int32_t start_mode)
     : folders(folder), files(real_files), loop(clock), transfer(loop) {
-  std::filesystem::create_directories(folder.NativePath("app"));
   CopyResources(folder);
   shell.at_end = [this] { at_end_ = WaitsAndWrites(); };
   program = std::make_unique<Program>(Platform{.registry = registry,
@@ -142,15 +154,7 @@ std::string HeadlessApp::ProductFolder() const {
 }
 
 std::string HeadlessApp::Log() const {
-  std::istringstream log(folder.Read(std::string("AppData\\") + kProductSubPath + "\\tslyUpdater.log"));
-  std::string lines;
-  for (std::string line; std::getline(log, line);) {
-    EXPECT_TRUE(line.ends_with('\r')) << line;
-    // A text that holds line ends goes on without a stamp.
-    const std::size_t stamp = line.size() > 21 && line[4] == '-' ? 21 : 0;
-    lines += line.substr(stamp, line.size() - stamp - 1) + "\n";
-  }
-  return lines;
+  return LogLines(folder.Read(std::string("AppData\\") + kProductSubPath + "\\tslyUpdater.log"));
 }
 
 std::vector<std::string> HeadlessApp::Prompts() const {

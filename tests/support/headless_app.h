@@ -57,6 +57,11 @@ class TestFolders : public PosixFolders {
   std::string program_;
 };
 
+// The product's own language files and skins, for a program that stands in "app".
+void CopyResources(const TempFolder& folder);
+// The lines of a log file without their stamps, each ended by LF.
+std::string LogLines(const std::string& file);
+
 class HeadlessApp {
  public:
   // The product's own language file and skin stand beside the program.

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -34,11 +36,37 @@ int ListenOnLoopback(int& port) {
   return listener;
 }
 
-bool SendAll(int connection, std::string_view bytes, std::size_t piece) {
+std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> SecureContext(Certificate kind, const std::filesystem::path& authority) {
+  constexpr long kDay = 86400;
+  std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  const std::unique_ptr<EVP_PKEY, void (*)(EVP_PKEY*)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
+  const std::unique_ptr<X509, void (*)(X509*)> certificate(X509_new(), X509_free);
+  X509* made = certificate.get();
+  X509_set_version(made, X509_VERSION_3);
+  X509_gmtime_adj(X509_getm_notBefore(made), -2 * kDay);
+  X509_gmtime_adj(X509_getm_notAfter(made), kind == Certificate::kExpired ? -kDay : kDay);
+  X509_set_pubkey(made, key.get());
+  X509_NAME_add_entry_by_txt(X509_get_subject_name(made), "CN", MBSTRING_ASC,
+                             reinterpret_cast<const unsigned char*>("test maker"), -1, -1, 0);
+  X509_set_issuer_name(made, X509_get_subject_name(made));
+  const char* name = kind == Certificate::kOtherName ? "DNS:other.invalid" : "IP:127.0.0.1";
+  X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, name);
+  X509_add_ext(made, extension, -1);
+  X509_EXTENSION_free(extension);
+  X509_sign(made, key.get(), EVP_sha256());
+  EXPECT_EQ(SSL_CTX_use_certificate(context.get(), made) + SSL_CTX_use_PrivateKey(context.get(), key.get()), 2);
+  std::FILE* file = std::fopen(authority.c_str(), "w");
+  EXPECT_TRUE(file != nullptr && PEM_write_X509(file, made) == 1) << authority;
+  if (file != nullptr) std::fclose(file);
+  return context;
+}
+
+bool SendAll(int connection, SSL* secure, std::string_view bytes, std::size_t piece) {
   while (!bytes.empty()) {
     const std::size_t most = piece > 0 ? std::min(piece, bytes.size()) : bytes.size();
-    const ssize_t sent = ::send(connection, bytes.data(), most, MSG_NOSIGNAL);
-    if (sent < 0) return false;
+    const ssize_t sent = secure != nullptr ? SSL_write(secure, bytes.data(), static_cast<int>(most))
+                                           : ::send(connection, bytes.data(), most, MSG_NOSIGNAL);
+    if (sent <= 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
   return true;
@@ -96,7 +124,13 @@ Script ReplyInChunks(const std::string& body, std::size_t chunk) {
   return Raw(text + "0\r\n\r\n");
 }
 
-HttpServer::HttpServer() : listener_(ListenOnLoopback(port_)), acceptor_([this] { Accept(); }) {}
+HttpServer::HttpServer()
+    : secure_(nullptr, SSL_CTX_free), listener_(ListenOnLoopback(port_)), acceptor_([this] { Accept(); }) {}
+
+HttpServer::HttpServer(Certificate certificate, const std::filesystem::path& authority)
+    : secure_(SecureContext(certificate, authority)),
+      listener_(ListenOnLoopback(port_)),
+      acceptor_([this] { Accept(); }) {}
 
 HttpServer::~HttpServer() {
   {
@@ -133,7 +167,7 @@ void HttpServer::Release() {
 }
 
 std::string HttpServer::Url(const std::string& path, const std::string& host) const {
-  return "http://" + host + ":" + std::to_string(port_) + path;
+  return (secure_ ? "https://" : "http://") + host + ":" + std::to_string(port_) + path;
 }
 
 std::vector<std::string> HttpServer::requests() const {
@@ -170,14 +204,17 @@ void HttpServer::Accept() {
 }
 
 void HttpServer::Serve(int connection, const Script& script) {
+  std::unique_ptr<SSL, void (*)(SSL*)> own_secure(secure_ ? SSL_new(secure_.get()) : nullptr, SSL_free);
+  SSL* const secure = own_secure.get();
+  if (secure != nullptr && (SSL_set_fd(secure, connection) != 1 || SSL_accept(secure) != 1)) return;
   for (const Script::Step& step : script.steps_) {
     bool on = true;
     switch (step.kind) {
       case Script::Kind::kReceive:
-        on = ReceiveRequest(connection);
+        on = ReceiveRequest(connection, secure);
         break;
       case Script::Kind::kSend:
-        on = SendAll(connection, step.bytes, step.piece);
+        on = SendAll(connection, secure, step.bytes, step.piece);
         break;
       case Script::Kind::kStall:
         on = WaitForRelease();
@@ -192,14 +229,15 @@ void HttpServer::Serve(int connection, const Script& script) {
     }
     if (!on) break;
   }
+  if (secure != nullptr) SSL_shutdown(secure);
   ::shutdown(connection, SHUT_WR);  // closing would reset a connection with unread bytes
 }
 
-bool HttpServer::ReceiveRequest(int connection) {
+bool HttpServer::ReceiveRequest(int connection, SSL* secure) {
   std::string head;
   char c = 0;
   while (!head.ends_with("\r\n\r\n")) {
-    if (::recv(connection, &c, 1, 0) != 1) return false;
+    if ((secure != nullptr ? SSL_read(secure, &c, 1) : ::recv(connection, &c, 1, 0)) != 1) return false;
     head += c;
   }
   const std::lock_guard lock(mutex_);

@@ -7,10 +7,15 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+using SSL = struct ssl_st;
+using SSL_CTX = struct ssl_ctx_st;
 
 namespace tsly {
 
@@ -47,9 +52,14 @@ Script RedirectTo(const std::string& location, const std::string& body = "");
 Script Raw(std::string bytes);
 Script CloseAtOnce();
 
+// What a server of HTTPS shows: a key and a certificate that it has signed itself, for this machine's loopback address.
+enum class Certificate { kGood, kOtherName, kExpired };
+
 class HttpServer {
  public:
   HttpServer();
+  // A secure one; `authority` becomes the certificate's file, for a client that is to trust it.
+  HttpServer(Certificate certificate, const std::filesystem::path& authority);
   ~HttpServer();  // ends all stalls; fails the test for what was left over or not scripted
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
@@ -61,7 +71,7 @@ class HttpServer {
   void Release();
 
   int port() const { return port_; }
-  std::string Url(const std::string& path = "/", const std::string& host = "127.0.0.1") const;
+  std::string Url(const std::string& path = "/", const std::string& host = "127.0.0.1") const;  // by its own scheme
   // The heads of the requests, in the order of their arrival.
   std::vector<std::string> requests() const;
 
@@ -71,9 +81,10 @@ class HttpServer {
  private:
   void Accept();
   void Serve(int connection, const Script& script);
-  bool ReceiveRequest(int connection);
+  bool ReceiveRequest(int connection, SSL* secure);
   bool WaitForRelease();
 
+  std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> secure_;  // null: plain
   int port_ = 0;
   int listener_ = -1;
   mutable std::mutex mutex_;  // of all below
