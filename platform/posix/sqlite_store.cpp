@@ -87,6 +87,15 @@ FileStamp StampOf(const struct stat& status) {
   return {status.st_size, status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
 }
 
+// "%", "?" and "#" have a meaning in an address.
+std::string ImmutableUri(const std::filesystem::path& file) {
+  std::string uri = "file:";
+  for (const char c : file.string()) {
+    uri += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
+  }
+  return uri + "?immutable=1";
+}
+
 std::string Column(sqlite3_stmt* row, int column) {
   const void* bytes = sqlite3_column_blob(row, column);
   const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, column));
@@ -224,8 +233,8 @@ bool SqliteStore::Moved() const {
 }
 
 // Connects to the file that the path names now, or keeps the connection that does already. No file: no connection.
-int SqliteStore::Connect() {
-  if (connection_ != nullptr && Moved()) Disconnect();
+int SqliteStore::Connect(Use use) {
+  if (connection_ != nullptr && (Moved() || (use == Use::kWriting && for_reading_))) Disconnect();
   if (connection_ != nullptr) return kSuccess;
   struct stat status {};
   if (stat(file_.c_str(), &status) != 0) {
@@ -233,7 +242,11 @@ int SqliteStore::Connect() {
   }
   if (!S_ISREG(status.st_mode)) return kAccessDenied;  // opening a pipe would wait for its other end
   opened_ = StampOf(status);
-  const int opened = sqlite3_open_v2(file_.c_str(), &connection_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+  // A shared file never changes where it is, so that reading it needs neither locks nor a look for journals.
+  for_reading_ = kind_ == Kind::kShared && use == Use::kReading;
+  const std::string name = for_reading_ ? ImmutableUri(file_) : file_.string();
+  const int flags = for_reading_ ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE;
+  const int opened = sqlite3_open_v2(name.c_str(), &connection_, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   if (opened != SQLITE_OK) {
     const int failure = Result(opened);
     Disconnect();
@@ -267,10 +280,10 @@ int SqliteStore::ReadTables() {
 
 // As Connect; a connection from before the right to write came is made anew.
 int SqliteStore::ConnectForWriting() {
-  const int code = Connect();
+  const int code = Connect(Use::kWriting);
   if (code != kSuccess || connection_ == nullptr || sqlite3_db_readonly(connection_, "main") == 0) return code;
   Disconnect();
-  return Connect();
+  return Connect(Use::kWriting);
 }
 
 int SqliteStore::PrepareToWrite() {
@@ -278,7 +291,7 @@ int SqliteStore::PrepareToWrite() {
   if (code == kSuccess && connection_ == nullptr) {
     code = MakeFolders(file_.parent_path(), kind_ == Kind::kPrivate ? kPrivateFolderMode : kSharedFolderMode);
     if (code == kSuccess) code = MakeEmptyFile(file_, kind_ == Kind::kPrivate ? kPrivateMode : kSharedMode);
-    if (code == kSuccess) code = Connect();
+    if (code == kSuccess) code = Connect(Use::kWriting);
   }
   if (code != kSuccess) return code;
   if (connection_ == nullptr) return kSharingViolation;  // removed again by somebody
@@ -368,7 +381,8 @@ int SqliteStore::Run(const char* sql, std::initializer_list<Parameter> parameter
 
 template <typename Row>
 int SqliteStore::Read(const char* sql, std::initializer_list<Parameter> parameters, Row&& row) {
-  int code = Connect();
+  // Inside a change, what it has changed so far is to be seen.
+  int code = Connect(connection_ != nullptr && !for_reading_ ? Use::kWriting : Use::kReading);
   if (code != kSuccess || connection_ == nullptr) return code;
   // The first reading of a connection asks for three things; in one transaction they need the file's lock once.
   const bool first = !has_tables_;

@@ -77,9 +77,10 @@ class SqliteStore {
 
  private:
   struct Parameter;
+  enum class Use { kReading, kWriting };
 
   bool Moved() const;
-  int Connect();
+  int Connect(Use use);
   int ConnectForWriting();
   void Disconnect();
   int ReadTables();
@@ -99,6 +100,7 @@ class SqliteStore {
   std::filesystem::path file_;
   Kind kind_;
   sqlite3* connection_ = nullptr;
+  bool for_reading_ = false;  // the connection is for reading only
   FileStamp opened_;          // of the file when it was opened
   bool has_tables_ = false;   // seen once, they stay
   bool write_ready_ = false;  // the connection's settings for writing are made
