@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
+#include <QTextStream>
 #include <QTime>
 #include <QVBoxLayout>
 #include <utility>
@@ -59,7 +60,9 @@ class HostWindow : public QWidget {
 
  private:
   void Tell(const QString& text) {
-    told_.setText(told_.text() + QTime::currentTime().toString(QStringLiteral("hh:mm:ss  ")) + text + u'\n');
+    const QString line = QTime::currentTime().toString(QStringLiteral("hh:mm:ss  ")) + text;
+    told_.setText(told_.text() + line + u'\n');
+    QTextStream(stdout) << line << Qt::endl;
   }
 
   // The updater is started anew, as a process of its own that checks at once. It asks its user before it installs, and

@@ -16,9 +16,10 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// libcurl's own 16 KiB halve the speed of a fast network. It fills the buffer up to a hundred times before it comes
-// back, so a greater one would keep the dialog waiting when the disk is slower than the network.
+// libcurl's own 16 KiB halve the speed of a fast network.
 constexpr long kReceiveBuffer = 256 * 1024;
+// libcurl fills the buffer up to a hundred times before it comes back; others wait for the thread meanwhile.
+constexpr milliseconds kLongestTurn{1};
 constexpr long kMostRedirects = 10;
 constexpr milliseconds kBetweenProgress{50};
 
@@ -139,6 +140,10 @@ size_t CurlRequest::OnHeader(char* bytes, size_t size, size_t count, void* self)
 size_t CurlRequest::OnBody(char* bytes, size_t size, size_t count, void* self) {
   CurlRequest& request = Of(self);
   request.last_byte_ = steady_clock::now();
+  if (request.last_byte_ - request.turn_began_ >= kLongestTurn) {
+    request.watch_.SetAlarm(&request.turn_began_, milliseconds(0), [&request] { request.Resume(); });
+    return CURL_WRITEFUNC_PAUSE;
+  }
   if (request.last_byte_ - request.last_progress_ >= kBetweenProgress) {
     request.last_progress_ = request.last_byte_;
     request.states_.ReceiveMore();
@@ -148,6 +153,7 @@ size_t CurlRequest::OnBody(char* bytes, size_t size, size_t count, void* self) {
 }
 
 void CurlRequest::Act(curl_socket_t socket, int readiness) {
+  turn_began_ = steady_clock::now();
   int running = 0;
   const CURLMcode outcome = curl_multi_socket_action(multi_, socket, readiness, &running);
   if (outcome != CURLM_OK) return Finish(CURLE_FAILED_INIT);
@@ -155,6 +161,14 @@ void CurlRequest::Act(curl_socket_t socket, int readiness) {
   while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg == CURLMSG_DONE) return Finish(message->data.result);
   }
+  if (!states_.IsEmpty()) told_();
+}
+
+// libcurl hands over what it kept, and asks for its timer to go on with the rest.
+void CurlRequest::Resume() {
+  turn_began_ = steady_clock::now();
+  const CURLcode result = curl_easy_pause(easy_, CURLPAUSE_CONT);
+  if (result != CURLE_OK) return Finish(result);
   if (!states_.IsEmpty()) told_();
 }
 
@@ -205,6 +219,7 @@ void CurlRequest::End() {
   multi_ = nullptr;
   watch_.ClearAlarm(this);
   watch_.ClearAlarm(&last_byte_);
+  watch_.ClearAlarm(&turn_began_);
 }
 
 }  // namespace tsly

@@ -52,6 +52,7 @@ class CurlRequest {
 
   void SetOptions(const Setup& setup);
   void Act(curl_socket_t socket, int readiness);
+  void Resume();
   void WatchIdleness(SteadyClock::duration delay);
   void LookAtIdleness();
   void Finish(CURLcode result);
@@ -80,6 +81,7 @@ class CurlRequest {
   SteadyClock::duration idle_time_out_;
   SteadyClock::time_point last_byte_ = SteadyClock::now();
   SteadyClock::time_point last_progress_{};
+  SteadyClock::time_point turn_began_{};
   bool answered_ = false;    // the request last sent has got the beginning of an answer
   bool head_ended_ = false;  // and the end of its head
   int spool_code_ = 0;

@@ -176,8 +176,8 @@ TimerId QtEventLoop::StartTimer(milliseconds interval, std::function<void()> tic
 }
 
 TimerId QtEventLoop::Arm(milliseconds interval, bool once, std::function<void()> tick) {
-  // An interval of zero would never let the dispatcher block.
-  const int qt_id = receiver_->startTimer(std::max(interval, milliseconds(1)), Qt::PreciseTimer);
+  // A repeated interval of zero would never let the dispatcher block.
+  const int qt_id = receiver_->startTimer(once ? interval : std::max(interval, milliseconds(1)), Qt::PreciseTimer);
   timers_[++last_timer_] = {qt_id, once, std::make_shared<std::function<void()>>(std::move(tick))};
   return last_timer_;
 }
