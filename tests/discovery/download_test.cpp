@@ -63,6 +63,7 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
     EXPECT_EQ(message.prompt.starts_with("The list of updates couldn't be fetched."), *row.end != '\0');
     EXPECT_NE(app.Log().find(row.log_line), std::string::npos) << app.Log();
     EXPECT_EQ(app.dialog().CheckedOn != 0, *row.end == '\0');
+    EXPECT_EQ(app.transfer.cancelled, app.Log().find("StateChanged: Error") != std::string::npos);
   }
 }
 
@@ -108,14 +109,15 @@ TEST(Download, TheDeadlineMovesWithEveryState) {
   HeadlessApp app;
   app.Start();
   Answer slow = Silent(1, 2, 3, 4, 5, 6, 7, 7, 7);
-  slow.step = std::chrono::seconds(14);
+  slow.step = std::chrono::seconds(15);
   app.transfer.answers = {slow};
   app.toolkit.answers = {kAnswerOk};
   const SteadyTime start = app.clock.Steady();
+  app.loop.After(slow.step, [] {});  // wakes the wait at the last moment, before the first state
   app.Click(app.controls().lblInfo105);
   const auto waited = app.clock.Steady() - start;
-  EXPECT_GT(waited, std::chrono::seconds(9 * 14 + 15));
-  EXPECT_LT(waited, std::chrono::seconds(9 * 14 + 16));
+  EXPECT_GT(waited, std::chrono::seconds(9 * 15 + 15));
+  EXPECT_LT(waited, std::chrono::seconds(9 * 15 + 16));
 }
 
 TEST(Download, ALateDocumentIsStoredWithNobodyWaiting) {

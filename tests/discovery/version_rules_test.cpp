@@ -87,5 +87,38 @@ TEST(VersionRules, TheInstalledVersionComesFromTheRegistryAndTheOfferedOneFromTh
   EXPECT_FALSE(app.dialog().IsNewVersion("A", app.folder.CorePath("missing.ini")));
 }
 
+// Whatever a server sends ends as a list that can be shown, or as nothing new.
+TEST(VersionRules, OddFilesOfferWhatCanBeReadInThem) {
+  const std::string n(1, '\0'), name(1 << 20, 'n'), nines(1 << 20, '9'), zeros(4 << 20, '\0');
+  const std::pair<std::string, std::string> kCases[] = {
+      {"",                                                                    ""               },
+      {"\x89PNG\r\n\x1A\n" + n + name + n,                                    ""               },
+      {zeros,                                                                 ""               },
+      {"<!doctype html>\n<p>[Versions]</p>\nA=1\n",                           ""               },
+      {"[Versions]\nA=1",                                                     "|A"             },
+      {"[Versions]\rA=1\rB=1\r",                                              "|A|B"           },
+      {"[Versions]\nA" + n + "B=1\nC=1\n",                                    "|C"             },
+      {"[Versions\nA=1\n",                                                    ""               },
+      {"[Versions]\nA=1\n[Versions]\nB=1\n",                                  "|A"             },
+      {"[Versions]\nA=1\na=0\n",                                              "|A|a"           },
+      {"[Versions]\nVersions=1\nExcludes=1\n[Excludes]\nVersions=Excludes\n", "|Versions"      },
+      {"[Versions]\nA]=1\nB[C]=1\n[D]=1\n",                                   "|A]|B[C]"       },
+      {"[Versions]\nA=b=1\nC:D=1\n \tE \t= \t\"1\" \n=1\nF\n",                "|C:D|E"         },
+      {"[Versions]\n" + name + "=1\nA=1." + name + "\nB=" + nines + "\n",     "|" + name + "|A"},
+  };
+  for (const auto& [document, expected] : kCases) {
+    SCOPED_TRACE(document.substr(0, 60));
+    HeadlessApp app("/showupdates");
+    app.transfer.answers = {Received(document)};
+    if (expected.empty()) app.toolkit.answers = {kAnswerOk};
+    app.Start();
+    std::string offered;
+    const auto& names = app.dialog().UpdateNames;
+    for (std::size_t i = 1; i < names.size(); ++i) offered += "|" + names[i];
+    EXPECT_TRUE(offered == expected) << offered.substr(0, 100);
+    EXPECT_EQ(app.controls().picStep200.Visible(), !expected.empty());
+  }
+}
+
 }  // namespace
 }  // namespace tsly

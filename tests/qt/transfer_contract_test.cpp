@@ -241,7 +241,8 @@ TEST_F(CurlTransferTest, FailsAtOnceForAnAddressThatCannotBeUsed) {
     EXPECT_FALSE(raised.description.empty()) << url;
     return raised.number;
   };
-  const std::string malformed[] = {"", "http://", "http://:80/", "http://a:99999/", "http://a/\x01", "http://a b/"};
+  const std::string malformed[] = {
+      "", "http://", "http://:80/", "http://a:99999/", "http://a/\x01", "http://a b/", "http://[::1/"};
   for (const auto& url : malformed) EXPECT_EQ(fault(url), 12005) << url;
   for (const auto* url : {"ftp://a/", "file:///etc/passwd", "mailto:a"}) EXPECT_EQ(fault(url), 12006) << url;
   EXPECT_EQ(fault(server_.Url(), "POST"), 12016);
@@ -253,12 +254,15 @@ TEST_F(CurlTransferTest, FailsAtOnceForAnAddressThatCannotBeUsed) {
 TEST_F(CurlTransferTest, AsksForAddressesAsPeopleWriteThem) {
   const std::string port = std::to_string(server_.port());
   const std::string place = "127.0.0.1:" + port;
+  const std::string name(10000, 'n');
   const std::pair<std::string, std::string> rows[] = {
-      {" " + place + "/x ",                 "GET /x HTTP/1.1"        },
-      {"localhost:" + port,                 "GET / HTTP/1.1"         },
-      {"HTTP://" + place + "/a b?c d#e",    "GET /a%20b?c+d HTTP/1.1"},
-      {"http:\\\\" + place + "\\a\\b?c\\d", "GET /a/b?c\\d HTTP/1.1" },
-      {"http://" + place + "/\xC3\xBC%20",  "GET /%c3%bc%20 HTTP/1.1"},
+      {" " + place + "/x ",                   "GET /x HTTP/1.1"           },
+      {"localhost:" + port,                   "GET / HTTP/1.1"            },
+      {"HTTP://" + place + "/a b?c d#e",      "GET /a%20b?c+d HTTP/1.1"   },
+      {"http:\\\\" + place + "\\a\\b?c\\d",   "GET /a/b?c\\d HTTP/1.1"    },
+      {"http://" + place + "/\xC3\xBC%20",    "GET /%c3%bc%20 HTTP/1.1"   },
+      {"http://me:secret@" + place + "/../*", "GET /* HTTP/1.1"           },
+      {"http://" + place + "/" + name,        "GET /" + name + " HTTP/1.1"},
   };
   for (const auto& [given, asked] : rows) {
     SCOPED_TRACE(given);
