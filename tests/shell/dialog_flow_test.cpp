@@ -261,8 +261,8 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
     int messages;
   } kCases[] = {
       {Received(kNothing), StatusIdle,                  false,                               "64800720", 0                        },
-      {Silent(1),          StatusIdle,                  false,                               "",         0                        },
-      {Failed(12029,       "No connection."),           StatusIdle,                          false,      "",                        1},
+      {Silent(1),          StatusIdle,                  false,                               "1440",     0                        },
+      {Failed(12029,       "No connection."),           StatusIdle,                          false,      "1440",                    1},
       {Received(kOffer),                  StatusPending,                              true,                                   "",            0},
       {Received(kOffer + "Stop application=YES\r\n"),                  StatusStopRequired, false, "",      0                            },
       {Received(kOffer + "Stop application=ja\r\n"),                  StatusPending,  true,       "",            0},
@@ -277,6 +277,7 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
       app.dialog().Load();
       app.dialog().UpdaterObject = client;
       app.dialog().PrepareVerifyVersion();
+      app.dialog().CheckedOn = 1;  // as after a search by hand
     });
     app.Pass(std::chrono::milliseconds(14999));
     EXPECT_TRUE(app.transfer.requests.empty());
