@@ -71,7 +71,7 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Audience audi
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a server or a child that hangs up is an error code, not the end
   const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv);
-  auto audience = tsly::QtToolkit::Audience::Person;
+  auto audience = start.mode == 0 ? tsly::QtToolkit::Audience::Person : tsly::QtToolkit::Audience::BusyPerson;
   if (!tsly::DisplayIsThere()) {
     if (start.mode == 0) {
       std::cerr << "tslyCheckNew: no display to show a window on\n";

@@ -38,6 +38,9 @@ struct ScreenMetrics {
   Twips twips_per_pixel_x = 15;
 };
 
+// What a window that comes up does with the keyboard: takes it, or leaves it to the program that the user is typing in.
+enum class Keyboard { kTake, kLeave };
+
 class Toolkit : public TextMeasure {
  public:
   virtual ScreenMetrics Metrics() = 0;
@@ -46,8 +49,8 @@ class Toolkit : public TextMeasure {
   virtual void Open(Form& form) = 0;
   // Takes the window away. Safe inside any event of that window.
   virtual void Close(Form& form) = 0;
-  // Shows the window; without effect on one that is shown.
-  virtual void Show(Form& form) = 0;
+  // Shows the window, in the centre of the screen the first time; without effect on one that is shown.
+  virtual void Show(Form& form, Keyboard keyboard) = 0;
   // Puts the window above all normal windows; position and size stay, the keyboard stays where it is.
   virtual void PlaceTopmost(Form& form) = 0;
   // Draws what changed at once. No event is served.

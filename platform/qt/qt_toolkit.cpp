@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "controls/form.h"
+#include "qt/qt_accessible.h"
 #include "qt/qt_event_loop.h"
 #include "qt/qt_fonts.h"
 #include "qt/qt_style.h"
@@ -56,10 +57,16 @@ void PlaceAbove(QMessageBox& box, const QWidget* window) {
   box.move(place.topLeft());
 }
 
+void LeaveKeyboard(QMessageBox& box) {
+  box.setAttribute(Qt::WA_ShowWithoutActivating);
+  box.setWindowFlag(Qt::WindowStaysOnTopHint);
+}
+
 }  // namespace
 
 QtToolkit::QtToolkit(QtEventLoop& loop, Audience audience) : loop_(loop), audience_(audience) {
   InitPictures();
+  DescribeControls();
   QCoreApplication::setApplicationName(QString::fromLatin1(kProgramName));  // the window class too
   QGuiApplication::setQuitOnLastWindowClosed(false);
   QApplication::setStyle(new DialogStyle);  // the application owns it
@@ -112,7 +119,7 @@ FormWindow* QtToolkit::VisibleWindow() const {
 
 void QtToolkit::Open(Form& form) {
   Close(form);
-  windows_[&form] = new FormWindow(form, loop_, open_boxes_, UsableScreen().topLeft());
+  windows_[&form] = new FormWindow(form, loop_, open_boxes_, UsableScreen());
 }
 
 void QtToolkit::Close(Form& form) {
@@ -123,10 +130,10 @@ void QtToolkit::Close(Form& form) {
   windows_.erase(found);
 }
 
-void QtToolkit::Show(Form& form) {
+void QtToolkit::Show(Form& form, Keyboard keyboard) {
   FormWindow* window = WindowOf(form);
   if (window == nullptr) return;
-  window->Reveal();
+  window->Reveal(keyboard);
   if (audience_ == Audience::Nobody) window->RequestClose();
 }
 
@@ -170,6 +177,7 @@ std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style
   bool answered = false;
   QObject::connect(&box, &QDialog::finished, &box, [&answered] { answered = true; });
   PlaceAbove(box, VisibleWindow());
+  if (audience_ == Audience::BusyPerson && QApplication::activeWindow() == nullptr) LeaveKeyboard(box);
 
   ++open_boxes_;
   box.show();

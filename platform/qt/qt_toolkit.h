@@ -16,9 +16,10 @@ class QtEventLoop;
 
 class QtToolkit final : public Toolkit {
  public:
-  // Nobody: there is no display, and the process goes on for its client. A message box answers itself (OK; No), and a
-  // window that is shown counts as closed by the user.
-  enum class Audience { Person, Nobody };
+  // BusyPerson: the user works in another program, the client's. A message that comes up by itself leaves the keyboard
+  // there and lies above. Nobody: there is no display, and the process goes on for its client. A message box answers
+  // itself (OK; No), and a window that is shown counts as closed by the user.
+  enum class Audience { Person, BusyPerson, Nobody };
 
   explicit QtToolkit(QtEventLoop& loop, Audience audience = Audience::Person);
   ~QtToolkit() override;
@@ -27,7 +28,7 @@ class QtToolkit final : public Toolkit {
   ScreenMetrics Metrics() override;
   void Open(Form& form) override;
   void Close(Form& form) override;
-  void Show(Form& form) override;
+  void Show(Form& form, Keyboard keyboard) override;
   void PlaceTopmost(Form& form) override;
   void Refresh(Form& form) override;
   void SetScreenPointer(std::int32_t pointer) override;

@@ -133,6 +133,7 @@ void BringIntoView(const QWidget& widget) {
 class PanelWidget final : public Area {
  public:
   using Area::Area;
+  QAccessible::Role Role() const override { return QAccessible::Grouping; }
 
  protected:
   void paintEvent(QPaintEvent*) override {
@@ -156,6 +157,10 @@ class LabelWidget final : public Area {
     setFocusPolicy(look.mouse_pointer == kPointerCustom || look.font.underline ? Qt::StrongFocus : Qt::NoFocus);
     setAccessibleName(TextFromUtf8(look.text));
   }
+  QAccessible::Role Role() const override {
+    return focusPolicy() == Qt::NoFocus ? QAccessible::StaticText : QAccessible::Link;
+  }
+  void Press() override { Click(); }
 
  protected:
   void paintEvent(QPaintEvent*) override {
@@ -205,6 +210,7 @@ class LabelWidget final : public Area {
 class Picture : public Area {
  public:
   explicit Picture(QWidget* parent) : Area(parent, nullptr) { setAttribute(Qt::WA_TransparentForMouseEvents); }
+  QAccessible::Role Role() const override { return QAccessible::NoRole; }
 };
 
 class ImageWidget final : public Picture {
@@ -282,14 +288,26 @@ class TextWidget final : public QPlainTextEdit, public ControlWidget {
     colors.setColor(QPalette::Base, QtColor(look.back_color));
     colors.setColor(QPalette::Text, QtColor(look.fore_color));
     setPalette(colors);
-    if (shown_ != look.text) {
-      shown_ = look.text;
-      setPlainText(TextFromUtf8(shown_));
-    }
+    if (shown_ != look.text) Show(look.text);
     Select(look);
   }
 
  private:
+  // Changes what differs, so that assistive technology is told of what is new and nothing else. Dots that grow behind a
+  // line say nothing.
+  void Show(const std::string& text) {
+    const QString before = TextFromUtf8(shown_), after = TextFromUtf8(text);
+    const auto same = static_cast<int>(std::mismatch(before.begin(), before.end(), after.begin(), after.end()).first -
+                                       before.begin());
+    const QString added = after.mid(same);
+    std::optional<QSignalBlocker> silence;
+    if (same == before.size() && added.count(u'.') == added.size()) silence.emplace(document());
+    QTextCursor cursor(document());
+    cursor.setPosition(same);
+    cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+    cursor.insertText(added);
+    shown_ = text;
+  }
   int PositionOf(std::int32_t byte) const {
     const auto bytes = std::min(static_cast<std::size_t>(std::max(byte, 0)), shown_.size());
     return static_cast<int>(TextFromUtf8(shown_.substr(0, bytes)).size());

@@ -4,6 +4,7 @@
 // Owner: the parent widget. Nothing here calls into a form: a report is posted to the loop by the window.
 #pragma once
 
+#include <QAccessible>
 #include <QWidget>
 #include <cstdint>
 #include <functional>
@@ -21,6 +22,11 @@ class ControlWidget {
   virtual QWidget& Widget() = 0;
   // Shows the look; place, visibility and enabled state are set by the caller.
   virtual void Take(const ControlLook& look) = 0;
+
+  // To assistive technology: what it is, NoRole for what only decorates and Client for what the widget's own class
+  // tells; and what pressing it does.
+  virtual QAccessible::Role Role() const { return QAccessible::Client; }
+  virtual void Press() {}
 };
 
 ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report report);

@@ -5,7 +5,9 @@
 #include <QPointer>
 #include <QScrollBar>
 #include <algorithm>
+#include <functional>
 #include <utility>
+#include <vector>
 
 #include "qt/qt_event_loop.h"
 #include "qt/qt_fonts.h"
@@ -42,17 +44,18 @@ QString ObjectName(const Control& control) {
 
 }  // namespace
 
-FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, QPoint origin)
+FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, const QRect& screen)
     : QWidget(nullptr, kDialogFrame),
       form_(&form),
       loop_(loop),
       open_boxes_(open_boxes),
       load_(form.LoadNumber()),
-      origin_(origin),
+      screen_(screen),
       focus_requests_(form.FocusRequests()) {}
 
-void FormWindow::Reveal() {
+void FormWindow::Reveal(Keyboard keyboard) {
   revealed_ = true;
+  setAttribute(Qt::WA_ShowWithoutActivating, keyboard == Keyboard::kLeave);
   DrawChanges();
   // Not on the first link: nothing looks chosen until somebody walks by Tab, and Tab begins at the first.
   if (focusWidget() == nullptr) setFocus();
@@ -60,12 +63,7 @@ void FormWindow::Reveal() {
 }
 
 void FormWindow::PlaceTopmost() {
-  if (isVisible()) {
-    KeepAbove(*windowHandle());
-    return;
-  }
-  setAttribute(Qt::WA_ShowWithoutActivating);
-  setWindowFlag(Qt::WindowStaysOnTopHint);
+  if (isVisible()) KeepAbove(*windowHandle());
 }
 
 void FormWindow::Detach() {
@@ -87,21 +85,65 @@ void FormWindow::DrawFrame() {
   if (colors != palette()) setPalette(colors);
   const QRect inner = PixelRect({0, 0, form_->InnerWidth(), form_->InnerHeight()});
   if (inner.size() != size()) setFixedSize(inner.size());
-  const QPoint place = origin_ + PixelRect(form_->Outer()).topLeft();
-  // Only when the form moves itself: the user may have moved the window meanwhile.
-  if (pass_ == 0 || place != place_) move(place);
-  place_ = place;
+  // In the centre whatever size the form began with, and then only when the form moves itself: the user may have moved
+  // the window meanwhile.
+  const Rect& outer = form_->Outer();
+  if (pass_ == 0) {
+    move(screen_.center() - rect().center());
+  } else if (outer.left != outer_.left || outer.top != outer_.top) {
+    move(screen_.topLeft() + PixelRect(outer).topLeft());
+  }
+  outer_ = outer;
 }
 
 void FormWindow::DrawControls() {
   ++pass_;
+  const std::size_t before = drawn_.size();
   for (const Control* control : form_->Controls()) DrawControl(*control);
-  std::erase_if(drawn_, [this](const auto& entry) {
+  bool others = drawn_.size() != before;
+  std::erase_if(drawn_, [&](const auto& entry) {
     if (entry.second.pass == pass_) return false;
     entry.second.widget->Widget().hide();
     loop_.DestroyAtOutermost(&entry.second.widget->Widget());
-    return true;
+    return others = true;
   });
+  if (others) OrderTabs();
+  NameControls();
+}
+
+// Panel by panel, each from its first control to its last: the items of a list come when the buttons behind it are
+// there already.
+void FormWindow::OrderTabs() {
+  std::unordered_map<const Control*, std::vector<const Control*>> children;
+  for (const Control* control : form_->Controls()) children[control->Parent()].push_back(control);
+  QWidget* last = nullptr;
+  const std::function<void(const Control*)> walk = [&](const Control* parent) {
+    for (const Control* control : children[parent]) {
+      QWidget& widget = WidgetOf(*control);
+      if (last != nullptr) setTabOrder(last, &widget);
+      last = &widget;
+      walk(control);
+    }
+  };
+  walk(nullptr);
+}
+
+// What has no text of its own is called by the label before it, as its designer meant it to be read.
+void FormWindow::NameControls() {
+  std::unordered_map<const Control*, const Control*> label_before;
+  for (const Control* control : form_->Controls()) {
+    if (control->Kind() == ControlKind::Label) {
+      label_before[control->Parent()] = control;
+      continue;
+    }
+    const auto label = label_before.find(control->Parent());
+    const bool inherits = label == label_before.end() && control->Parent() != nullptr;
+    QWidget& widget = WidgetOf(*control);
+    const QString name = label != label_before.end() ? TextFromUtf8(label->second->Text())
+                         : inherits                  ? WidgetOf(*control->Parent()).accessibleName()
+                                                     : TextFromUtf8(form_->Caption());
+    if (control->Kind() != ControlKind::Button && widget.accessibleName() != name) widget.setAccessibleName(name);
+  }
 }
 
 void FormWindow::DrawControl(const Control& control) {

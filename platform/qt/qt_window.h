@@ -4,7 +4,7 @@
 // to destroy it. No form code runs below a frame of a widget: what is reported goes through the loop first.
 #pragma once
 
-#include <QPoint>
+#include <QRect>
 #include <QWidget>
 #include <cstdint>
 #include <unordered_map>
@@ -18,11 +18,10 @@ class QtEventLoop;
 
 class FormWindow final : public QWidget {
  public:
-  // `origin`: where the screen's usable area begins.
-  // `open_boxes` counts the message boxes that are open; it outlives the window.
-  FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, QPoint origin);
+  // `screen`: its usable area. `open_boxes` counts the message boxes that are open; it outlives the window.
+  FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, const QRect& screen);
 
-  void Reveal();
+  void Reveal(Keyboard keyboard);
   void PlaceTopmost();
   void DrawChanges();  // of a revealed window; the others cost nothing until they are
   void RequestClose() { ReportEvent({UiEvent::Kind::CloseRequested}); }
@@ -42,6 +41,8 @@ class FormWindow final : public QWidget {
 
   void DrawFrame();
   void DrawControls();
+  void OrderTabs();
+  void NameControls();
   void DrawControl(const Control& control);
   void FollowFocusRequest();
   QWidget& WidgetOf(const Control& control) const;
@@ -52,12 +53,12 @@ class FormWindow final : public QWidget {
   QtEventLoop& loop_;
   const int& open_boxes_;
   const std::uint64_t load_;
-  const QPoint origin_;
+  const QRect screen_;
   bool revealed_ = false;
   std::uint64_t drawn_changes_ = 0;
   std::uint64_t focus_requests_;
   std::uint64_t pass_ = 0;
-  QPoint place_;
+  Rect outer_;  // of the form when the window was placed last
   std::unordered_map<ControlId, Drawn> drawn_;
 };
 

@@ -17,12 +17,12 @@ void Form::Load() {
   OnLoad();
 }
 
-void Form::Show() {
+void Form::Show(Keyboard keyboard) {
   Load();
   if (!loaded_ || visible_) return;  // a load can end in an unload
   visible_ = true;
   CountChange();
-  toolkit_.Show(*this);
+  toolkit_.Show(*this, keyboard);
 }
 
 void Form::Unload(std::int32_t mode) {

@@ -37,7 +37,7 @@ class Form {
 
   // Loading. Load runs OnLoad once per load; Unload asks OnQueryUnload, then runs OnUnload.
   void Load();
-  void Show();  // loads first if need be
+  void Show(Keyboard keyboard = Keyboard::kTake);  // loads first if need be
   void Unload(std::int32_t mode = kUnloadByProgram);
   bool Loaded() const { return loaded_; }
   bool Visible() const { return visible_; }

@@ -121,7 +121,8 @@ void frmVerify::ShowAvailableUpdates() {
   controls.picStep200.Move({0, 0, controls.picStep200.Width(), controls.picStep200.Height()});
   controls.picStep200.SetVisible(true);
   controls.picStep100.SetVisible(false);
-  if (!Visible()) DisplayWindow();
+  // For a client nobody has asked for it just now: the user is typing elsewhere.
+  if (!Visible()) BringUp(needs_.global.StartMode() == 0 ? Keyboard::kTake : Keyboard::kLeave);
 }
 
 void frmVerify::MakeRoomForScrollBar(std::int32_t last, Twips& top) {

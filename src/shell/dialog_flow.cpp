@@ -60,8 +60,10 @@ std::string frmVerify::LastCheckText(DateTime moment) {
   return Replace(text, "[HH:MM]", HourMinute(moment, needs_.locale.TimeSeparator()));
 }
 
-void frmVerify::DisplayWindow() {
-  Show();
+void frmVerify::DisplayWindow() { BringUp(Keyboard::kTake); }
+
+void frmVerify::BringUp(Keyboard keyboard) {
+  Show(keyboard);
   if (needs_.global.StartMode() != 0) needs_.toolkit.PlaceTopmost(*this);
 }
 

@@ -89,6 +89,7 @@ class frmVerify : public Form {
 
  private:
   // The flow of the dialog (shell/dialog_flow.cpp).
+  void BringUp(Keyboard keyboard);
   void Form_Load();
   void Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode);
   void Form_Unload();

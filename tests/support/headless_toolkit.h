@@ -30,6 +30,7 @@ class HeadlessToolkit : public Toolkit {
   bool box_is_open = false;
   std::vector<std::int32_t> screen_pointers;
   std::set<const Form*> open, shown, topmost;
+  bool took_keyboard = false;  // by the window that was shown last
   int opened = 0;
   int refreshes = 0;
   Twips twips_per_pixel = 15;
@@ -37,7 +38,10 @@ class HeadlessToolkit : public Toolkit {
   ScreenMetrics Metrics() override { return {28800, 16200, kFrameWidth, kFrameHeight, twips_per_pixel}; }
   void Open(Form& form) override;
   void Close(Form& form) override;
-  void Show(Form& form) override { shown.insert(&form); }
+  void Show(Form& form, Keyboard keyboard) override {
+    shown.insert(&form);
+    took_keyboard = keyboard == Keyboard::kTake;
+  }
   void PlaceTopmost(Form& form) override { topmost.insert(&form); }
   void Refresh(Form&) override { ++refreshes; }
   void SetScreenPointer(std::int32_t pointer) override { screen_pointers.push_back(pointer); }
