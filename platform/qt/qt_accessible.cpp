@@ -4,6 +4,7 @@
 #include <QVector>
 
 #include "qt/qt_widgets.h"
+#include "qt/qt_window.h"
 
 namespace tsly {
 namespace {
@@ -56,6 +57,7 @@ class ControlDescription final : public QAccessibleWidget {
 };
 
 QAccessibleInterface* Describe(const QString&, QObject* object) {
+  if (auto* window = dynamic_cast<FormWindow*>(object)) return new QAccessibleWidget(window, QAccessible::Dialog);
   auto* control = dynamic_cast<ControlWidget*>(object);
   if (control == nullptr || control->Role() == QAccessible::Client) return nullptr;
   return new ControlDescription(&control->Widget(), *control);

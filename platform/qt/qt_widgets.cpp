@@ -3,7 +3,6 @@
 #include <QFocusEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include "ports/toolkit.h"
 #include "qt/qt_fonts.h"
 #include "qt/qt_style.h"
+#include "qt/qt_text_widget.h"
 
 namespace tsly {
 namespace {
@@ -269,60 +269,6 @@ class ButtonWidget final : public QPushButton, public ControlWidget {
   }
 };
 
-// Text of several lines to be read, selected and copied.
-class TextWidget final : public QPlainTextEdit, public ControlWidget {
- public:
-  explicit TextWidget(QWidget* parent) : QPlainTextEdit(parent) {
-    setFrameShape(QFrame::NoFrame);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setContextMenuPolicy(Qt::PreventContextMenu);
-    setTabChangesFocus(true);
-    setUndoRedoEnabled(false);
-  }
-  QWidget& Widget() override { return *this; }
-  void Take(const ControlLook& look) override {
-    setTextInteractionFlags(look.read_only ? Qt::TextSelectableByMouse : Qt::TextEditorInteraction);
-    setFont(QtFontFor(look.font));
-    QPalette colors = palette();
-    colors.setColor(QPalette::Base, QtColor(look.back_color));
-    colors.setColor(QPalette::Text, QtColor(look.fore_color));
-    setPalette(colors);
-    if (shown_ != look.text) Show(look.text);
-    Select(look);
-  }
-
- private:
-  // Changes what differs, so that assistive technology is told of what is new and nothing else. Dots that grow behind a
-  // line say nothing.
-  void Show(const std::string& text) {
-    const QString before = TextFromUtf8(shown_), after = TextFromUtf8(text);
-    const auto same = static_cast<int>(std::mismatch(before.begin(), before.end(), after.begin(), after.end()).first -
-                                       before.begin());
-    const QString added = after.mid(same);
-    std::optional<QSignalBlocker> silence;
-    if (same == before.size() && added.count(u'.') == added.size()) silence.emplace(document());
-    QTextCursor cursor(document());
-    cursor.setPosition(same);
-    cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-    cursor.insertText(added);
-    shown_ = text;
-  }
-  int PositionOf(std::int32_t byte) const {
-    const auto bytes = std::min(static_cast<std::size_t>(std::max(byte, 0)), shown_.size());
-    return static_cast<int>(TextFromUtf8(shown_.substr(0, bytes)).size());
-  }
-  void Select(const ControlLook& look) {
-    QTextCursor caret = textCursor();
-    caret.setPosition(PositionOf(look.selection_start));
-    caret.setPosition(PositionOf(look.selection_start + look.selection_length), QTextCursor::KeepAnchor);
-    setTextCursor(caret);
-    ensureCursorVisible();
-  }
-
-  std::string shown_;
-};
-
 // A text box of one line. In this program it only holds the focus out of sight, so it shows nothing and, unlike a
 // line editor, wakes nobody for a blinking caret; keys go on to the window.
 class FocusHolder final : public QWidget, public ControlWidget {
@@ -330,6 +276,7 @@ class FocusHolder final : public QWidget, public ControlWidget {
   explicit FocusHolder(QWidget* parent) : QWidget(parent) {}
   QWidget& Widget() override { return *this; }
   void Take(const ControlLook&) override {}
+  QAccessible::Role Role() const override { return QAccessible::Grouping; }
 };
 
 }  // namespace
@@ -364,7 +311,7 @@ ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report
     case ControlKind::TextBox:
       break;
   }
-  if (control.Look().multi_line) return new TextWidget(parent);
+  if (control.Look().multi_line) return MakeTextWidget(parent);
   return new FocusHolder(parent);
 }
 

@@ -27,6 +27,7 @@ class ControlWidget {
   // tells; and what pressing it does.
   virtual QAccessible::Role Role() const { return QAccessible::Client; }
   virtual void Press() {}
+  virtual void SetName(const QString& name) { Widget().setAccessibleName(name); }
 };
 
 ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report report);

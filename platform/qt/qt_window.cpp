@@ -111,41 +111,6 @@ void FormWindow::DrawControls() {
   NameControls();
 }
 
-// Panel by panel, each from its first control to its last: the items of a list come when the buttons behind it are
-// there already.
-void FormWindow::OrderTabs() {
-  std::unordered_map<const Control*, std::vector<const Control*>> children;
-  for (const Control* control : form_->Controls()) children[control->Parent()].push_back(control);
-  QWidget* last = nullptr;
-  const std::function<void(const Control*)> walk = [&](const Control* parent) {
-    for (const Control* control : children[parent]) {
-      QWidget& widget = WidgetOf(*control);
-      if (last != nullptr) setTabOrder(last, &widget);
-      last = &widget;
-      walk(control);
-    }
-  };
-  walk(nullptr);
-}
-
-// What has no text of its own is called by the label before it, as its designer meant it to be read.
-void FormWindow::NameControls() {
-  std::unordered_map<const Control*, const Control*> label_before;
-  for (const Control* control : form_->Controls()) {
-    if (control->Kind() == ControlKind::Label) {
-      label_before[control->Parent()] = control;
-      continue;
-    }
-    const auto label = label_before.find(control->Parent());
-    const bool inherits = label == label_before.end() && control->Parent() != nullptr;
-    QWidget& widget = WidgetOf(*control);
-    const QString name = label != label_before.end() ? TextFromUtf8(label->second->Text())
-                         : inherits                  ? WidgetOf(*control->Parent()).accessibleName()
-                                                     : TextFromUtf8(form_->Caption());
-    if (control->Kind() != ControlKind::Button && widget.accessibleName() != name) widget.setAccessibleName(name);
-  }
-}
-
 void FormWindow::DrawControl(const Control& control) {
   Drawn& drawn = drawn_[control.Id()];
   drawn.pass = pass_;
@@ -164,6 +129,47 @@ void FormWindow::DrawControl(const Control& control) {
   widget.setGeometry(PlaceOf(control));
   widget.setEnabled(control.Enabled());
   widget.setVisible(control.Visible());
+}
+
+// Panel by panel, each from its first control to its last: the items of a list come when the buttons behind it are
+// there already.
+void FormWindow::OrderTabs() {
+  std::unordered_map<const Control*, std::vector<const Control*>> children;
+  for (const Control* control : form_->Controls()) children[control->Parent()].push_back(control);
+  QWidget* last = nullptr;
+  const std::function<void(const Control*)> walk = [&](const Control* parent) {
+    for (const Control* control : children[parent]) {
+      QWidget& widget = WidgetOf(*control);
+      if (widget.focusPolicy() != Qt::NoFocus) {
+        if (last != nullptr) setTabOrder(last, &widget);
+        last = &widget;
+      }
+      walk(control);
+    }
+  };
+  walk(nullptr);
+}
+
+// What has no text of its own is called by a label, as its designer meant it to be read: a panel by the first one in
+// it, everything else by the one before it, or else as what it lies in.
+void FormWindow::NameControls() {
+  std::unordered_map<const Control*, const Control*> first_in, before;
+  for (const Control* control : form_->Controls()) {
+    if (control->Kind() == ControlKind::Label) first_in.emplace(control->Parent(), control);
+  }
+  for (const Control* control : form_->Controls()) {
+    if (control->Kind() == ControlKind::Label) before[control->Parent()] = control;
+    if (control->Kind() == ControlKind::Label || control->Kind() == ControlKind::Button) continue;
+    const Control* label = first_in.contains(control) ? first_in[control] : before[control->Parent()];
+    QString name = TextFromUtf8(form_->Caption());
+    if (label != nullptr) {
+      name = TextFromUtf8(label->Text());
+    } else if (control->Parent() != nullptr) {
+      name = WidgetOf(*control->Parent()).accessibleName();
+    }
+    ControlWidget& widget = *drawn_.at(control->Id()).widget;
+    if (widget.Widget().accessibleName() != name) widget.SetName(name);
+  }
 }
 
 QWidget& FormWindow::WidgetOf(const Control& control) const { return drawn_.at(control.Id()).widget->Widget(); }

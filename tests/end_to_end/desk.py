@@ -94,7 +94,7 @@ class Desk:
 
     def open_display(self):
         size = f"{700 * self.scale}x{460 * self.scale}x24"
-        xvfb = self.start("Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp")
+        xvfb = self.start("Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp", "-noreset")
         self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
         self.start("openbox", "--sm-disable")
         until("the window manager", lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").stdout)

@@ -188,6 +188,7 @@ TEST(CheckNew, ConfigureUpdaterShowsTheDialogInAnyStateOfACheck) {
       EXPECT_TRUE(app.dialog().Visible());
       EXPECT_TRUE(app.controls().picStep100.Visible());
       EXPECT_EQ(app.toolkit.topmost.size(), 1u);
+      EXPECT_TRUE(app.toolkit.took_keyboard);
     });
     app.After(seconds(40), [&] {
       EXPECT_EQ(app.Client("client").GetStatus(), StatusIdle);

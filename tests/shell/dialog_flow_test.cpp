@@ -287,6 +287,7 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
     EXPECT_EQ(app.dialog().Loaded(), row.shown);
     EXPECT_EQ(app.dialog().Visible(), row.shown);
     EXPECT_EQ(app.toolkit.topmost.size(), row.shown ? 1u : 0u) << "above all other windows for a client";
+    EXPECT_FALSE(app.toolkit.took_keyboard) << "from a user who types in another program";
     EXPECT_EQ(app.VersionValue(kValueCheckedOn), row.checked_on);
     EXPECT_EQ(app.toolkit.messages.size(), static_cast<std::size_t>(row.messages));
     EXPECT_EQ(app.transfer.requests.size(), 1u) << "one search for one arming";
