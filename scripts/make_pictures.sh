@@ -6,11 +6,15 @@ out=$(cd "$(dirname "$0")/.." && pwd)/resources/pictures
 mkdir -p "$out"
 readonly factor=16
 
-# draw NAME WIDTH HEIGHT BACKGROUND MVG: units of the drawing are pixels of the finished picture.
+# draw NAME WIDTH HEIGHT BACKGROUND MVG: units of the drawing are pixels of the finished picture. A second one of twice the
+# size is for screens of high resolution.
 draw() {
   local name=$1 width=$2 height=$3 background=$4 commands=$5
-  convert -size "$((width * factor))x$((height * factor))" "xc:$background" -draw "scale $factor,$factor $commands" \
-    -filter Box -resize "${width}x${height}!" -strip -define png:exclude-chunks=date,time "PNG32:$out/$name.png"
+  local drawn=(-font DejaVu-Sans-Bold -size "$((width * factor))x$((height * factor))" "xc:$background" -draw "scale $factor,$factor $commands"
+    -filter Box)
+  local plain=(-strip -define "png:exclude-chunks=date,time")
+  convert "${drawn[@]}" -resize "${width}x${height}!" "${plain[@]}" "PNG32:$out/$name.png"
+  convert "${drawn[@]}" -resize "$((2 * width))x$((2 * height))!" "${plain[@]}" "PNG32:$out/$name@2x.png"
 }
 
 # A printed card: band, portrait, lines of text. Its top left corner is 0,0 and it is 30 by 20 units.
@@ -63,3 +67,19 @@ draw hand 32 32 none '
         C 11.6,24.4 9.2,22 7.4,19 C 5.9,16.6 8,15.2 9.4,16.8 Z"
   fill none path "M 14.4,12.6 L 14.4,17.2" path "M 17.9,13.4 L 17.9,17.4" path "M 21.2,14.4 L 21.2,17.6"
   path "M 12.6,25.2 L 22.6,25.2"'
+
+# The signs of the messages.
+readonly disc='fill #00000040 circle 16,17 16,31.5'
+draw information 32 32 none "$disc
+  fill #3f7fb5 circle 16,16 16,30.5 fill #5c9bd0 path 'M 1.5,16 A 14.5,14.5 0 0,1 30.5,16 A 24,15 0 0,0 1.5,16 Z'
+  fill #ffffff circle 16,9 16,11.2 rectangle 14,13.4 18,24"
+draw question 32 32 none "$disc
+  fill #3f7fb5 circle 16,16 16,30.5 fill #5c9bd0 path 'M 1.5,16 A 14.5,14.5 0 0,1 30.5,16 A 24,15 0 0,0 1.5,16 Z'
+  fill #ffffff font-size 22 text 9.6,24 '?'"
+draw warning 32 32 none "
+  fill #00000040 stroke #00000040 stroke-width 3 stroke-linejoin round path 'M 16,4.5 L 29.5,28.5 L 2.5,28.5 Z'
+  fill #f0a830 stroke #f0a830 stroke-width 3 stroke-linejoin round path 'M 16,3.5 L 29.5,27.5 L 2.5,27.5 Z'
+  stroke none fill #2c2c2c path 'M 14,10 L 18,10 L 17.2,19.6 L 14.8,19.6 Z' circle 16,23.6 16,25.7"
+draw stop 32 32 none "$disc
+  fill #c23b32 circle 16,16 16,30.5 fill #d85c50 path 'M 1.5,16 A 14.5,14.5 0 0,1 30.5,16 A 24,15 0 0,0 1.5,16 Z'
+  fill none stroke #ffffff stroke-width 3.6 stroke-linecap round path 'M 10.6,10.6 L 21.4,21.4' path 'M 21.4,10.6 L 10.6,21.4'"

@@ -1,5 +1,6 @@
 #include "qt/qt_style.h"
 
+#include <QIcon>
 #include <QPainter>
 #include <QStyleFactory>
 #include <QStyleOption>
@@ -76,6 +77,24 @@ QPalette PaletteOn(Color background) {
 }
 
 DialogStyle::DialogStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+QIcon DialogStyle::standardIcon(StandardPixmap which, const QStyleOption* option, const QWidget* widget) const {
+  const auto sign = [](const char* name) {
+    return QIcon(QStringLiteral(":/pictures/%1.png").arg(QLatin1StringView(name)));
+  };
+  switch (which) {
+    case SP_MessageBoxInformation:
+      return sign("information");
+    case SP_MessageBoxQuestion:
+      return sign("question");
+    case SP_MessageBoxWarning:
+      return sign("warning");
+    case SP_MessageBoxCritical:
+      return sign("stop");
+    default:
+      return QProxyStyle::standardIcon(which, option, widget);
+  }
+}
 
 void DialogStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                               const QWidget* widget) const {

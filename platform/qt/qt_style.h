@@ -21,6 +21,7 @@ QPalette PaletteOn(Color background);
 class DialogStyle final : public QProxyStyle {
  public:
   DialogStyle();
+  QIcon standardIcon(StandardPixmap which, const QStyleOption* option, const QWidget* widget) const override;
   void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                    const QWidget* widget) const override;
   void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,

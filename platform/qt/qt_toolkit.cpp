@@ -47,14 +47,12 @@ QMessageBox::Icon IconFor(std::int32_t style) {
 }
 
 // `box` has no parent: the window below it may be destroyed while it is open.
-void PlaceAbove(QMessageBox& box, const QWidget* window) {
-  if (window == nullptr) return;
+void ShowAbove(QMessageBox& box, const QWidget* window) {
   box.winId();  // makes its native window
-  box.windowHandle()->setTransientParent(window->windowHandle());
-  box.adjustSize();
-  QRect place(QPoint(0, 0), box.size());
-  place.moveCenter(window->frameGeometry().center());
-  box.move(place.topLeft());
+  if (window != nullptr) box.windowHandle()->setTransientParent(window->windowHandle());
+  box.show();  // knows its size from here on
+  const QRect below = window != nullptr ? window->frameGeometry() : UsableScreen();
+  box.move(below.center() - box.rect().center());
 }
 
 void LeaveKeyboard(QMessageBox& box) {
@@ -176,11 +174,10 @@ std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style
   box.setWindowModality(Qt::ApplicationModal);
   bool answered = false;
   QObject::connect(&box, &QDialog::finished, &box, [&answered] { answered = true; });
-  PlaceAbove(box, VisibleWindow());
   if (audience_ == Audience::BusyPerson && QApplication::activeWindow() == nullptr) LeaveKeyboard(box);
 
   ++open_boxes_;
-  box.show();
+  ShowAbove(box, VisibleWindow());
   while (!answered) loop_.Wait(kForever);
   --open_boxes_;
   if (!yes_no) return kAnswerOk;
