@@ -1,6 +1,7 @@
 #include "qt/qt_fonts.h"
 
 #include <QFontDatabase>
+#include <QFontMetrics>
 #include <QPainter>
 #include <QTextLayout>
 #include <QtMath>
@@ -92,30 +93,49 @@ QFont QtFontFor(const Font& font) {
 
 int LineHeightOf(const Font& font) { return qCeil(font.points * kDesignLineHeight / kDesignPoints); }
 
-TextBlock::TextBlock(const QString& text, const Font& font, std::optional<int> wrap_width, Qt::Alignment alignment) {
-  const int line_height = LineHeightOf(font);
+TextBlock::TextBlock(const QString& text, const Font& font, std::optional<int> wrap_width)
+    : line_height_(LineHeightOf(font)) {
   const QFont qt_font = QtFontFor(font);
-  QTextOption option(alignment);
+  QTextOption option;
   option.setWrapMode(wrap_width ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
   if (!wrap_width) option.setFlags(QTextOption::IncludeTrailingSpaces);
+  option.setTextDirection(Qt::LayoutDirectionAuto);
   for (const QString& paragraph : text.split(u'\n')) {
+    option.setAlignment(wrap_width && paragraph.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft);
     paragraphs_.push_back(std::make_unique<QTextLayout>(paragraph, qt_font));
     paragraphs_.back()->setTextOption(option);
-    LayOut(*paragraphs_.back(), wrap_width, line_height);
+    LayOut(*paragraphs_.back(), wrap_width);
   }
 }
 
 TextBlock::~TextBlock() = default;
 
-void TextBlock::LayOut(QTextLayout& paragraph, std::optional<int> wrap_width, int line_height) {
+void TextBlock::LayOut(QTextLayout& paragraph, std::optional<int> wrap_width) {
   paragraph.beginLayout();
   for (QTextLine line = paragraph.createLine(); line.isValid(); line = paragraph.createLine()) {
     line.setLineWidth(wrap_width ? *wrap_width : kUnbounded);
-    line.setPosition(QPointF(0, height_ + (line_height - line.height()) / 2));
+    line.setPosition(QPointF(0, height_ + (line_height_ - line.height()) / 2));
     width_ = std::max(width_, qCeil(line.naturalTextWidth()));
-    height_ += line_height;
+    height_ += line_height_;
   }
   paragraph.endLayout();
+}
+
+QString TextBlock::ElidedTo(const QSize& room) const {
+  const int lines_wanted = std::max(1, room.height() / line_height_);
+  const int lines_there = height_ / line_height_;
+  const QFontMetrics metrics(paragraphs_.front()->font());
+  QStringList lines;
+  for (const auto& paragraph : paragraphs_) {
+    for (int i = 0; i < paragraph->lineCount() && lines.size() < lines_wanted; ++i) {
+      const QTextLine line = paragraph->lineAt(i);
+      const bool last = lines.size() + 1 == lines_wanted && lines_there > lines_wanted;
+      QString text = last ? paragraph->text().mid(line.textStart()) + u'\u2026'
+                          : paragraph->text().mid(line.textStart(), line.textLength());
+      lines.append(metrics.elidedText(text, Qt::ElideRight, room.width()));
+    }
+  }
+  return lines.join(u'\n');
 }
 
 void TextBlock::Draw(QPainter& painter, const QPointF& top_left) const {

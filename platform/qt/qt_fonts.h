@@ -36,17 +36,20 @@ int LineHeightOf(const Font& font);
 // wider. No markup and no mnemonics.
 class TextBlock {
  public:
-  // `alignment` places the lines within the wrap width.
-  TextBlock(const QString& text, const Font& font, std::optional<int> wrap_width,
-            Qt::Alignment alignment = Qt::AlignLeft);
+  // A paragraph that is read from the right begins at the right end of the wrap width.
+  TextBlock(const QString& text, const Font& font, std::optional<int> wrap_width);
   ~TextBlock();
 
   QSize Size() const { return {width_, height_}; }
+  // The text as it goes into `room`: whole lines only, but at least one, the last one with an ellipsis for what is left
+  // out. It keeps its line breaks.
+  QString ElidedTo(const QSize& room) const;
   void Draw(QPainter& painter, const QPointF& top_left) const;
 
  private:
-  void LayOut(QTextLayout& paragraph, std::optional<int> wrap_width, int line_height);
+  void LayOut(QTextLayout& paragraph, std::optional<int> wrap_width);
 
+  const int line_height_;
   std::vector<std::unique_ptr<QTextLayout>> paragraphs_;
   int width_ = 0;
   int height_ = 0;

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::int32_t kTwipsPerNotch = 3 * 195;  // of the wheel: three lines of text
 constexpr int kAnglePerNotch = 120;
+constexpr int kButtonMargin = 6;  // pixels
 
 QPixmap PictureOf(const std::string& name) {
   return QPixmap(QStringLiteral(":/pictures/%1.png").arg(QString::fromStdString(name)));
@@ -38,6 +39,12 @@ void TakePointer(QWidget& widget, std::int32_t pointer) {
   } else {
     widget.setCursor(CursorFor(pointer));
   }
+}
+
+// What there is no room for can be read by pointing at it. Never as markup: a text may come from the maker's server.
+void ShowWhole(QWidget& widget, const QString& whole, bool is_cut) {
+  widget.setToolTip(is_cut ? QStringLiteral("<p style='white-space: pre-wrap'>%1</p>").arg(whole.toHtmlEscaped())
+                           : QString());
 }
 
 // A widget that paints itself and may be clicked.
@@ -170,6 +177,7 @@ class LabelWidget final : public Area {
     painter.setPen(isEnabled() ? QtColor(look_.fore_color) : kDisabledText);
     Text().Draw(painter, QPointF(0, 0));
   }
+  void resizeEvent(QResizeEvent*) override { block_.reset(); }
   void focusInEvent(QFocusEvent* event) override {
     // A window that becomes active gives the focus back as it was.
     if (event->reason() != Qt::ActiveWindowFocusReason) by_keyboard_ = event->reason() != Qt::MouseFocusReason;
@@ -187,11 +195,14 @@ class LabelWidget final : public Area {
  private:
   // Laid out when it is first painted: most labels of a long list never are.
   const TextBlock& Text() {
-    if (!block_) {
-      std::optional<int> wrap_width;
-      if (look_.word_wrap || !look_.auto_size) wrap_width = PixelsFromTwips(look_.rect.width);
-      block_.emplace(TextFromUtf8(look_.text), look_.font, wrap_width);
-    }
+    if (block_) return *block_;
+    std::optional<int> wrap_width;
+    if (look_.word_wrap || !look_.auto_size) wrap_width = PixelsFromTwips(look_.rect.width);
+    const QString whole = TextFromUtf8(look_.text);
+    block_.emplace(whole, look_.font, wrap_width);
+    const bool is_cut = block_->Size().width() > width() || block_->Size().height() > height();
+    if (is_cut) block_.emplace(block_->ElidedTo(size()), look_.font, wrap_width);
+    ShowWhole(*this, whole, is_cut);
     return *block_;
   }
   void PaintFocus(QPainter& painter) const {
@@ -264,7 +275,12 @@ class ButtonWidget final : public QPushButton, public ControlWidget {
   QWidget& Widget() override { return *this; }
   void Take(const ControlLook& look) override {
     setFont(QtFontFor(look.font));
-    setText(TextFromUtf8(look.text).replace(u'&', QStringLiteral("&&")));  // a single one would make a shortcut
+    const QString whole = TextFromUtf8(look.text);
+    const int room = PixelsFromTwips(look.rect.width) - 2 * kButtonMargin;
+    QString shown = fontMetrics().elidedText(whole, Qt::ElideRight, room);
+    ShowWhole(*this, whole, shown != whole);
+    setText(shown.replace(u'&', QStringLiteral("&&")));  // a single one would make a shortcut
+    setAccessibleName(whole);
     TakePointer(*this, look.mouse_pointer);
   }
 };

@@ -6,6 +6,7 @@
 #include <QScrollBar>
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -22,6 +23,8 @@ constexpr Qt::WindowFlags kDialogFrame =
     Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
 constexpr std::int32_t kTwipsPerArrowKey = 195;
 constexpr std::int32_t kFarAway = INT16_MAX;
+constexpr Twips kPanelMargin = 195;  // what the design leaves free at a panel's right edge
+constexpr Twips kButtonGap = 75;
 
 // Rounds edges, not sizes, so that neighbours that touch in twips touch in pixels.
 QRect PixelRect(const Rect& rect) {
@@ -30,8 +33,24 @@ QRect PixelRect(const Rect& rect) {
   return {top_left, QSize(end.x() - top_left.x(), end.y() - top_left.y())};
 }
 
-QRect PlaceOf(const Control& control) {
-  QRect place = PixelRect(control.Look().rect);
+// A label that sizes itself can become longer than its panel, or than the way to a button in its row: it is drawn up to
+// there.
+Rect WithinItsRow(const Control& label, const std::vector<const Control*>& buttons) {
+  Rect rect = label.Look().rect;
+  Twips end = label.Parent()->Width() - kPanelMargin;
+  for (const Control* button : buttons) {
+    const Rect& its = button->Look().rect;
+    if (button->Parent() != label.Parent() || its.left <= rect.left) continue;
+    if (its.top < rect.top + rect.height && rect.top < its.top + its.height) end = std::min(end, its.left - kButtonGap);
+  }
+  rect.width = std::clamp<Twips>(end - rect.left, 0, rect.width);
+  return rect;
+}
+
+QRect PlaceOf(const Control& control, const std::vector<const Control*>& buttons) {
+  const bool own_length =
+      control.Kind() == ControlKind::Label && control.Look().auto_size && control.Parent() != nullptr;
+  QRect place = PixelRect(own_length ? WithinItsRow(control, buttons) : control.Look().rect);
   // A level or upright line has no extent in one direction.
   if (control.Kind() == ControlKind::Line) place.setSize(place.size().expandedTo(QSize(1, 1)));
   return place;
@@ -99,6 +118,9 @@ void FormWindow::DrawFrame() {
 void FormWindow::DrawControls() {
   ++pass_;
   const std::size_t before = drawn_.size();
+  buttons_.clear();
+  std::copy_if(form_->Controls().begin(), form_->Controls().end(), std::back_inserter(buttons_),
+               [](const Control* control) { return control->Kind() == ControlKind::Button; });
   for (const Control* control : form_->Controls()) DrawControl(*control);
   bool others = drawn_.size() != before;
   std::erase_if(drawn_, [&](const auto& entry) {
@@ -126,7 +148,7 @@ void FormWindow::DrawControl(const Control& control) {
   drawn.changes = control.Changes();
   QWidget& widget = drawn.widget->Widget();
   drawn.widget->Take(control.Look());
-  widget.setGeometry(PlaceOf(control));
+  widget.setGeometry(PlaceOf(control, buttons_));
   widget.setEnabled(control.Enabled());
   widget.setVisible(control.Visible());
 }

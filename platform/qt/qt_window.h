@@ -8,6 +8,7 @@
 #include <QWidget>
 #include <cstdint>
 #include <unordered_map>
+#include <vector>
 
 #include "controls/form.h"
 
@@ -60,6 +61,7 @@ class FormWindow final : public QWidget {
   std::uint64_t pass_ = 0;
   Rect outer_;  // of the form when the window was placed last
   std::unordered_map<ControlId, Drawn> drawn_;
+  std::vector<const Control*> buttons_;  // of the form, as of the last drawing
 };
 
 }  // namespace tsly

@@ -19,8 +19,8 @@ import dbus
 import dbus.bus
 
 SERVICE = "com.quillonsystems.TessalyStudio"
-PRODUCT_KEY = r"HKLM\SOFTWARE\Quillon Systems\Tessaly Studio\7.0"
-VERSION_KEY = PRODUCT_KEY + r"\Version"
+USER_KEY = r"HKCU\SOFTWARE\Quillon Systems\Tessaly Studio\7.0"
+VERSION_KEY = r"HKLM\SOFTWARE\Quillon Systems\Tessaly Studio\7.0\Version"
 # Where the dialog's controls can be clicked, in twips, 15 to the pixel.
 FREQUENCY, CHECK, OK = (2700, 2580), (1700, 3610), (6350, 3630)
 INSTALL, LATER, CLOSE = (5950, 3650), (2480, 3650), (4240, 3700)

@@ -41,7 +41,7 @@ class SampleForm final : public Form {
     ControlLook look = LookAt({300, 300, 3000, kPanelHeight});
     look.back_color = kPanelColor;
     panel.Reset(look);
-    look = LookAt({150, 150, 900, 195}, "<b>A&B</b> and some more words");
+    look = LookAt({150, 150, 900, 195}, "<b>A&B</b> and more");
     look.transparent = look.auto_size = true;
     label.Reset(look);
     look.rect.top = 450;
@@ -191,6 +191,37 @@ TEST_F(QtToolkitTest, TextIsDrawnLiterallyAndAsWideAsMeasured) {
   EXPECT_NEAR(InkWidth(Window()->grab(place).toImage()), place.width(), 3);
   EXPECT_EQ(qobject_cast<QPushButton*>(Find("button"))->shortcut(), QKeySequence());
   EXPECT_EQ(qobject_cast<QPlainTextEdit*>(Find("text"))->toPlainText(), QStringLiteral("one\ntwo"));
+}
+
+TEST_F(QtToolkitTest, ATextWithoutRoomIsCutAndCanBeReadWhole) {
+  QString whole;
+  for (int i = 0; i < 30; ++i) whole += QStringLiteral("<b>word</b> ");
+  QWidget* label = Shown("label");
+  form.label.SetText(whole.toStdString());
+  form.button.SetText(whole.toStdString());
+  Serve();
+  Window()->grab();
+  EXPECT_LE(label->geometry().right(), label->parentWidget()->width());
+  for (const QWidget* cut : {label, Find("button")}) {
+    EXPECT_TRUE(cut->toolTip().contains(whole.toHtmlEscaped())) << cut->toolTip().toStdString();
+    EXPECT_EQ(cut->accessibleName(), whole);
+  }
+  EXPECT_LE(qobject_cast<QPushButton*>(Find("button"))->sizeHint().width(), 100 + 30);
+  form.label.SetText("short");
+  Serve();
+  Window()->grab();
+  EXPECT_EQ(label->toolTip(), QString());
+}
+
+TEST_F(QtToolkitTest, TextThatIsReadFromTheRightBeginsThere) {
+  ControlLook look = LookAt({0, 0, 2400, 195}, "\u05D0\u05D1 1");
+  look.transparent = true;
+  form.Load();
+  form.label.Reset(look);
+  const QWidget* label = Shown("label");
+  const QRect left_half(label->mapTo(Window(), QPoint(0, 0)), QSize(label->width() / 2, label->height()));
+  EXPECT_LE(InkWidth(Window()->grab(left_half).toImage()), 0);
+  EXPECT_GT(InkWidth(Window()->grab(left_half.translated(left_half.width(), 0)).toImage()), 5);
 }
 
 TEST_F(QtToolkitTest, MeasuresInWholePixelsAndLines) {
