@@ -93,7 +93,7 @@ class Desk:
         self.setting("Version file URL", "sz", self.address + "/updates.txt")
 
     def open_display(self):
-        size = f"{700 * self.scale}x{460 * self.scale}x24"
+        size = f"{round(700 * self.scale)}x{round(460 * self.scale)}x24"
         xvfb = self.start("Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp", "-noreset")
         self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
         self.start("openbox", "--sm-disable")
@@ -188,7 +188,7 @@ class Desk:
         return self.run("xdotool", "search", "--onlyvisible", "--class", name).stdout.split()
 
     def click(self, place, window=None, button="1"):
-        x, y = (str(twips * self.scale // 15) for twips in place)
+        x, y = (str(int(twips * self.scale / 15)) for twips in place)
         self.run("xdotool", "mousemove", "--sync", "--window", window or self.windows()[0], x, y, "click", button)
 
     def press(self, *keys):

@@ -60,6 +60,9 @@ TEST(DialogFlow, TellsTheLastCheckInTheUsersForm) {
   } kCases[] = {
       {std::string("60060630"), "Last: 03.10.2014|10.03.2014|18h30"},
       {60060630,                "Last: 03.10.2014|10.03.2014|18h30"},
+      {std::string("-1440"),    "Last: 12.29.1899|29.12.1899|00h00"},
+      {std::string("90000000"), "Last: 02.11.2071|11.02.2071|00h00"},
+      {std::string("1e300"),    "Last: 12.31.9999|31.12.9999|00h00"},
       {std::string("0"),        "Never"                            },
       {std::string("abc"),      "Never"                            },
       {std::string("12 abc"),   "Never"                            },
