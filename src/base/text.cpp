@@ -91,6 +91,15 @@ std::string LowerCase(std::string_view text) {
   return lower;
 }
 
+bool IsUtf8(std::string_view text) {
+  char32_t letter = 0;
+  for (std::size_t length = 1; !text.empty(); text.remove_prefix(length)) {
+    length = static_cast<unsigned char>(text[0]) < 0x80 ? 1 : DecodeUtf8(text, letter);
+    if (length == 0) return false;
+  }
+  return true;
+}
+
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && LowerCase(a) == LowerCase(b);
 }

@@ -15,6 +15,9 @@ namespace tsly {
 std::string LowerCase(std::string_view text);
 bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
+// Whether all of it is well-formed UTF-8.
+bool IsUtf8(std::string_view text);
+
 // Without the blanks at one or both ends; blanks only, no other white space.
 std::string Trim(std::string_view text);
 std::string TrimStart(std::string_view text);

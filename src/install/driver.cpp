@@ -113,9 +113,9 @@ bool frmVerify::InstallUpdate(std::int32_t i) {
 }
 
 void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
-  const char* key = failed == 0      ? text_key::kFinishedSuccess
-                    : succeeded == 0 ? text_key::kFinishedFailed
-                                     : text_key::kFinishedMixed;
+  const ResourceKey& key = failed == 0      ? text_key::kFinishedSuccess
+                           : succeeded == 0 ? text_key::kFinishedFailed
+                                            : text_key::kFinishedMixed;
   CheckedOn = failed == 0 ? needs_.clock.Now() : 0;
   Step([&] {
     const std::string text = Replace(ResString(key), "[N-SUCCESS]", std::to_string(succeeded));

@@ -11,13 +11,13 @@ namespace {
 
 using Information = std::vector<std::string>;
 
-constexpr const char* kSizeUnits[] = {text_key::kUpdateSizeBytes, text_key::kUpdateSizeKB, text_key::kUpdateSizeMB,
+constexpr ResourceKey kSizeUnits[] = {text_key::kUpdateSizeBytes, text_key::kUpdateSizeKB, text_key::kUpdateSizeMB,
                                       text_key::kUpdateSizeGB};
 
 // The states whose line is a text as it stands.
 struct PlainText {
   std::int32_t state;
-  const char* key;
+  ResourceKey key;
 };
 
 constexpr PlainText kPlainTexts[] = {
@@ -34,8 +34,8 @@ constexpr PlainText kPlainTexts[] = {
 // The states that tell of a failed action: the line, and the inner message that fills its [ERROR].
 struct FailureText {
   std::int32_t state;
-  const char* line;
-  const char* error;  // for all but a folder
+  ResourceKey line;
+  ResourceKey error;  // for all but a folder
 };
 
 constexpr FailureText kFailureTexts[] = {

@@ -11,7 +11,7 @@ constexpr Twips kPixelsBehindLeadIn = 5;
 
 }  // namespace
 
-std::string frmVerify::ResString(const char* key) { return needs_.localization.GetResString(key); }
+std::string frmVerify::ResString(const ResourceKey& key) { return needs_.localization.GetResString(key); }
 
 // Every text is a step of its own: a key that is nowhere leaves its control as the design has it.
 void frmVerify::LocalizeDialog() {
@@ -28,7 +28,9 @@ void frmVerify::LocalizeDialog() {
   for (Control* step : controls.AllPicStep()) step->SetBorderStyle(0);
   for (Label* label : controls.AllLblInfo()) label->SetBorderStyle(0);
 
-  const auto set_text = [this](Control& control, const char* key) { Step([&] { control.SetText(ResString(key)); }); };
+  const auto set_text = [this](Control& control, const ResourceKey& key) {
+    Step([&] { control.SetText(ResString(key)); });
+  };
   Step([&] { SetCaption(ResString(text_key::kWindowCaption)); });
   set_text(controls.lblInfo100, text_key::kTitle);
   set_text(controls.lblInfo101, text_key::kMainCaption);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tsly {
@@ -15,6 +16,7 @@ class Form;
 class Locale;
 class MGlobal;
 class MRegistry;
+struct ResourceKey;
 
 class MLocalization {
  public:
@@ -36,7 +38,10 @@ class MLocalization {
 
   // The text of a resource key (resource_strings.cpp). A key that is in neither language file raises error -1, source
   // "GetResString".
-  std::string GetResString(const std::string& key);
+  std::string GetResString(std::string_view key);
+
+  // The text that a value of a language file says: line breaks in place of "\n" and "\012", outer quotes away.
+  static std::string TextOfValue(std::string text);
 
   // 0 the selected language's name as the settings give it; 1 to 4 what its file says: name, abbreviation, version in
   // lower case, default skin. Any other index raises error 9; all five come from the form without an index.
@@ -66,7 +71,7 @@ class MLocalization {
   void SettleDefaultSkin();
   bool SelectSkin();
   bool TakeSkin(const std::string& name);
-  void ShowSkinMessage(const char* key, const std::string& skin_name, std::int32_t icon);
+  void ShowSkinMessage(const ResourceKey& key, const std::string& skin_name, std::int32_t icon);
   bool FindText(const std::string& section, const std::string& key, const std::string& file, std::string& text);
   std::string GeneralValue(const std::string& file, const char* key);
 

@@ -5,50 +5,13 @@
 #include "controls/form.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
+#include "localization/charsets.h"
 #include "ports/locale.h"
 
 namespace tsly {
 namespace {
 
-// Font character sets (LOGFONT, wingdi.h) by the names that language files use.
-struct CharsetName {
-  const char* name;
-  std::int32_t charset;
-};
-
-constexpr CharsetName kCharsets[] = {
-    {"western european",    -1 },
-    {"japanese",            128},
-    {"korean",              129},
-    {"simplified chinese",  134},
-    {"traditional chinese", 136},
-    {"greek",               161},
-    {"turkish",             162},
-    {"vietnamese",          163},
-    {"hebrew",              177},
-    {"arabic",              178},
-    {"baltic",              186},
-    {"russian",             204},
-    {"thai",                222},
-    {"eastern european",    238},
-};
-
 constexpr std::int32_t kDefaultCharset = 1;
-
-std::string FontOfCharset(std::int32_t charset) {
-  switch (charset) {
-    case 128:
-      return "MS UI Gothic";
-    case 134:
-      return "SimSun";
-    case 136:
-      return "Microsoft JhengHei";
-    case 178:
-      return "Arial";
-    default:
-      return "";
-  }
-}
 
 // Not a character set of its own: the system's goes in its place.
 bool IsSystemCharset(std::int32_t charset) { return charset == 0 || charset == 1 || charset == -1; }
@@ -58,10 +21,7 @@ bool IsSystemCharset(std::int32_t charset) { return charset == 0 || charset == 1
 std::int32_t MLocalization::GetLanguageCharset() {
   std::string name;
   Step([&] { name = LowerCase(Trim(GetResString(text_key::kCharset))); });
-  for (const CharsetName& row : kCharsets) {
-    if (name == row.name) return row.charset;
-  }
-  return kDefaultCharset;
+  return CharsetNamed(name).value_or(kDefaultCharset);
 }
 
 std::int32_t MLocalization::GetSystemCharset() {

@@ -18,7 +18,6 @@ namespace {
 constexpr const char* kEnglish = "English";
 constexpr const char* kLanguagePattern = "[AppPath]\\Languages\\[Language].ini";
 constexpr const char* kSkinPattern = "[AppPath]\\Skins\\[SkinName]\\Skin.ini";
-constexpr const char* kLanguageSignature = "Tessaly Studio Resources file";
 constexpr const char* kSkinSignature = "Tessaly Studio Skin description file";
 constexpr std::string_view kPending = ".new";
 constexpr std::string_view kEnding = ".ini";

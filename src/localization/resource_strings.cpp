@@ -1,13 +1,12 @@
 #include "base/runtime_error.h"
 #include "base/text.h"
 #include "localization/MLocalization.h"
+#include "localization/MLocalizationText.h"
 #include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {
 
-// The sections that this program reaches, out of the 54 of the host product's language files.
-constexpr const char* kSections = "00:General|01:Miscellaneous|02:Error messages|49:Software updates";
 constexpr std::size_t kHighestSection = 53;
 constexpr std::size_t kErrorMessages = 2;
 
@@ -19,7 +18,9 @@ std::string WithLineBreaks(const std::string& text, std::string_view sign) {
   return broken;
 }
 
-std::string CleanUp(std::string text) {
+}  // namespace
+
+std::string MLocalization::TextOfValue(std::string text) {
   text = WithLineBreaks(text, "\\012");
   text = WithLineBreaks(text, "\\n");
   if (TrimStart(text).starts_with('"') && TrimEnd(text).ends_with('"')) {
@@ -31,11 +32,9 @@ std::string CleanUp(std::string text) {
   return text;
 }
 
-}  // namespace
-
 void MLocalization::BuildSectionTable() {
   StringSections.assign(kHighestSection + 1, "");
-  for (const std::string& row : Split(kSections, "|")) {
+  for (const std::string& row : Split(kResourceSections, "|")) {
     const auto colon = row.find(':');
     if (colon == std::string::npos) continue;
     const auto number = static_cast<std::size_t>(LeadingInt32(row.substr(0, colon)));
@@ -44,11 +43,11 @@ void MLocalization::BuildSectionTable() {
   }
 }
 
-std::string MLocalization::GetResString(const std::string& key) {
+std::string MLocalization::GetResString(std::string_view key) {
   const auto colon = key.find(':');
-  const std::string name = colon == std::string::npos ? key : key.substr(colon + 1);
+  const std::string name(colon == std::string_view::npos ? key : key.substr(colon + 1));
   std::size_t number = kErrorMessages;
-  if (colon != std::string::npos && colon > 0) {
+  if (colon != std::string_view::npos && colon > 0) {
     const std::int32_t given = LeadingInt32(key.substr(0, colon));
     if (given >= 0 && static_cast<std::size_t>(given) < StringSections.size()) number = static_cast<std::size_t>(given);
   }
@@ -56,10 +55,10 @@ std::string MLocalization::GetResString(const std::string& key) {
 
   std::string text;
   if (FindText(section, name, SelectedLanguageFile, text) || FindText(section, name, DefaultLanguageFile, text)) {
-    return CleanUp(text);
+    return TextOfValue(text);
   }
   text = Replace(Replace(ResourceMissingText, "[RESOURCE_NUMBER]", name), "[RESOURCE_SECTION]", section);
-  throw RuntimeError{-1, "GetResString", CleanUp(text)};
+  throw RuntimeError{-1, "GetResString", TextOfValue(text)};
 }
 
 // A key that is there with an empty value counts: its text is the empty one.

@@ -59,7 +59,7 @@ bool MLocalization::TakeSkin(const std::string& name) {
   return true;
 }
 
-void MLocalization::ShowSkinMessage(const char* key, const std::string& skin_name, std::int32_t icon) {
+void MLocalization::ShowSkinMessage(const ResourceKey& key, const std::string& skin_name, std::int32_t icon) {
   Step([&] { global_.ShowMessage(Replace(GetResString(key), "[SKIN_NAME]", skin_name), icon); });
 }
 

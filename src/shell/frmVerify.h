@@ -33,6 +33,7 @@ class MTempFiles;
 class Shell;
 class TransferControl;
 class UnzipFactory;
+struct ResourceKey;
 
 class frmVerify : public Form {
  public:
@@ -105,7 +106,7 @@ class frmVerify : public Form {
 
   // The dialog's texts (localization/LocalizeDialog.cpp).
   void LocalizeDialog();
-  std::string ResString(const char* key);  // raises when the key is nowhere
+  std::string ResString(const ResourceKey& key);  // raises when the key is nowhere
 
   // Fetching a document (discovery/download.cpp).
   bool GetDocument(std::uint8_t DocumentKind, const std::string& URL, std::string Filename,

@@ -67,7 +67,7 @@ TEST(LanguageSelection, EachPairOfFilesHasItsOutcome) {
   };
   for (const auto& row : kCases) {
     HeadlessApp app;
-    std::filesystem::remove(app.folder.NativePath("app\\Languages\\English.ini"));
+    std::filesystem::remove_all(app.folder.NativePath("app\\Languages"));
     const auto put = [&](const char* name, File state) {
       if (state != kMissingFile) app.folder.Write(name, state == kValidFile ? kValid : kInvalid);
     };

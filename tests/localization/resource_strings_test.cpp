@@ -1,10 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <regex>
-#include <set>
-
-#include "base/text.h"
 #include "support/headless_app.h"
 
 namespace tsly {
@@ -91,26 +86,6 @@ TEST_F(ResourceStringsTest, LanguageInfoHoldsWhatTheSelectedFileSays) {
   for (std::int32_t i = 0; i < 5; ++i) EXPECT_EQ(app.program->localization.GetLanguageInfo(i), kExpected[i]);
   EXPECT_THROW(app.program->localization.GetLanguageInfo(5), RuntimeError);
   EXPECT_THROW(app.program->localization.GetLanguageInfo(-2), RuntimeError);
-}
-
-// The code, its list of keys and the English file hold the same keys.
-TEST(LanguageFile, HoldsEveryKeyThatTheProgramReadsAndNoOther) {
-  HeadlessApp app;
-  std::ifstream list(std::string(TSLY_SOURCE_DIR) + "/src/localization/MLocalizationText.h");
-  const std::string header((std::istreambuf_iterator<char>(list)), std::istreambuf_iterator<char>());
-  std::set<std::string> listed;
-  const std::regex key("\"(\\d\\d:[^\"]+)\"");
-  for (std::sregex_iterator it(header.begin(), header.end(), key), end; it != end; ++it) listed.insert((*it)[1]);
-  EXPECT_EQ(listed.size(), 70u);
-  app.Start();
-  for (const std::string& name : listed) {
-    EXPECT_NO_THROW(app.program->localization.GetResString(name)) << name;
-  }
-  const std::string file = app.AppFolder() + "Languages\\English.ini";
-  const std::string texts = app.program->global.ReadProfileString("Software updates", nullptr, "", file);
-  for (const std::string& name : Split(texts, std::string_view("\0", 1))) {
-    EXPECT_TRUE(name.empty() || listed.contains("49:" + name)) << name << " is read by nobody";
-  }
 }
 
 }  // namespace

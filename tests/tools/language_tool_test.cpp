@@ -1,0 +1,129 @@
+// The translators' tool: what it finds, and where.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "base/text.h"
+#include "support/headless_toolkit.h"
+#include "support/temp_folder.h"
+#include "tslyLanguage/commands.h"
+
+namespace tsly {
+namespace {
+
+const std::string kEnglish = std::string(TSLY_SOURCE_DIR) + "/resources/Languages/English.ini";
+
+std::string English() {
+  std::ifstream file(kEnglish, std::ios::binary);
+  return Replace(std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>()), "\r\n", "\n");
+}
+
+class LanguageToolTest : public testing::Test {
+ protected:
+  LanguageToolStatus Run(const std::vector<std::string>& words) {
+    out.str("");
+    error.str("");
+    return LanguageTool{.toolkit = toolkit, .english = kEnglish, .out = out, .error = error}.Run(words);
+  }
+  // What is found in a file of these contents, without its name.
+  std::string Check(const std::string& contents) {
+    folder.Write("a.ini", contents);
+    const std::string path = folder.NativePath("a.ini");
+    const LanguageToolStatus status = Run({"check", path});
+    const std::string found = Replace(out.str(), path + ":", "");
+    EXPECT_EQ(status, found.empty() ? LanguageToolStatus::kDone : LanguageToolStatus::kFound);
+    return found;
+  }
+
+  TempFolder folder;
+  HeadlessToolkit toolkit;
+  std::ostringstream out, error;
+};
+
+TEST_F(LanguageToolTest, TellsEachFaultInItsLine) {
+  const struct {
+    const char *text, *in_its_place, *found;
+  } kCases[] = {
+      {"OK=OK",                "",                                                                                        "10: \"OK\" is missing from [Miscellaneous]"                                },
+      {"OK=OK",                "OK=",                                                                                     "11: \"OK\" is empty"                                                       },
+      {"OK=OK",                "OK=ok\nok=OK",                                                                            "12: only the first one of this key is read, that of line 11"               },
+      {"OK=OK",                "OK=OK\nTitle=x",                                                                          "12: \"Title\" belongs into the section [Software updates]"                 },
+      {"OK=OK",                "OK=OK\nCancel=x",                                                                         "12: the program reads no key \"Cancel\""                                   },
+      {"OK=OK",                "OK=OK\nCancel",                                                                           "12: this is neither a [section] nor a key"                                 },
+      {"OK=OK",                "OK=OK\nA\\nB=x\n[General]\nx=1",                                                          "13: only the first section of this name is read, that of line 1"           },
+      {"OK=OK",                "OK=one\\ntwo",                                                                            "11: the text is too long: it has several lines"                            },
+      {"OK=OK",                "OK=So many words that no button could ever hold them all",                                "11: the text is too long"                                                  },
+      {"[Misc",                "[Mixed]\n[Misc",                                                                          "10: the program reads no section \"Mixed\""                                },
+      {"[General]",            "x=1\n[General]",                                                                          "1: \"x\" stands before the first [section]"                                },
+      {"Description=Tess",     "Description=Bess",                                                                        "2: \"Description\" has to be \"Tessaly Studio Resources file\""            },
+      {"Version=7.0.1576",     "Version=6.0",                                                                             "5: \"Version\" has to be one that the program accepts"                     },
+      {"Language=English\n",   "",                                                                                        "1: \"Language\" has to be"                                                 },
+      {"abbreviated=EN",       "abbreviated=",                                                                            "4: \"Language, abbreviated\" has to be"                                    },
+      {"western european",     "western",                                                                                 "6: \"Charset\" has to be a known character set"                            },
+      {"Downloading [NAME] (", "Downloading (",                                                                           "[NAME] is missing from the text"                                           },
+      {"Downloading [NAME] (", "[Datei] [NAME] (",
+       "[Datei] is nothing that the program fills in here; it knows [NAME], "                                                                                                                         },
+      {"Title=",               "Title=[TITLE]",                                                                           "21: [TITLE] is nothing that the program fills in here; it fills in nothing"},
+      {"\" passed.\"",         "\" passed.",                                                                              "one of the double quotes has no partner"                                   },
+      {"Main Caption=",        "Main Caption=1\\n2\\n3\\n4\\n5\\n6\\n",                                                   "22: the text is too long: "                                                },
+      {"Check Caption=",       "Check Caption=A lead-in that leaves no room for what stands behind it in the same row, ",
+       "24: the text is too long: "                                                                                                                                                                   },
+      {"Title=",               "Title=\xE9",                                                                              "21: this line isn't UTF-8"                                                 },
+  };
+  EXPECT_EQ(Check(English()), "");
+  EXPECT_EQ(Check("\xEF\xBB\xBF" + Replace(English(), "\n", "\r\n")), "");
+  for (const auto& row : kCases) {
+    std::string contents = English();
+    const auto at = contents.find(row.text);
+    ASSERT_NE(at, std::string::npos) << row.text;
+    const std::string found = Check(contents.replace(at, std::string(row.text).size(), row.in_its_place));
+    EXPECT_NE(found.find(row.found), std::string::npos) << row.in_its_place << ": " << found;
+  }
+}
+
+TEST_F(LanguageToolTest, WhatIsNoLanguageFileIsToldOnce) {
+  EXPECT_EQ(Check(std::string("[\0G\0", 4)),
+            "0: this is no text file in UTF-8; save it from your editor in that encoding\n");
+  const std::string unreadable = "0: this can't be read as a language file (a text file of 1 MiB at most)\n";
+  EXPECT_EQ(Check(std::string(2 << 20, 'x')), unreadable);
+  for (const char* name : {"", "missing.ini"}) {
+    const std::string path = folder.NativePath(name);
+    EXPECT_EQ(Run({"check", path, kEnglish}), LanguageToolStatus::kFound);
+    EXPECT_EQ(out.str(), path + ":" + unreadable);
+  }
+}
+
+TEST_F(LanguageToolTest, BeginsANewFileThatIsReadInEnglishMeanwhile) {
+  const auto former = std::filesystem::current_path();
+  std::filesystem::current_path(folder.NativePath());
+  EXPECT_EQ(Run({"new", "Latin"}), LanguageToolStatus::kDone);
+  const std::string written = folder.Read("Latin.ini");
+  const std::string skeleton = Replace(written, "\r\n", "\n");
+  EXPECT_NE(skeleton.find("\nLanguage=Latin\n"), std::string::npos);
+  EXPECT_NE(skeleton.find("\n;Title=Tessaly Studio updates\n"), std::string::npos);
+  // With its blanks filled and the semicolons away it is complete.
+  std::string complete = Replace(Replace(skeleton, "\n;", "\n"), "Charset=", "Charset=turkish");
+  complete = Replace(complete, "abbreviated=", "abbreviated=LA");
+  EXPECT_EQ(Check(complete.substr(complete.find("[General]"))), "");
+
+  for (const char* name : {"Latin", "", "../x", "a:b"}) {
+    EXPECT_EQ(Run({"new", name}), LanguageToolStatus::kRefused) << name;
+    EXPECT_NE(error.str(), "");
+  }
+  EXPECT_EQ(folder.Read("Latin.ini"), written);
+  for (const std::vector<std::string>& words : {
+           std::vector<std::string>{    },
+           {         "check"    },
+           {    "new"},
+           { "new",     "a", "b"},
+           {          "x",     "y"}
+  }) {
+    EXPECT_EQ(Run(words), LanguageToolStatus::kUsage);
+  }
+  std::filesystem::current_path(former);
+}
+
+}  // namespace
+}  // namespace tsly

@@ -1,0 +1,32 @@
+// For translators: finds what is wrong in a language file, and begins a new one.
+#include <QApplication>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "posix/home.h"
+#include "posix/paths.h"
+#include "posix/posix_folders.h"
+#include "posix/system_clock.h"
+#include "qt/qt_event_loop.h"
+#include "qt/qt_toolkit.h"
+#include "tslyLanguage/commands.h"
+
+int main(int count, char** arguments) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");  // texts are measured, nothing is shown
+  qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});  // the output is for scripts
+  int qt_arguments = 1;
+  const QApplication application(qt_arguments, arguments);
+  tsly::SystemClock clock;
+  tsly::QtEventLoop loop(clock);
+  tsly::QtToolkit toolkit(loop);
+  tsly::PosixFolders folders(tsly::Home::FromEnvironment());
+  const tsly::LanguageTool tool{
+      .toolkit = toolkit,
+      .english = tsly::NativePath(tsly::WithBackslash(folders.ProgramFolder()) + "Languages\\English.ini"),
+      .out = std::cout,
+      .error = std::cerr};
+  const std::vector<std::string> words(arguments + (count > 0 ? 1 : 0), arguments + count);
+  return static_cast<int>(tool.Run(words));
+}
