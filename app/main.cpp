@@ -1,10 +1,9 @@
 // The Linux edition: the ports on their libraries, and one run over them.
-#include <QApplication>
 #include <QDBusConnection>
-#include <QIcon>
 #include <csignal>
 #include <iostream>
 
+#include "desktop_application.h"
 #include "ports/platform.h"
 #include "posix/archive_unzip.h"
 #include "posix/curl_transfer.h"
@@ -81,10 +80,6 @@ int main(int argc, char** argv) {
     audience = tsly::QtToolkit::Audience::Nobody;
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
-  int qt_arguments = 1;  // the program's own switches are none of Qt's
-  QApplication application(qt_arguments, argv);
-  QApplication::setApplicationName(QStringLiteral("tslyCheckNew"));
-  QApplication::setQuitOnLastWindowClosed(false);
-  QApplication::setWindowIcon(QIcon(QStringLiteral(":/pictures/icon.png")));
+  const tsly::DesktopApplication application(argv);
   return RunProgram(start, audience);
 }

@@ -1,6 +1,7 @@
 #include "qt/qt_fonts.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QFontMetrics>
 #include <QPainter>
 #include <QTextLayout>
@@ -14,6 +15,7 @@ namespace {
 constexpr double kDesignPoints = 8.25;
 constexpr int kDesignLineHeight = 13;
 constexpr double kPixelsPerPoint = 96.0 / 72.0;
+constexpr double kBaseline = 0.79;  // of a line's height, whatever a family's own ascent is
 constexpr int kUnbounded = 1'000'000;
 
 struct Substitute {
@@ -50,11 +52,32 @@ constexpr Substitute kSubstitutes[] = {
     {"Arial",              "DejaVu Sans Condensed", 100},
 };
 
+// On a desktop in the language of its maker a family is listed by its name in that language, and found by both names.
+class InstalledFamilies {
+ public:
+  bool Has(const QString& family) const {
+    return names_.contains(family) || (names_are_local_ && FamilyFoundFor(family) != family_found_for_none_);
+  }
+
+ private:
+  static QString FamilyFoundFor(const QString& name) { return QFontInfo(QFont(name)).family(); }
+  static bool IsLocal(const QString& name) {
+    return std::any_of(name.begin(), name.end(), [](QChar letter) { return letter.unicode() >= 0x100; });
+  }
+
+  const QStringList names_ = QFontDatabase::families();
+  const bool names_are_local_ = std::any_of(names_.begin(), names_.end(), IsLocal);
+  const QString family_found_for_none_ =
+      names_are_local_ ? FamilyFoundFor(QStringLiteral("no such family")) : QString();
+};
+
 std::map<std::string, const Substitute*> FindInstalled() {
-  const QStringList installed = QFontDatabase::families();
+  const InstalledFamilies installed;
   std::map<std::string, const Substitute*> found;
   for (const Substitute& substitute : kSubstitutes) {
-    if (installed.contains(QLatin1StringView(substitute.family))) found.emplace(substitute.wanted, &substitute);
+    if (!found.contains(substitute.wanted) && installed.Has(QLatin1StringView(substitute.family))) {
+      found.emplace(substitute.wanted, &substitute);
+    }
   }
   return found;
 }
@@ -114,7 +137,7 @@ void TextBlock::LayOut(QTextLayout& paragraph, std::optional<int> wrap_width) {
   paragraph.beginLayout();
   for (QTextLine line = paragraph.createLine(); line.isValid(); line = paragraph.createLine()) {
     line.setLineWidth(wrap_width ? *wrap_width : kUnbounded);
-    line.setPosition(QPointF(0, height_ + (line_height_ - line.height()) / 2));
+    line.setPosition(QPointF(0, height_ + qRound(line_height_ * kBaseline) - line.ascent()));
     width_ = std::max(width_, qCeil(line.naturalTextWidth()));
     height_ += line_height_;
   }

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QSignalBlocker>
+#include <QTextOption>
 #include <algorithm>
 #include <optional>
 
@@ -65,6 +66,9 @@ class TextWidget final : public QPlainTextEdit, public ControlWidget {
     const QString added = after.mid(same);
     std::optional<QSignalBlocker> silence;
     if (same == before.size() && added.count(u'.') == added.size()) silence.emplace(document());
+    QTextOption option = document()->defaultTextOption();
+    option.setAlignment(after.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft);
+    if (option.alignment() != document()->defaultTextOption().alignment()) document()->setDefaultTextOption(option);
     QTextCursor cursor(document());
     cursor.setPosition(same);
     cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);

@@ -70,7 +70,10 @@ FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, con
       open_boxes_(open_boxes),
       load_(form.LoadNumber()),
       screen_(screen),
-      focus_requests_(form.FocusRequests()) {}
+      focus_requests_(form.FocusRequests()) {
+  setLayoutDirection(
+      Qt::LeftToRight);  // each control where its design has it, on a desktop that reads from the right too
+}
 
 void FormWindow::Reveal(Keyboard keyboard) {
   revealed_ = true;

@@ -98,6 +98,9 @@ class Desk:
         self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
         self.start("openbox", "--sm-disable")
         until("the window manager", lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").stdout)
+        # The first key makes the server announce its keyboard, and then the window manager takes its own keys anew: one
+        # that comes meanwhile would pass it by.
+        self.press("Shift_L")
 
     def open_bus(self):
         services = os.path.join(self.folder, "services")

@@ -1,0 +1,20 @@
+#include "desktop_application.h"
+
+#include <QIcon>
+#include <QLibraryInfo>
+#include <QLocale>
+
+namespace tsly {
+
+DesktopApplication::DesktopApplication(char** arguments) : application_(count_, arguments) {
+  QApplication::setApplicationName(QStringLiteral("tslyCheckNew"));
+  QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/pictures/icon.png")));
+  // A message box's buttons say "Yes" and "No" as on the rest of the user's desktop.
+  if (system_words_.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                         QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    QApplication::installTranslator(&system_words_);
+  }
+}
+
+}  // namespace tsly
