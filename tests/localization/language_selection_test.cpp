@@ -143,6 +143,14 @@ TEST(LanguageSelection, PendingFilesAreTakenIntoUseOnce) {
   EXPECT_EQ(copied.program->localization.GetLanguageInfo(1), "New");
   EXPECT_FALSE(copied.folder.Has(folder + "English.new.ini")) << "a copy has done its work";
 
+  HeadlessApp folder_in_its_place;
+  std::filesystem::create_directory(folder_in_its_place.folder.NativePath(folder + "Danish.ini"));
+  folder_in_its_place.folder.Write(folder + "Danish.new.ini", kValid);
+  folder_in_its_place.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
+  folder_in_its_place.Start();
+  EXPECT_TRUE(folder_in_its_place.folder.Has(folder + "Danish.new.ini")) << "left for the next start";
+  EXPECT_EQ(folder_in_its_place.program->localization.GetLanguageInfo(1), "New") << "the next one is taken all the same";
+
   HeadlessApp stuck;
   stuck.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
   stuck.files.failures = {
