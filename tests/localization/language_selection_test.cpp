@@ -149,7 +149,8 @@ TEST(LanguageSelection, PendingFilesAreTakenIntoUseOnce) {
   folder_in_its_place.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
   folder_in_its_place.Start();
   EXPECT_TRUE(folder_in_its_place.folder.Has(folder + "Danish.new.ini")) << "left for the next start";
-  EXPECT_EQ(folder_in_its_place.program->localization.GetLanguageInfo(1), "New") << "the next one is taken all the same";
+  EXPECT_EQ(folder_in_its_place.program->localization.GetLanguageInfo(1), "New")
+      << "the next one is taken all the same";
 
   HeadlessApp stuck;
   stuck.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
