@@ -8,10 +8,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cwchar>
 #include <system_error>
 #include <vector>
 
+#include "base/text.h"
 #include "posix/paths.h"
 #include "posix/unpack_target.h"
 
@@ -54,12 +54,6 @@ ArchiveEntry::Kind KindOf(archive_entry* entry) {
     default:
       return ArchiveEntry::Kind::kOther;
   }
-}
-
-bool IsUtf8(const std::string& text) {
-  std::mbstate_t state{};
-  const char* rest = text.c_str();
-  return mbsrtowcs(nullptr, &rest, 0, &state) != static_cast<std::size_t>(-1);  // under Utf8Names
 }
 
 // A name that isn't marked as UTF-8 is in the code page of DOS by the book; but tools of today's systems leave the mark
@@ -274,7 +268,7 @@ std::string Describe(const UnzipFailure& failure) {
   std::string text = kTexts[index].before;
   text += " \"" + Shown(failure.name) + '"';
   if (*kTexts[index].after != '\0') text += std::string(" ") + kTexts[index].after;
-  if (!failure.detail.empty()) text += " (" + failure.detail + ")";
+  if (!failure.detail.empty()) text += " (" + Shown(TrimEnd(Replace(failure.detail, "\n", " "))) + ")";
   return text + '.';
 }
 

@@ -40,7 +40,10 @@ std::size_t DecodeUtf8(std::string_view text, char32_t& letter) {
     if ((next & 0xC0) != 0x80) return 0;
     letter = (letter << 6) | (next & 0x3F);
   }
-  return length;
+  // In more bytes than needed, or half of a UTF-16 pair.
+  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  const bool is_good = letter >= kLeast[length] && letter <= 0x10FFFF && (letter < 0xD800 || letter > 0xDFFF);
+  return is_good ? length : 0;
 }
 
 void EncodeUtf8(char32_t letter, std::size_t length, std::string& out) {

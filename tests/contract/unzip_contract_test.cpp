@@ -36,15 +36,12 @@ namespace {
 using enum UnzipResult;
 using Tree = std::map<std::string, std::string>;
 
-// An entry of a ZIP that is built byte by byte, so that it can lie.
+// An entry of a ZIP that is built byte by byte.
 struct Raw {
   std::string name;
   std::string data;
   unsigned mode = 0100644;
   unsigned flags = 0x800;
-  unsigned method = 0;
-  std::uint32_t crc_error = 0;
-  std::uint32_t size_error = 0;
 };
 
 // Little-endian numbers of 2 and 4 bytes.
@@ -63,9 +60,8 @@ std::uint32_t Crc(const std::string& data) {
 std::string Zip(const std::vector<Raw>& entries) {
   std::string files, contents;
   for (const Raw& entry : entries) {
-    const std::string common = Two(20) + Two(entry.flags) + Two(entry.method) + Four(0x58210000) +
-                               Four(Crc(entry.data) ^ entry.crc_error) + Four(entry.data.size()) +
-                               Four(entry.data.size() + entry.size_error) + Two(entry.name.size()) + Two(0);
+    const std::string common = Two(20) + Two(entry.flags) + Two(0) + Four(0x58210000) + Four(Crc(entry.data)) +
+                               Four(entry.data.size()) + Four(entry.data.size()) + Two(entry.name.size()) + Two(0);
     contents += "PK\1\2" + Two(0x0314) + common + Two(0) + Two(0) + Two(0) + Four(std::size_t{entry.mode} << 16) +
                 Four(files.size()) + entry.name;
     files += "PK\3\4" + common + entry.name + entry.data;
@@ -153,58 +149,23 @@ TEST_F(ArchiveUnzipTest, Options) {
   EXPECT_EQ(tree_after(false, true), tree);
 }
 
-TEST_F(ArchiveUnzipTest, RefusedPacksChangeNothing) {
+TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
   home_.Write("target/old", "old");
-  home_.Write("target/taken/z", "z");
   home_.Write("elsewhere/y", "mine");
   std::filesystem::create_directory_symlink(home_.NativePath("elsewhere"), home_.NativePath("target/out"));
-  const auto refused = [this](const std::string& archive, UnzipResult reason, const std::string& named) {
-    home_.Write("pack.zip", archive);
-    const Tree before = TreeOf();
-    EXPECT_EQ(Extract("pack.zip"), static_cast<std::int32_t>(reason)) << named;
-    EXPECT_NE(unzip_->FailureText().find(named + '"'), std::string::npos) << unzip_->FailureText();
+  home_.Write("pack.zip", Zip({
+                              {"first",     "1"},
+                              {"new/sub/y", "2"},
+                              {"old",       "3"},
+                              {"out/y",     "4"}
+  }));
+  const Tree before = TreeOf();
+  for (const bool hard : {false, true}) {
+    renames_are_hard = hard;
+    EXPECT_EQ(Extract("pack.zip"), static_cast<std::int32_t>(kInTheWay));
     EXPECT_EQ(TreeOf(), before) << unzip_->FailureText();
-  };
-  const Raw first{"first", "1"};
-  const auto pack_refused = [&](const Raw& second, UnzipResult reason, const std::string& named) {
-    refused(Zip({first, second}), reason, named);
-  };
-  pack_refused({"../x", "2"}, kBadName, "\"../x");
-  pack_refused({"", "2"}, kBadName, "name \"");
-  pack_refused({"a\\..\\x", "2"}, kBadName, "x");
-  pack_refused({"/x", "2"}, kBadName, "\"/x");
-  refused(Zip({
-              Raw{"x", "/etc", 0120777},
-              Raw{"x/y",   "2"    }
-  }),
-          kNotAFile, "\"x");
-  pack_refused({"x", "", 0060644}, kNotAFile, "\"x");
-  pack_refused({"First", "2"}, kSameName, "\"First");
-  pack_refused({"x", "2", 0100644, 0x801}, kEncrypted, "\"x");
-  pack_refused({"x", "2", 0100644, 0x800, 77}, kUnknownMethod, "\"x");
-  pack_refused({"x", "2", 0100644, 0x800, 0, 1}, kWrongChecksum, "\"x");
-  pack_refused({"x", "2", 0100644, 0x800, 0, 0, 3}, kWrongSize, "\"x");
-  pack_refused({"x", "2", 0100644, 0x800, 0, 0, 1U << 31}, kTooLarge, "\"x");
-  pack_refused({"taken", "2"}, kInTheWay, "\"taken");
-  const std::string late = Zip({
-      first, Raw{"new/sub/y", "2"},
-       Raw{"old",       "3"},
-       Raw{"out/y",     "4"}
-  });
-  refused(late, kInTheWay, "\"out/y");
-  renames_are_hard = true;
-  refused(late, kInTheWay, "\"out/y");
+  }
   renames_are_hard = false;
-  pack_refused({"old/y", "2"}, kInTheWay, "\"old/y");
-  const std::string good = Zip({
-      first, Raw{"x", "2"}
-  });
-  std::string changed = good;
-  changed[changed.find("2PK")] = '3';
-  refused(changed, kWrongChecksum, "\"x");
-  refused(good.substr(0, good.size() - 5), kNotAnArchive, "pack.zip");
-  refused("no archive at all", kNotAnArchive, "pack.zip");
-  refused("", kNotAnArchive, "pack.zip");
 
   EXPECT_EQ(Extract("missing.zip"), static_cast<std::int32_t>(kCannotOpen));
   home_.Write("pack.zip", Zip({
