@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -152,6 +153,9 @@ Descriptor UnpackTarget::Create(std::size_t index, bool is_executable) {
 }
 
 UnpackTarget::Outcome UnpackTarget::Place(std::span<const std::string> paths, bool replace) {
+  // What is put in place is on the disk by then: the caller records what it installed, and that must not outlive the
+  // files when the power fails.
+  if (syncfs(staging_.Get()) < 0) return {errno, paths.size()};
   FolderChain chain{Descriptor(fcntl(root_.Get(), F_DUPFD_CLOEXEC, 0))};
   Outcome outcome{chain.Enter(missing_), paths.size()};
 

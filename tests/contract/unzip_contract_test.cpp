@@ -2,8 +2,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
 #include <filesystem>
 #include <map>
 
@@ -19,16 +23,48 @@ namespace {
 // True: names can't be exchanged, as on some file systems, and those within one folder can't be changed.
 bool renames_are_hard = false;
 
+// The call to fail, counted from 0, of those that change or read a disk; none while it is negative.
+int failing_call = -1;
+int failure = 0;
+const char* failed_call = nullptr;
+
+bool Fails(const char* call) {
+  if (failing_call < 0 || failing_call-- > 0) return false;
+  failed_call = call;
+  errno = failure;
+  return true;
+}
+
 }  // namespace
 
 // The system's calls, as the program finds them.
 extern "C" int renameat2(int from, const char* old_name, int to, const char* new_name, unsigned flags) noexcept {
+  if (Fails("rename")) return -1;
   if (renames_are_hard && (flags != 0 || from == to)) return errno = EINVAL, -1;
   return static_cast<int>(syscall(SYS_renameat2, from, old_name, to, new_name, flags));
 }
 extern "C" int renameat(int from, const char* old_name, int to, const char* new_name) noexcept {
   return renameat2(from, old_name, to, new_name, 0);
 }
+
+extern "C" int openat(int folder, const char* name, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  if ((flags & O_CREAT) != 0 && Fails("openat")) return -1;
+  return static_cast<int>(syscall(SYS_openat, folder, name, flags, mode));
+}
+extern "C" ssize_t write(int file, const void* bytes, std::size_t length) {
+  return Fails("write") ? -1 : syscall(SYS_write, file, bytes, length);
+}
+extern "C" ssize_t read(int file, void* bytes, std::size_t length) {
+  return Fails("read") ? -1 : syscall(SYS_read, file, bytes, length);
+}
+extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
+  return Fails("mkdirat") ? -1 : static_cast<int>(syscall(SYS_mkdirat, folder, name, mode));
+}
+extern "C" int syncfs(int file) noexcept { return Fails("syncfs") ? -1 : static_cast<int>(syscall(SYS_syncfs, file)); }
 
 namespace tsly {
 namespace {
@@ -174,6 +210,55 @@ TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
   EXPECT_EQ(Extract("pack.zip", "new"), 0);
   EXPECT_TRUE(std::filesystem::is_directory(home_.NativePath("new")));
   EXPECT_EQ(Extract("pack.zip", "target/old/below"), static_cast<std::int32_t>(kInTheWay));
+}
+
+TEST_F(ArchiveUnzipTest, AFaultOfTheDiskAnywhereChangesNothing) {
+  home_.Write("target/old", "old");
+  home_.Write("pack.zip", Zip({
+                              {"a/b/first", std::string(300'000, '1')},
+                              {"old",           "2"                         },
+                              {"z/last",           "3"}
+  }));
+  const Tree before = TreeOf();
+  std::map<std::string, int> failed;
+  for (const int error : {ENOSPC, EIO}) {
+    for (int n = 0;; ++n) {
+      failing_call = n;
+      failure = error;
+      failed_call = nullptr;
+      const std::int32_t result = Extract("pack.zip");
+      failing_call = -1;
+      if (failed_call == nullptr) break;
+      ++failed[failed_call];
+      EXPECT_NE(result, 0) << failed_call << " " << n;
+      if (error == ENOSPC && std::string(failed_call) != "read") {
+        EXPECT_EQ(result, static_cast<std::int32_t>(kDiskFull)) << failed_call << " " << n;
+      }
+      EXPECT_EQ(TreeOf(), before) << unzip_->FailureText();
+    }
+    EXPECT_EQ(TreeOf()["target/old"], "2") << "no fault any more";
+    std::filesystem::remove_all(home_.NativePath("target"));
+    home_.Write("target/old", "old");
+  }
+  for (const char* call : {"read", "write", "openat", "mkdirat", "rename", "syncfs"})
+    EXPECT_GT(failed[call], 1) << call;
+}
+
+TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
+  std::filesystem::create_directory(home_.NativePath("target"));
+  std::filesystem::copy("/bin/sleep", home_.NativePath("target/tool"));
+  const pid_t running = fork();
+  if (running == 0) {
+    execl(home_.NativePath("target/tool").c_str(), "tool", "60", nullptr);
+    _exit(1);
+  }
+  home_.Write("pack.zip", Zip({
+                              {"tool", "new"}
+  }));
+  EXPECT_EQ(Extract("pack.zip"), 0) << unzip_->FailureText();
+  EXPECT_EQ(home_.Read("target/tool"), "new");
+  kill(running, SIGKILL);
+  EXPECT_EQ(waitpid(running, nullptr, 0), running);
 }
 
 TEST_F(ArchiveUnzipTest, TellsMissingRightsAndTheTextForThem) {
