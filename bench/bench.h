@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "posix/curl_transfer.h"
@@ -60,12 +61,14 @@ class TimedTransfer final : public TransferControl {
   explicit TimedTransfer(TransferControl& inner) : inner_(inner) {}
 
   std::chrono::steady_clock::time_point begun, completed, stored;
+  std::vector<std::pair<std::chrono::steady_clock::time_point, std::chrono::steady_clock::time_point>> saved;
 
   void SetStateChanged(std::function<void(std::int16_t)> handler) override {
     inner_.SetStateChanged([this, handler](std::int16_t state) {
       if (state == icError || state == icResponseCompleted) completed = std::chrono::steady_clock::now();
       if (handler) handler(state);
       stored = std::chrono::steady_clock::now();
+      if (state == icError || state == icResponseCompleted) saved.emplace_back(completed, stored);
     });
   }
   void SetRequestTimeout(std::int32_t seconds) override { inner_.SetRequestTimeout(seconds); }
@@ -99,7 +102,7 @@ class UnattendedToolkit final : public HeadlessToolkit {
 };
 
 // The program in a scratch folder, on the real registry, INI reader, files, loop and transfer control.
-template <typename ToolkitType>
+template <typename ToolkitType, typename UnzipType = RecordingUnzipFactory>
 class BenchApp {
  public:
   BenchApp() {
@@ -125,7 +128,7 @@ class BenchApp {
   PosixFiles files;
   FixedLocale locale;
   RecordingShell shell;
-  RecordingUnzipFactory unzip;
+  UnzipType unzip;
   LocalAutomation automation;
   CurlTransfer curl{loop, loop, [this] { return folder.NativePath(); }};
   TimedTransfer transfer{curl};
