@@ -153,8 +153,8 @@ QString TextBlock::ElidedTo(const QSize& room) const {
     for (int i = 0; i < paragraph->lineCount() && lines.size() < lines_wanted; ++i) {
       const QTextLine line = paragraph->lineAt(i);
       const bool last = lines.size() + 1 == lines_wanted && lines_there > lines_wanted;
-      QString text = last ? paragraph->text().mid(line.textStart()) + u'\u2026'
-                          : paragraph->text().mid(line.textStart(), line.textLength());
+      const QString rest = paragraph->text().mid(line.textStart());
+      const QString text = last ? rest + u'\u2026' : rest.left(line.textLength()).trimmed();
       lines.append(metrics.elidedText(text, Qt::ElideRight, room.width()));
     }
   }

@@ -200,7 +200,8 @@ class LabelWidget final : public Area {
     if (look_.word_wrap || !look_.auto_size) wrap_width = PixelsFromTwips(look_.rect.width);
     const QString whole = TextFromUtf8(look_.text);
     block_.emplace(whole, look_.font, wrap_width);
-    const bool is_cut = block_->Size().width() > width() || block_->Size().height() > height();
+    // A wrapped line is as wide as its room at the most, but for the blank that it was broken at.
+    const bool is_cut = (!wrap_width && block_->Size().width() > width()) || block_->Size().height() > height();
     if (is_cut) block_.emplace(block_->ElidedTo(size()), look_.font, wrap_width);
     ShowWhole(*this, whole, is_cut);
     return *block_;

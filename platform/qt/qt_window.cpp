@@ -48,8 +48,8 @@ Rect WithinItsRow(const Control& label, const std::vector<const Control*>& butto
 }
 
 QRect PlaceOf(const Control& control, const std::vector<const Control*>& buttons) {
-  const bool own_length =
-      control.Kind() == ControlKind::Label && control.Look().auto_size && control.Parent() != nullptr;
+  const bool own_length = control.Kind() == ControlKind::Label && control.Look().auto_size &&
+                          !control.Look().word_wrap && control.Parent() != nullptr;
   QRect place = PixelRect(own_length ? WithinItsRow(control, buttons) : control.Look().rect);
   // A level or upright line has no extent in one direction.
   if (control.Kind() == ControlKind::Line) place.setSize(place.size().expandedTo(QSize(1, 1)));

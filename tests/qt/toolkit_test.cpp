@@ -211,6 +211,14 @@ TEST_F(QtToolkitTest, ATextWithoutRoomIsCutAndCanBeReadWhole) {
   Serve();
   Window()->grab();
   EXPECT_EQ(label->toolTip(), QString());
+
+  ControlLook wrapped = LookAt({150, 150, 2100, 195}, "words");
+  for (int i = 0; i < 100; ++i) wrapped.text += i % 3 == 0 ? " longer" : " w";
+  wrapped.auto_size = wrapped.word_wrap = true;
+  form.label.Reset(wrapped);
+  Serve();
+  Window()->grab();
+  EXPECT_EQ(label->toolTip(), QString()) << "it has grown to its text";
 }
 
 TEST_F(QtToolkitTest, TextThatIsReadFromTheRightBeginsThere) {

@@ -14,7 +14,7 @@ namespace {
 constexpr Twips kTwipsPerPixel = 15;
 constexpr Twips kButtonMargin = 6 * kTwipsPerPixel;  // on either side of the caption
 constexpr Twips kGap = 5 * kTwipsPerPixel;           // between texts, or a text and a button
-constexpr Twips kItemTextWidth = 4725;               // of an item's labels beside the list's scroll bar
+constexpr Twips kItemTextWidth = 5505 - 405 - 90;    // of an item's labels beside the list's scroll bar
 
 // The dialog as it was designed, of which nothing is ever shown.
 class DesignedDialog final : public Form {
