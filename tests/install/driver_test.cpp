@@ -206,6 +206,7 @@ TEST(Driver, AsksBeforeTheHostProductIsStopped) {
       {"/showupdates /window:5", " NO ", 0,          0,    none,                 "",                                  0, true },
       {"/showupdates",           "yes",  0,          0,    warning,              "Some files of Tessaly Studio will", 0, true },
       {"/showupdates /window:5", "ja",   kAnswerYes, 0,    question,             "Tessaly Studio has to be closed",   1, true },
+      {"/showupdates /window:5", "yes",  kAnswerYes, 5,    question,             "Tessaly Studio has to be closed",   1, true },
       {"/showupdates /window:5", "yes",  kAnswerYes, 1400, question_and_warning, "Tessaly Studio couldn't be closed", 1,
        true                                                                                                                   },
       {"/showupdates /window:5", "yes",  kAnswerNo,  0,    question,             "Tessaly Studio has to be closed",   0, false},
