@@ -85,6 +85,19 @@ TEST_F(FeedbackTest, DotsComeAndGoWithTheirLine) {
   EXPECT_EQ(app.Log(), "Begin\n\n\nVerifying\nVerifying ok\nUnzipping\nInstalled\nThe end\n");
 }
 
+TEST_F(FeedbackTest, SlowStepsHaveDotsAndOthersEndThem) {
+  for (std::int32_t state = fbBegin; state <= fbFinished; ++state) {
+    const bool slow = state == fbDownload || state == fbVerifying || state == fbUnzipping || state == fbExecuting ||
+                      state == fbUnregistering || state == fbRegistering;
+    Say(fbBegin);
+    Say(fbDownload, {"Pack", "1"});
+    if (state == fbPrintDot || state == fbBegin) continue;  // a dot by hand changes nothing; a run begins without any
+    Say(state, {"Pack", "1"});
+    Dots(3);
+    EXPECT_EQ(Lines().ends_with("..."), slow) << state;
+  }
+}
+
 TEST_F(FeedbackTest, FailuresTellTheirReasonAndMissingValuesLeaveTheirPlaceholders) {
   Say(fbBegin);
   const struct {
