@@ -85,14 +85,16 @@ TEST_F(FeedbackTest, DotsComeAndGoWithTheirLine) {
   EXPECT_EQ(app.Log(), "Begin\n\n\nVerifying\nVerifying ok\nUnzipping\nInstalled\nThe end\n");
 }
 
-TEST_F(FeedbackTest, SlowStepsHaveDotsAndOthersEndThem) {
+TEST_F(FeedbackTest, SlowStepsHaveDotsAndOthersEndThemAndAllButDownloadsAreLogged) {
   for (std::int32_t state = fbBegin; state <= fbFinished; ++state) {
     const bool slow = state == fbDownload || state == fbVerifying || state == fbUnzipping || state == fbExecuting ||
                       state == fbUnregistering || state == fbRegistering;
     Say(fbBegin);
     Say(fbDownload, {"Pack", "1"});
     if (state == fbPrintDot || state == fbBegin) continue;  // a dot by hand changes nothing; a run begins without any
+    const std::string log = app.Log();
     Say(state, {"Pack", "1"});
+    EXPECT_EQ(app.Log() != log, state != fbDownload) << state << ": a line of the log";
     Dots(3);
     EXPECT_EQ(Lines().ends_with("..."), slow) << state;
   }
