@@ -29,6 +29,19 @@ std::string Sections(const std::vector<Module>& modules) {
   return versions + sections;
 }
 
+Modules One(const std::string& lines) {
+  return {
+      Module{"A", lines}
+  };
+}
+
+// Modules of these names of one letter that do nothing.
+Modules Plain(const std::string& names) {
+  Modules modules;
+  for (const char name : names) modules.push_back({std::string(1, name), ""});
+  return modules;
+}
+
 // The program with its offer on the screen.
 class Offer : public HeadlessApp {
  public:
@@ -131,10 +144,7 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
 }
 
 TEST(Driver, EachVersionIsRecordedAtOnceAndASingleRunKeepsTheMoment) {
-  Offer app(Modules{
-      {"A", ""},
-      {"B", ""}
-  });
+  Offer app(Plain("AB"));
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(1);
   app.transfer.answers = {Received(kPack), slow};
@@ -143,9 +153,7 @@ TEST(Driver, EachVersionIsRecordedAtOnceAndASingleRunKeepsTheMoment) {
   app.Install();
   EXPECT_TRUE(recorded);
 
-  Offer single(Modules{
-      {"A", ""}
-  });
+  Offer single(One(""));
   single.dialog().CheckedOn = 41000;
   single.transfer.answers = {Received(kPack)};
   single.Install();
@@ -153,9 +161,7 @@ TEST(Driver, EachVersionIsRecordedAtOnceAndASingleRunKeepsTheMoment) {
 }
 
 TEST(Driver, ASilentCheckLeavesOfferInstallationAndTranscriptAlone) {
-  Offer app(Modules{
-      {"A", "Action 1=run:x\r\n"}
-  });
+  Offer app(One("Action 1=run:x\r\n"));
   app.dialog().PrepareVerifyVersion();
   app.Pass(std::chrono::seconds(40));
   EXPECT_EQ(app.transfer.requests.size(), 1u) << "no search under an offer";
@@ -170,10 +176,7 @@ TEST(Driver, ASilentCheckLeavesOfferInstallationAndTranscriptAlone) {
 }
 
 TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
-  Offer app(Modules{
-      {"A", ""},
-      {"B", ""}
-  });
+  Offer app(Plain("AB"));
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(1);
   app.transfer.answers = {slow, Received(kPack)};
@@ -261,9 +264,7 @@ TEST(Driver, ActionsThatFailEndTheirUpdate) {
       {"Action 1=unzip\r\n",                         0, {},                    "The files couldn't be unpacked. Reason: Subscript out of range", 0},
   };
   for (const auto& row : kCases) {
-    Offer app(Modules{
-        {"A", row.lines}
-    });
+    Offer app(One(row.lines));
     app.transfer.answers = {Received(kPack)};
     app.unzip.results = {row.result};
     app.unzip.failure_text = "The pack is damaged.";
@@ -282,9 +283,7 @@ TEST(Driver, ActionsThatFailEndTheirUpdate) {
 
 TEST(Driver, AComponentThatCannotBeCreatedOrCalledFailsTheUpdate) {
   for (const char* call : {"", "ArchiveFile", "ExtractFolder", "ExtractOptionA", "ExtractOptionB", "Extract"}) {
-    Offer app(Modules{
-        {"A", "Action 1=unzip:{app}\r\n"}
-    });
+    Offer app(One("Action 1=unzip:{app}\r\n"));
     app.transfer.answers = {Received(kPack)};
     app.unzip.fail_create = *call == '\0';
     app.unzip.fail_call = call;
@@ -348,9 +347,7 @@ TEST(Driver, AnExecuteThatCannotBeStartedFailsItsUpdateAlone) {
 }
 
 TEST(Driver, AVersionThatCannotBeWrittenStillCountsAsInstalled) {
-  Offer app(Modules{
-      {"A", ""}
-  });
+  Offer app(One(""));
   app.transfer.answers = {Received(kPack)};
   app.registry.denied = true;
   app.Install();
@@ -372,9 +369,7 @@ TEST(Driver, VerificationComparesLengthAndChecksum) {
       {"9",    "",           false},
   };
   for (const auto& row : kCases) {
-    Offer app(Modules{
-        {"A", ""}
-    });
+    Offer app(One(""));
     app.controls().UpdateItem(1).UpdateElementSize = row.size;
     app.controls().UpdateItem(1).UpdateElementCRC = row.crc;
     app.transfer.answers = {Received(kPack)};
@@ -384,9 +379,7 @@ TEST(Driver, VerificationComparesLengthAndChecksum) {
 }
 
 TEST(Driver, AnEmptyPackMayBeAnnouncedAsSuch) {
-  Offer app(Modules{
-      {"A", ""}
-  });
+  Offer app(One(""));
   app.controls().UpdateItem(1).UpdateElementSize = "0";
   app.controls().UpdateItem(1).UpdateElementCRC = "0";
   app.transfer.answers = {Received("")};
