@@ -142,30 +142,32 @@ TEST_F(DbusAutomationTest, RefusesWhatItDoesNotKnow) {
   const QVariant text("x"), status("Status"), its(dbus::kObjectInterface);
   const auto value = [](const QVariant& variant) { return QVariant::fromValue(QDBusVariant(variant)); };
   const char *own = dbus::kObjectInterface, *property = dbus::kProperties, *maker = dbus::kFactoryInterface;
+  // clang-format off
   const std::pair<QDBusMessage, const char*> rows[] = {
-      {Call(factory,                 maker,         "CreateObject",                              {text}),                                                            dbus::kNotRegistered},
-      {Call(factory,                            maker,                              "CreateObject",                                         {"tessalystudio.checknew"}),                                                                dbus::kNotRegistered},
-      {Call(factory,        maker,                     "CreateObject"),                                                     "InvalidArgs"                                           },
-      {Call(factory,               maker,                            "CreateObject",        {1}),            "InvalidArgs"},
-      {Call(factory,                        maker,                        "CreateObject",                                                            {text, text}),                                                                                                        "InvalidArgs"},
-      {Call(factory,              maker,"VerifyVersion"),"UnknownMethod"},
-      {Call(object,          own,                 "SetStatus",                                                                                    {1}),                                                                                                                                                                                                                                  "UnknownMethod"},
-      {Call(object,                maker,  "CreateObject",{text}),"UnknownInterface"},
-      {Call(object,                  own,           "VerifyVersion",                                       {1}),                                                                                                                                             "InvalidArgs"},
-      {Call(object,                            own,                               "Release",                                                      {text}),                                                                                               "InvalidArgs"},
-      {Call(object,               property,                            "Get",                                                             {its, text}),"UnknownProperty"},
-      {Call(object,                     property,                     "Get",           {text, status}),"UnknownInterface"},
-      {Call(object,                       property,"Get",{its}),                                                                         "InvalidArgs"},
-      {Call(object,property,"Reset",      {its}),                                                                                  "UnknownMethod"},
-      {Call(object,                  property, "Set",                                           {its, status, value(text)}),                                                                                                                                             "InvalidArgs"},
-      {Call(object,                            property,                               "Set",                                                                   {its, status, value(qlonglong(1))}),                                                                                                                                           "InvalidArgs"},
-      {Call(object,             property,                          "Set",                                                           {its, status, value(1u)}),                   "InvalidArgs"},
-      {Call(object, property, "Set",  {its, status, 1}),"InvalidArgs"},
-      {Call(objects + "2",                       own,"VerifyVersion"),"UnknownObject"},
-      {Call(objects + "01",        own,"VerifyVersion"),"UnknownObject"},
-      {Call(objects + "99999999999999999999",                  own,                       "VerifyVersion"),                                                             "UnknownObject"                                                                                                            },
-      {Call(object + "/1",                            own,                        "VerifyVersion"),                                          "UnknownObject"                                                                                                                         },
+      {Call(factory, maker, "CreateObject", {text}), dbus::kNotRegistered},
+      {Call(factory, maker, "CreateObject", {"tessalystudio.checknew"}), dbus::kNotRegistered},
+      {Call(factory, maker, "CreateObject"), "InvalidArgs"},
+      {Call(factory, maker, "CreateObject", {1}), "InvalidArgs"},
+      {Call(factory, maker, "CreateObject", {text, text}), "InvalidArgs"},
+      {Call(factory, maker, "VerifyVersion"), "UnknownMethod"},
+      {Call(object, own, "SetStatus", {1}), "UnknownMethod"},
+      {Call(object, maker, "CreateObject", {text}), "UnknownInterface"},
+      {Call(object, own, "VerifyVersion", {1}), "InvalidArgs"},
+      {Call(object, own, "Release", {text}), "InvalidArgs"},
+      {Call(object, property, "Get", {its, text}), "UnknownProperty"},
+      {Call(object, property, "Get", {text, status}), "UnknownInterface"},
+      {Call(object, property, "Get", {its}), "InvalidArgs"},
+      {Call(object, property, "Reset", {its}), "UnknownMethod"},
+      {Call(object, property, "Set", {its, status, value(text)}), "InvalidArgs"},
+      {Call(object, property, "Set", {its, status, value(qlonglong(1))}), "InvalidArgs"},
+      {Call(object, property, "Set", {its, status, value(1u)}), "InvalidArgs"},
+      {Call(object, property, "Set", {its, status, 1}), "InvalidArgs"},
+      {Call(objects + "2", own, "VerifyVersion"), "UnknownObject"},
+      {Call(objects + "01", own, "VerifyVersion"), "UnknownObject"},
+      {Call(objects + "99999999999999999999", own, "VerifyVersion"), "UnknownObject"},
+      {Call(object + "/1", own, "VerifyVersion"), "UnknownObject"},
   };
+  // clang-format on
   for (const auto& [call, error] : rows) {
     const QString name = Ask(client, call).errorName();
     EXPECT_TRUE(name.endsWith(QLatin1StringView(error)))
