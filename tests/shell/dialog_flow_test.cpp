@@ -256,6 +256,7 @@ class Client : public StatusReceiver {
 };
 
 TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
+  // clang-format off
   const struct {
     Answer answer;
     std::int32_t status;
@@ -263,15 +264,14 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
     const char* checked_on;
     int messages;
   } kCases[] = {
-      // clang-format off
       {Received(kNothing), StatusIdle, false, "64800720", 0},
       {Silent(1), StatusIdle, false, "1440", 0},
       {Failed(12029, "No connection."), StatusIdle, false, "1440", 1},
       {Received(kOffer), StatusPending, true, "", 0},
       {Received(kOffer + "Stop application=YES\r\n"), StatusStopRequired, false, "", 0},
       {Received(kOffer + "Stop application=ja\r\n"), StatusPending, true, "", 0},
-      // clang-format on
   };
+  // clang-format on
   for (const auto& row : kCases) {
     HeadlessApp app("", 1);
     app.Start();
