@@ -55,7 +55,7 @@ std::string MGlobal::GetSpecialFolder(std::int32_t folder_code, const std::optio
   std::string path(buffer.begin(), end);
   for (const std::string& piece : Split(sub_path.value_or(""), "\\")) {
     if (Trim(piece).empty()) continue;
-    path = WithBackslash(path) + piece;
+    path = WithBackslash(path).append(piece);
     needs_.files.MakeFolder(path);  // one that is there already is a failure that nobody notices
   }
   return WithBackslash(path);
