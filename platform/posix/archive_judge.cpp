@@ -14,7 +14,8 @@ using Kind = ArchiveEntry::Kind;
 
 constexpr std::size_t kLongestName = 4096;
 constexpr std::size_t kDeepestName = 100;
-// Deflate packs 1,032 bytes into one at best: an archive that promises more unpacks the same bytes again and again.
+// Deflate packs 1,032 bytes into one at best: an archive that promises more unpacks the same bytes again and again. Of
+// other methods there is no such bound; the disk's room is theirs.
 constexpr std::int64_t kBestRatio = 1032;
 constexpr std::int64_t kAlwaysFine = std::int64_t{64} << 20;
 
@@ -109,8 +110,8 @@ UnzipResult JudgeEntry(const ArchiveEntry& entry, bool keep_folders, std::string
 
 ArchiveVerdict JudgeArchive(std::span<const ArchiveEntry> entries, const ArchiveLimits& limits, bool keep_folders) {
   if (entries.size() > limits.entries) return {UnzipResult::kTooManyEntries, "", {}};
-  const std::int64_t plausible = std::max(
-      kAlwaysFine, limits.archive_bytes > INT64_MAX / kBestRatio ? INT64_MAX : limits.archive_bytes * kBestRatio);
+  const bool bounded = limits.deflated_only && limits.archive_bytes <= INT64_MAX / kBestRatio;
+  const std::int64_t plausible = bounded ? std::max(kAlwaysFine, limits.archive_bytes * kBestRatio) : INT64_MAX;
   std::int64_t room = std::min(limits.free_bytes, plausible);
   ArchiveVerdict verdict;
   TargetNames names;

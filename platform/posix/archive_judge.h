@@ -42,6 +42,7 @@ struct ArchiveLimits {
   std::size_t entries = 200'000;
   std::int64_t archive_bytes = 0;  // length of the archive's file
   std::int64_t free_bytes = 0;     // on the target's file system
+  bool deflated_only = true;       // no entry is packed by a method that packs better
 };
 
 struct ArchiveVerdict {

@@ -7,7 +7,9 @@
 #include <locale.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -101,6 +103,11 @@ class ZipReader {
   }
 
   archive_entry* Entry() const { return entry_; }
+  // Whether the present entry is stored or deflated; the library tells it in words.
+  bool IsDeflated() const {
+    const std::string_view words = archive_format_name(archive_.get());
+    return words.find("deflation)") != words.npos || words.find("uncompressed)") != words.npos;
+  }
 
   // Writes the present entry's contents, which must be of the declared size.
   UnzipFailure Unpack(const ArchiveEntry& entry, int file) {
@@ -164,16 +171,26 @@ class ZipReader {
   bool is_open_ = false;
 };
 
-UnzipFailure ReadContents(int file, std::size_t most, std::vector<ArchiveEntry>& entries) {
+UnzipFailure ReadContents(int file, ArchiveLimits& limits, std::vector<ArchiveEntry>& entries) {
   ZipReader reader(file);
   UnzipFailure failure;
   std::size_t name_bytes = 0;
   while (reader.Next(failure)) {
     entries.push_back(ValueOf(reader.Entry()));
     name_bytes += entries.back().name.size();
-    if (entries.size() > most || name_bytes > kNameBytes) return {kTooManyEntries, "", ""};
+    limits.deflated_only = limits.deflated_only && reader.IsDeflated();
+    if (entries.size() > limits.entries || name_bytes > kNameBytes) return {kTooManyEntries, "", ""};
   }
   return failure;
+}
+
+// An archive of nothing is its end record alone, which the library doesn't take for one.
+bool IsEmptyArchive(int file, off_t length) {
+  constexpr std::size_t kEndRecord = 22;
+  std::array<char, kEndRecord> bytes{};
+  if (length != kEndRecord || pread(file, bytes.data(), bytes.size(), 0) != kEndRecord) return false;
+  const std::string_view record(bytes.data(), bytes.size());
+  return record.starts_with("PK\5\6") && record.substr(4).find_first_not_of('\0') == record.npos;
 }
 
 void KeepTime(int file, archive_entry* entry) {
@@ -225,7 +242,15 @@ bool IsAboutThePack(UnzipResult reason) {
   return reason == kCannotOpen || reason == kNotAnArchive || reason == kTooManyEntries || reason == kDamaged;
 }
 
-// A name fit to be shown: of moderate length, without characters that would change the line that it stands in.
+// Without characters that would change the line that it stands in.
+std::string InOneLine(std::string text, char line_end) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = c == '\n' ? line_end : '?';
+  }
+  return TrimEnd(text);
+}
+
+// A name of moderate length.
 std::string Shown(std::string name) {
   constexpr std::size_t kLongest = 200;
   if (name.size() > kLongest) {
@@ -233,10 +258,7 @@ std::string Shown(std::string name) {
     while ((static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
     name = name.substr(0, end) + "...";
   }
-  for (char& c : name) {
-    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
-  }
-  return name;
+  return InOneLine(std::move(name), '?');
 }
 
 }  // namespace
@@ -268,7 +290,7 @@ std::string Describe(const UnzipFailure& failure) {
   std::string text = kTexts[index].before;
   text += " \"" + Shown(failure.name) + '"';
   if (*kTexts[index].after != '\0') text += std::string(" ") + kTexts[index].after;
-  if (!failure.detail.empty()) text += " (" + Shown(TrimEnd(Replace(failure.detail, "\n", " "))) + ")";
+  if (!failure.detail.empty()) text += " (" + InOneLine(failure.detail, ' ') + ")";
   return text + '.';
 }
 
@@ -308,10 +330,11 @@ UnzipFailure ArchiveUnzip::Run() const {
   struct stat status {};
   if (!file || fstat(file.Get(), &status) < 0) return {kCannotOpen, "", SystemText(errno)};
   if (!S_ISREG(status.st_mode)) return {kNotAnArchive, "", ""};
+  if (IsEmptyArchive(file.Get(), status.st_size)) return {};
 
   ArchiveLimits limits{.archive_bytes = status.st_size};
   std::vector<ArchiveEntry> entries;
-  if (UnzipFailure failure = ReadContents(file.Get(), limits.entries, entries); failure.reason != kDone) return failure;
+  if (UnzipFailure failure = ReadContents(file.Get(), limits, entries); failure.reason != kDone) return failure;
 
   UnpackTarget target;
   if (const int error = target.Open(NativePath(extract_folder_))) return PlacingFailure(target, error, extract_folder_);

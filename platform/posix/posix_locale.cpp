@@ -122,7 +122,8 @@ std::string PosixLocale::DateSeparator() { return SeparatorIn("%x", "/"); }
 
 std::string PosixLocale::TimeSeparator() { return SeparatorIn("%X", ":"); }
 
-// The first mark between the numbers of a date or time that the locale writes. Scripts that put words there have none.
+// The first mark between two numbers of a date or time that the locale writes. Where words stand between them, as the
+// month's name or the time zone's, there is none.
 std::string PosixLocale::SeparatorIn(const char* format, const char* otherwise) const {
   tm moment{};
   moment.tm_year = 103;
@@ -130,8 +131,12 @@ std::string PosixLocale::SeparatorIn(const char* format, const char* otherwise) 
   moment.tm_hour = 5;
   std::array<char, 128> text{};
   const std::size_t length = strftime_l(text.data(), text.size(), format, &moment, locale_.get());
-  for (const char c : std::string_view(text.data(), length)) {
-    if (kSeparators.find(c) != std::string_view::npos) return std::string(1, c);
+  const std::string_view written(text.data(), length);
+  const auto is_digit = [&](std::size_t at) { return at < length && written[at] >= '0' && written[at] <= '9'; };
+  for (std::size_t i = 1; i < length; ++i) {
+    const std::size_t next = i + 1 < length && written[i + 1] == ' ' ? i + 2 : i + 1;  // "4. 1. 2003"
+    if (kSeparators.find(written[i]) == std::string_view::npos || !is_digit(i - 1) || !is_digit(next)) continue;
+    return std::string(1, written[i]);
   }
   return otherwise;
 }

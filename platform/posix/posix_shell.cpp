@@ -116,15 +116,18 @@ int PosixShell::AwaitRaiser(pid_t id) {
   using Clock = std::chrono::steady_clock;
   auto last_repaint = Clock::now();
   for (int pause = 1;; pause = std::min(pause * 2, 50)) {
-    if (const std::optional<int> exit = ExitOf(id)) {
-      std::erase(children_, id);
-      return *exit == 126 ? kCancelled : *exit >= 127 ? kAccessDenied : kSuccess;
-    }
+    // Asked before the name: what has ended keeps its name until it is reaped, so that a program that ends at once
+    // isn't taken for the raiser.
+    pollfd ended{end.Get(), POLLIN, 0};
+    const bool has_ended = !end || poll(&ended, 1, 0) > 0;
     // A name that can't be read (other users' processes may be hidden) leaves nothing to wait for.
     const std::string name = RunningName(id);
     is_raiser |= name == raiser;
     if (name != raiser && (is_raiser || name != maker)) return kSuccess;
-    pollfd ended{end.Get(), POLLIN, 0};
+    if (const std::optional<int> exit = has_ended ? ExitOf(id) : std::nullopt) {
+      std::erase(children_, id);
+      return *exit == 126 ? kCancelled : *exit == 127 ? kAccessDenied : kSuccess;
+    }
     poll(&ended, 1, pause);
     if (options_.repaint && Clock::now() - last_repaint >= std::chrono::milliseconds(50)) {
       options_.repaint();

@@ -191,6 +191,13 @@ int UnpackTarget::Swap(const std::string& staged, int folder, const std::string&
   struct stat status {};
   if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
+  // The rights that its owner gave the file stay; a pack made where there are none of these says nothing of them.
+  struct stat ours {};
+  if (S_ISREG(status.st_mode) && fstatat(staging_.Get(), staged.c_str(), &ours, AT_SYMLINK_NOFOLLOW) == 0) {
+    mode_t mode = status.st_mode & 0777;
+    if ((ours.st_mode & 0100) != 0) mode |= (mode & 0444) >> 2;  // who may read it may run it
+    fchmodat(staging_.Get(), staged.c_str(), mode, 0);
+  }
   former = staged;
   if (renameat2(staging_.Get(), staged.c_str(), folder, name.c_str(), RENAME_EXCHANGE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;

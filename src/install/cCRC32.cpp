@@ -16,10 +16,11 @@ constexpr std::uint32_t kStart = 0xFFFFFFFF;
 constexpr std::size_t kChunk = 8192;
 constexpr std::size_t kHighestBound = 32767;
 
-// What can't be read stays zero: a file that was not read whole must not pass for one that was.
-void FillChunk(FileReader* file, std::span<char> chunk) {
+// False when some of it couldn't be read.
+bool FillChunk(FileReader* file, std::span<char> chunk) {
   std::size_t got = 0;
   while (file != nullptr && !chunk.empty() && file->Read(chunk, got) == 0 && got > 0) chunk = chunk.subspan(got);
+  return chunk.empty();
 }
 
 }  // namespace
@@ -54,11 +55,12 @@ std::int32_t cCRC32::GetFileCrc32(const std::string& filename) {
   std::unique_ptr<FileReader> file;
   files_.OpenForReading(filename, file);
   std::vector<char> chunk(kChunk);
+  bool whole = true;
   loop_.BeginBusy();
   while (left > 0) {
     loop_.LetEventsRun();
     chunk.assign(static_cast<std::size_t>(std::min<std::int64_t>(left, kChunk)), '\0');
-    FillChunk(file.get(), chunk);
+    whole = FillChunk(file.get(), chunk) && whole;
     for (const char byte : chunk) {
       loop_.LetEventsRun();
       crc = Next(crc, static_cast<std::uint8_t>(byte));
@@ -66,7 +68,8 @@ std::int32_t cCRC32::GetFileCrc32(const std::string& filename) {
     left -= static_cast<std::int64_t>(chunk.size());
   }
   loop_.EndBusy();
-  return static_cast<std::int32_t>(~crc);
+  // A file that was not read whole must not pass for one that was, whatever the missing bytes are.
+  return static_cast<std::int32_t>(whole ? ~crc : crc);
 }
 
 }  // namespace tsly

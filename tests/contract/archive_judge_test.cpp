@@ -73,11 +73,12 @@ TEST(ArchiveJudge, CountsAndSizes) {
     ArchiveLimits limits;
     UnzipResult reason;
   } rows[] = {
-      {{2, kMega, 100 * kMega},     kDone          },
-      {{1, kMega, 100 * kMega},     kTooManyEntries},
-      {{2, kMega, 100 * kMega - 1}, kTooLarge      },
-      {{2, 1000, 100 * kMega},      kTooLarge      }, // more than anything packs into so few bytes
-      {{2, INT64_MAX, INT64_MAX},   kDone          },
+      {{2, kMega, 100 * kMega},       kDone          },
+      {{1, kMega, 100 * kMega},       kTooManyEntries},
+      {{2, kMega, 100 * kMega - 1},   kTooLarge      },
+      {{2, 1000, 100 * kMega},        kTooLarge      }, // more than anything packs into so few bytes
+      {{2, INT64_MAX, INT64_MAX},     kDone          },
+      {{2, 1000, 100 * kMega, false}, kDone          }, // by another method
   };
   for (const auto& [limits, reason] : rows) {
     const ArchiveVerdict verdict = JudgeArchive(two, limits, true);

@@ -3,7 +3,7 @@
 
 One file per archive, and zoo.tsv: file, the reason why it has to be refused (a name of UnzipResult, or "any"), and a part
 of the name that the message has to tell. In place of a reason, "good" means that it has to unpack to one file "file.txt"
-that says "contents", and "harmless" that nothing but plain files may come of it, and only in the target. OUTSIDE is an absolute path that nothing may be written to. Each archive is built byte by byte where it has to
+that says "contents", and "harmless" that nothing but plain files may come of it, and only in the target; as many as told, if a number is. OUTSIDE is an absolute path that nothing may be written to. Each archive is built byte by byte where it has to
 lie, from what the ZIP application note says.
 """
 import io
@@ -201,6 +201,11 @@ add("good-streamed", stream.bytes, "good")
 plain = entry("file.txt", CONTENTS)
 add("good-behind-a-program", pack(plain, prefix=b"MZ" + bytes(500)), "good")
 add("good-with-comment", pack(plain, comment=b"made by hand"), "good")
+archive = io.BytesIO()
+with zipfile.ZipFile(archive, "w", zipfile.ZIP_BZIP2) as writer:
+    writer.writestr("zeros", bytes(66 << 20))
+add("fine-packed-better-than-by-deflate", archive.getvalue(), "harmless", "1")
+add("fine-and-empty", pack(), "harmless", "0")
 add("good-set-user-id", pack(entry("file.txt", CONTENTS, mode=0o106755)), "good")
 add("good-by-backslash", pack(entry(".\\file.txt", CONTENTS)), "good")
 

@@ -98,9 +98,9 @@ TEST(LocaleContract, TellsTheCodePage) {
 
 // A locale in code page 1251, because machines have few that aren't in UTF-8. Its sources lack much, which is
 // complained of and doesn't matter here.
-void MakeLocale(const TempFolder& folder, const std::string& name) {
+void MakeLocale(const TempFolder& folder, const std::string& name, const std::string& date, const std::string& time) {
   folder.Write("charmap", "<code_set_name> CP1251\n<escape_char> /\nCHARMAP\n<U0000>..<U007F> /x00\nEND CHARMAP\n");
-  folder.Write("source", "LC_TIME\nd_fmt \"%d.%m.%Y\"\nt_fmt \"%H-%M-%S\"\nEND LC_TIME\n");
+  folder.Write("source", "LC_TIME\nd_fmt \"" + date + "\"\nt_fmt \"" + time + "\"\nEND LC_TIME\n");
   const std::string command =
       "cd '" + folder.NativePath().string() + "' && localedef -c -i source -f ./charmap ./" + name + " >/dev/null 2>&1";
   EXPECT_NE(std::system(command.c_str()), -1);
@@ -109,7 +109,8 @@ void MakeLocale(const TempFolder& folder, const std::string& name) {
 
 TEST(LocaleContract, FollowsTheEnvironment) {
   const TempFolder folder;
-  ASSERT_NO_FATAL_FAILURE(MakeLocale(folder, "made"));
+  ASSERT_NO_FATAL_FAILURE(MakeLocale(folder, "made", "%d. %m. %Y", "%H-%M-%S"));
+  ASSERT_NO_FATAL_FAILURE(MakeLocale(folder, "words", "%d abc., %Y", "-03 %H h %M"));
   std::filesystem::permissions(folder.NativePath(), std::filesystem::perms(0755));
   const struct {
     const char* locale;
@@ -119,6 +120,7 @@ TEST(LocaleContract, FollowsTheEnvironment) {
       {"missing", std::string("65001\0", 6), "/", ":"},
       {"C.UTF-8", std::string("65001\0", 6), "/", ":"},
       {"made",    std::string("1251\0",  5), ".", "-"},
+      {"words",   std::string("1251\0",  5), "/", ":"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(AsOrdinaryUser([&] {

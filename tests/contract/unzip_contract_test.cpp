@@ -255,8 +255,12 @@ TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
   home_.Write("pack.zip", Zip({
                               {"tool", "new"}
   }));
+  chmod(home_.NativePath("target/tool").c_str(), 0750);
   EXPECT_EQ(Extract("pack.zip"), 0) << unzip_->FailureText();
   EXPECT_EQ(home_.Read("target/tool"), "new");
+  struct stat tool {};
+  stat(home_.NativePath("target/tool").c_str(), &tool);
+  EXPECT_EQ(tool.st_mode & 0777U, 0750U) << "its rights stay";
   kill(running, SIGKILL);
   EXPECT_EQ(waitpid(running, nullptr, 0), running);
 }
@@ -278,6 +282,7 @@ TEST_F(ArchiveUnzipTest, TellsMissingRightsAndTheTextForThem) {
   EXPECT_FALSE(unzip.Extract(first, second, result));
   EXPECT_EQ(result, static_cast<std::int32_t>(kCannotWrite));
   EXPECT_EQ(unzip.FailureText(), "The file or folder \"\" can't be written (No such file or directory).");
+  EXPECT_TRUE(Describe({kDiskFull, "x", std::string(300, 'p') + "\nend"}).ends_with("p end).")) << "nothing is cut";
   EXPECT_EQ(Describe({kWrongChecksum, "a\nb", ""}), "The file \"a?b\" in the pack has a wrong checksum.");
 }
 

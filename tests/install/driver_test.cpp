@@ -67,7 +67,7 @@ TEST(Driver, OneUpdateFromTheOfferToTheRecordedVersion) {
   app.unzip.results = {0};
   app.Install();
   EXPECT_EQ(app.Transcript(),
-            "The updates are being installed. Please wait.\n"
+            "The installation is running. Please wait.\n"
             "Downloading Designer (9 bytes)\n"
             "Checking the download: passed.\n"
             "Unpacking the files\n"
@@ -102,8 +102,8 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
     const char* recorded;  // by the names of the modules
     bool checked;
   } kCases[] = {
-      {good,  good, good,  "Finished: all 3 updates were installed.",                                  "ABC", true },
-      {none,  good, wrong, "Finished. Installed: 1, failed: 2. What failed will be offered again.",    "B",   false},
+      {good,  good, good,  "Finished. Updates installed: 3.",                                          "ABC", true },
+      {none,  good, wrong, "Finished. Installed: 1, failed: 2. Failed updates will be offered again.", "B",   false},
       {wrong, none, wrong, "Finished: no update was installed, 3 failed. They will be offered again.", "",    false},
   };
   for (const auto& row : kCases) {
@@ -119,7 +119,7 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
     EXPECT_TRUE(app.Transcript().ends_with(row.last_line)) << app.Transcript();
     if (std::string(row.recorded) == "B") {
       EXPECT_EQ(app.Transcript(),
-                "The updates are being installed. Please wait.\n"
+                "The installation is running. Please wait.\n"
                 "Downloading A (9 bytes)\n"
                 "The update couldn't be downloaded. It will be offered again.\n"
                 "Downloading B (9 bytes)\n"
@@ -129,7 +129,7 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
                 "Downloading C (9 bytes)\n"
                 "Checking the download: failed.\n"
                 "The downloaded file is incomplete or damaged. The update will be offered again.\n"
-                "Finished. Installed: 1, failed: 2. What failed will be offered again.");
+                "Finished. Installed: 1, failed: 2. Failed updates will be offered again.");
     }
     std::string recorded;
     for (const char* name : {"A", "B", "C"}) {

@@ -70,6 +70,7 @@ TEST_F(LanguageToolTest, TellsEachFaultInItsLine) {
       {"Main Caption=",        "Main Caption=1\\n2\\n3\\n4\\n5\\n6\\n",                                                   "22: the text is too long: "                                                },
       {"Check Caption=",       "Check Caption=A lead-in that leaves no room for what stands behind it in the same row, ",
        "24: the text is too long: "                                                                                                                                                                   },
+      {"Title=",               "Title=x\ry\r",                                                                            "22: this is neither a [section] nor a key"                                 },
       {"Title=",               "Title=\xE9",                                                                              "21: this line isn't UTF-8"                                                 },
   };
   EXPECT_EQ(Check(English()), "");

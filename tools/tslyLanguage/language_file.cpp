@@ -31,7 +31,8 @@ LanguageLine ReadLine(std::string_view line) {
 
 std::vector<LanguageLine> LinesOf(const std::string& contents) {
   std::vector<LanguageLine> lines;
-  for (const std::string& line : Split(Replace(contents, "\r\n", "\n"), "\n")) lines.push_back(ReadLine(line));
+  for (const std::string& line : Split(Replace(Replace(contents, "\r\n", "\n"), "\r", "\n"), "\n"))
+    lines.push_back(ReadLine(line));
   return lines;
 }
 
