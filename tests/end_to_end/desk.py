@@ -71,11 +71,12 @@ class Maker(http.server.BaseHTTPRequestHandler):
 
 
 class Desk:
-    def __init__(self, programs, stack, display=False, bus=False, scale=1):
+    def __init__(self, programs, stack, display=False, bus=False, scale=1, locale="C.UTF-8"):
         self.programs, self.stack, self.scale = os.path.abspath(programs), stack, scale
         self.folder = stack.enter_context(tempfile.TemporaryDirectory())
         self.environment = dict(os.environ, TSLY_HOME=self.folder + "/home", XDG_RUNTIME_DIR=self.folder,
-                                QT_SCALE_FACTOR=str(scale), TSLY_RUNAS="", PATH=f"{self.folder}/bin:{os.environ['PATH']}")
+                                QT_SCALE_FACTOR=str(scale), LC_ALL=locale, TSLY_RUNAS="",
+                                PATH=f"{self.folder}/bin:{os.environ['PATH']}")
         # What the toolkit's libraries keep until the end is not ours.
         self.environment["ASAN_OPTIONS"] = f"detect_leaks=0:log_path={self.folder}/asan"
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "DBUS_SESSION_BUS_ADDRESS"):
