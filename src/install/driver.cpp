@@ -117,10 +117,10 @@ void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
                            : succeeded == 0 ? text_key::kFinishedFailed
                                             : text_key::kFinishedMixed;
   CheckedOn = failed == 0 ? needs_.clock.Now() : 0;
-  Step([&] {
-    const std::string text = Replace(ResString(key), "[N-SUCCESS]", std::to_string(succeeded));
-    ProcessFeedback(fbFinished, {Replace(text, "[N-FAILED]", std::to_string(failed))});
-  });
+  std::string text;
+  Step([&] { text = ResString(key); });
+  text = Replace(text, "[N-SUCCESS]", std::to_string(succeeded));
+  ProcessFeedback(fbFinished, {Replace(text, "[N-FAILED]", std::to_string(failed))});
 }
 
 bool frmVerify::VerifyDocument(std::string Filename, std::int32_t Size, std::string CRC) {
