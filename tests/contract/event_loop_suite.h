@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -29,6 +30,13 @@ class EventLoopSuite : public testing::TestWithParam<MakeLoopFixture> {
   void PostNote(char note) {
     loop.Post([this, note] { notes += note; });
   }
+  void PostBetween(const std::string& pair, std::function<void()> body) {
+    loop.Post([=, this] {
+      notes += pair[0];
+      body();
+      notes += pair[1];
+    });
+  }
   // What is noted at the latest a good while from now.
   std::string NotesWhen(std::size_t count) {
     const SteadyTime end = fixture->Now() + std::chrono::seconds(10);
@@ -42,11 +50,7 @@ class EventLoopSuite : public testing::TestWithParam<MakeLoopFixture> {
 };
 
 TEST_P(EventLoopSuite, EventsRunInOrderAndNeverInsidePost) {
-  loop.Post([this] {
-    notes += 'a';
-    PostNote('d');
-    notes += 'b';
-  });
+  PostBetween("ab", [this] { PostNote('d'); });
   PostNote('c');
   EXPECT_EQ(notes, "");
   loop.LetEventsRun();
@@ -55,16 +59,8 @@ TEST_P(EventLoopSuite, EventsRunInOrderAndNeverInsidePost) {
 }
 
 TEST_P(EventLoopSuite, AnEventThatWaitsLetsTheOthersIn) {
-  loop.Post([this] {
-    notes += '(';
-    loop.Wait(kForever);
-    notes += ')';
-  });
-  loop.Post([this] {
-    notes += '[';
-    loop.LetEventsRun();
-    notes += ']';
-  });
+  PostBetween("()", [this] { loop.Wait(kForever); });
+  PostBetween("[]", [this] { loop.LetEventsRun(); });
   PostNote('x');
   loop.LetEventsRun();
   EXPECT_EQ(notes, "([x])");

@@ -19,16 +19,16 @@ static_assert(kCsidlPersonal == 5 && kCsidlMyPictures == 39 && kCsidlProgramFile
 static_assert(kCsidlCommonAppData == 35 && kCsidlCommonDocuments == 46 && kCsidlCommonPictures == 54);
 
 // Nothing that the home depends on is set but what a test wants.
-ScopedEnvironment::Variables Only(ScopedEnvironment::Variables wanted) {
+Home HomeFrom(ScopedEnvironment::Variables wanted) {
   for (const char* name : {"TSLY_HOME", "HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) wanted[name];
-  return wanted;
+  const ScopedEnvironment environment(wanted);
+  return Home::FromEnvironment();
 }
 
 Home HomeBelow(const TempFolder& folder) {
-  const ScopedEnvironment environment(Only({
+  return HomeFrom({
       {"TSLY_HOME", folder.NativePath("home/").string()}
-  }));
-  return Home::FromEnvironment();
+  });
 }
 
 std::string FolderPath(Folders& folders, int csidl) {
@@ -37,44 +37,32 @@ std::string FolderPath(Folders& folders, int csidl) {
   return code == 0 ? buffer.c_str() : "code " + std::to_string(code);
 }
 
-TEST(Home, LiesBelowOneFolder) {
-  const TempFolder folder;
-  const Home home = HomeBelow(folder);
-  EXPECT_EQ(home.user_registry, folder.NativePath("home/registry/user.sqlite"));
-  EXPECT_EQ(home.machine_registry, folder.NativePath("home/registry/machine.sqlite"));
-  EXPECT_EQ(home.own_common_pictures, home.common_pictures);
-  EXPECT_FALSE(folder.Has("home"));
-}
-
 TEST(Home, LiesInTheUsualPlaces) {
   const TempFolder folder;
   folder.Write("config\\user-dirs.dirs",
                "# XDG_PICTURES_DIR=\"/comment\"\nXDG_DOCUMENTS_DIR=\"$HOME/My \\\"Papers\\\"\"\n"
                "XDG_DOCUMENTS_DIR_X=\"/x\"\n  XDG_PICTURES_DIR=\"/srv/pictures\"\nXDG_PICTURES_DIR=\"relative\"\n");
   folder.Write("u\\.config\\user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/\"\n");
-  {
-    const ScopedEnvironment environment(Only({
-        {"HOME",            "/u"                                },
-        {"XDG_CONFIG_HOME", folder.NativePath("config").string()},
-        {"XDG_DATA_HOME",   "/data/"                            },
-        {"TMPDIR",          "/t"                                }
-    }));
-    const Home home = Home::FromEnvironment();
-    EXPECT_EQ(home.user_registry, folder.NativePath("config/tessaly-studio/user.sqlite"));
-    EXPECT_EQ(home.machine_registry, "/var/lib/tessaly-studio/machine.sqlite");
-    EXPECT_EQ(home.documents, "/u/My \"Papers\"");
-    EXPECT_EQ(home.pictures, "/srv/pictures");
-    EXPECT_EQ(home.program_files, "/opt");
-    EXPECT_EQ(home.app_data, "/data");
-    EXPECT_EQ(home.common_app_data, "/var/lib/tessaly-studio/CommonAppData");
-    EXPECT_EQ(home.own_common_app_data, "/data/tessaly-studio/CommonAppData");
-    EXPECT_EQ(home.temp, "/t");
-  }
-  const ScopedEnvironment environment(Only({
+  Home home = HomeFrom({
+      {"HOME",            "/u"                                },
+      {"XDG_CONFIG_HOME", folder.NativePath("config").string()},
+      {"XDG_DATA_HOME",   "/data/"                            },
+      {"TMPDIR",          "/t"                                }
+  });
+  EXPECT_EQ(home.user_registry, folder.NativePath("config/tessaly-studio/user.sqlite"));
+  EXPECT_EQ(home.machine_registry, "/var/lib/tessaly-studio/machine.sqlite");
+  EXPECT_EQ(home.documents, "/u/My \"Papers\"");
+  EXPECT_EQ(home.pictures, "/srv/pictures");
+  EXPECT_EQ(home.program_files, "/opt");
+  EXPECT_EQ(home.app_data, "/data");
+  EXPECT_EQ(home.common_app_data, "/var/lib/tessaly-studio/CommonAppData");
+  EXPECT_EQ(home.own_common_app_data, "/data/tessaly-studio/CommonAppData");
+  EXPECT_EQ(home.temp, "/t");
+
+  home = HomeFrom({
       {"HOME",          folder.NativePath("u").string()},
       {"XDG_DATA_HOME", "relative"                     }
-  }));
-  const Home home = Home::FromEnvironment();
+  });
   EXPECT_EQ(home.documents, folder.NativePath("u"));
   EXPECT_EQ(home.pictures, folder.NativePath("u/Pictures"));
   EXPECT_EQ(home.app_data, folder.NativePath("u/.local/share"));
@@ -82,19 +70,27 @@ TEST(Home, LiesInTheUsualPlaces) {
 }
 
 TEST(Home, IsTheListedOneWithoutHome) {
-  const ScopedEnvironment environment(Only({}));
-  const Home home = Home::FromEnvironment();
+  const Home home = HomeFrom({});
   EXPECT_TRUE(home.user_registry.is_absolute());
   EXPECT_TRUE(home.user_registry.string().ends_with("/.config/tessaly-studio/user.sqlite"));
 }
 
-TEST(FoldersContract, MakesEachFolderWhenAskedForIt) {
+class FoldersContract : public testing::Test {
+ protected:
   const TempFolder folder;
-  PosixFolders folders(HomeBelow(folder));
-  const struct {
-    int csidl;
-    const char* name;
-  } cases[] = {
+  Home home = HomeBelow(folder);
+  PosixFolders folders{home};
+};
+
+TEST_F(FoldersContract, LieBelowOneFolder) {
+  EXPECT_EQ(home.user_registry, folder.NativePath("home/registry/user.sqlite"));
+  EXPECT_EQ(home.machine_registry, folder.NativePath("home/registry/machine.sqlite"));
+  EXPECT_EQ(home.own_common_pictures, home.common_pictures);
+  EXPECT_FALSE(folder.Has("home"));
+}
+
+TEST_F(FoldersContract, MakesEachFolderWhenAskedForIt) {
+  const std::pair<int, const char*> cases[] = {
       {kCsidlPersonal,        "Documents"      },
       {kCsidlAppData,         "AppData"        },
       {kCsidlCommonAppData,   "CommonAppData"  },
@@ -103,57 +99,49 @@ TEST(FoldersContract, MakesEachFolderWhenAskedForIt) {
       {kCsidlCommonDocuments, "CommonDocuments"},
       {kCsidlCommonPictures,  "CommonPictures" },
   };
-  for (const auto& c : cases) {
-    const std::string name = std::string("home\\folders\\") + c.name;
-    EXPECT_FALSE(folder.Has(name));
-    EXPECT_EQ(FolderPath(folders, c.csidl), folder.CorePath(name));
-    EXPECT_TRUE(folder.Has(name));
+  for (int round = 0; round < 2; ++round) {
+    for (const auto& [csidl, last] : cases) {
+      const std::string name = std::string("home\\folders\\") + last;
+      EXPECT_FALSE(folder.Has(name));
+      EXPECT_EQ(FolderPath(folders, csidl), folder.CorePath(name));
+      EXPECT_TRUE(folder.Has(name));
+    }
+    fs::remove_all(folder.NativePath("home"));
   }
-  fs::remove_all(folder.NativePath("home"));
-  EXPECT_EQ(FolderPath(folders, kCsidlAppData), folder.CorePath("home\\folders\\AppData"));
-  EXPECT_TRUE(folder.Has("home\\folders\\AppData"));
 }
 
-TEST(FoldersContract, TellsWhenThereIsNone) {
-  const TempFolder folder;
-  PosixFolders folders(HomeBelow(folder));
-  std::string path = FolderPath(folders, kCsidlAppData);
-  std::string buffer(path.size() + 1, '#');
+TEST_F(FoldersContract, TellsWhenThereIsNone) {
+  std::string buffer(FolderPath(folders, kCsidlAppData).size() + 1, '#');
   EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, buffer), 0);
-  EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, std::span(buffer).first(path.size())), kMoreData);
+  EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, std::span(buffer).subspan(1)), kMoreData);
   EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, {}), kMoreData);
   EXPECT_NE(folders.GetFolderPath(1, buffer), 0);
   folder.Write("home\\folders\\Documents", "a file in the folder's place");
   EXPECT_NE(folders.GetFolderPath(kCsidlPersonal, buffer), 0);
 }
 
-TEST(FoldersContract, GivesACommonFolderThatCanNotBeWrittenAsTheUsersOwn) {
-  const TempFolder folder;
-  Home home = HomeBelow(folder);
+TEST_F(FoldersContract, GivesACommonFolderThatCanNotBeWrittenAsTheUsersOwn) {
   fs::create_directories(folder.NativePath("machine/there"));
   fs::create_directories(folder.NativePath("own"));
   for (const char* name : {"", "machine", "machine/there"}) fs::permissions(folder.NativePath(name), fs::perms(0755));
-  fs::permissions(folder.NativePath("own"), fs::perms(0777));
+  fs::permissions(folder.NativePath("own"), fs::perms::all);
   home.common_app_data = folder.NativePath("machine/there");
   home.common_documents = folder.NativePath("machine/missing");
   home.own_common_app_data = folder.NativePath("own/a");
   home.own_common_documents = folder.NativePath("own/d");
-  PosixFolders folders(home);
+  folders = PosixFolders(home);
   EXPECT_EQ(FolderPath(folders, kCsidlCommonAppData), folder.CorePath("machine\\there"));
-  fs::permissions(folder.NativePath("machine/there"), fs::perms(0555));
-  fs::permissions(folder.NativePath("machine"), fs::perms(0555));
-  EXPECT_EQ(AsOrdinaryUser([&] {
-              if (FolderPath(folders, kCsidlCommonAppData) != folder.CorePath("own\\a")) return 1;
-              return FolderPath(folders, kCsidlCommonDocuments) == folder.CorePath("own\\d") ? 0 : 2;
-            }),
-            0);
+  for (const char* name : {"machine/there", "machine"}) fs::permissions(folder.NativePath(name), fs::perms(0555));
+  const auto is_own = [&] {
+    return FolderPath(folders, kCsidlCommonAppData) == folder.CorePath("own\\a") &&
+           FolderPath(folders, kCsidlCommonDocuments) == folder.CorePath("own\\d");
+  };
+  EXPECT_EQ(AsOrdinaryUser(is_own), 1);
   EXPECT_TRUE(folder.Has("own\\a"));
   fs::permissions(folder.NativePath("machine"), fs::perms(0755));
 }
 
-TEST(FoldersContract, MakesTemporaryFiles) {
-  const TempFolder folder;
-  PosixFolders folders(HomeBelow(folder));
+TEST_F(FoldersContract, MakesTemporaryFiles) {
   std::string buffer(2048, '#');
   ASSERT_NE(folders.GetTempPath(buffer), 0u);
   const std::string temp = buffer.c_str();
@@ -178,9 +166,7 @@ TEST(FoldersContract, MakesTemporaryFiles) {
   EXPECT_TRUE(fs::is_empty(folder.NativePath("empty")));
 }
 
-TEST(FoldersContract, FindsTheProgram) {
-  const TempFolder folder;
-  PosixFolders folders(HomeBelow(folder));
+TEST_F(FoldersContract, FindsTheProgram) {
   const std::string native = Replace(folders.ProgramFolder(), "\\", "/");
   EXPECT_TRUE(fs::equivalent(native, fs::canonical("/proc/self/exe").parent_path())) << native;
 }

@@ -37,7 +37,7 @@ inline std::string Get(Registry& registry, RegKey root, const std::string& path,
   int code = registry.Open(root, path, key);
   if (code == kSuccess) code = registry.Query(key, name, type, {}, size);
   std::string data(size, '#');
-  if (code == kSuccess && size != 0) code = registry.Query(key, name, type, data, size);
+  if (code == kSuccess) code = registry.Query(key, name, type, data, size);
   return code == kSuccess ? data : Outcome(code);
 }
 
