@@ -14,10 +14,7 @@ const std::string kOnePack =
     "[Versions]\r\nA=1\r\n[A]\r\nInstall pack=yes\r\nDownload URL=http://maker/a.zip\r\nSize=9\r\nCRC32=cbf43926\r\n";
 
 TEST(Download, TheLogTellsTheWholeWay) {
-  HeadlessApp app("/showupdates");
-  app.transfer.answers = {Received("")};
-  app.toolkit.answers = {kAnswerOk};
-  app.Start();
+  StartedApp app("/showupdates", {Received("")}, {kAnswerOk});
   EXPECT_EQ(app.Log(),
             "GetDocument: Starting download: GET http://updates.quillonsystems.example/download/app-updates.txt\n"
             "StateChanged: State = Resolving host\nStateChanged: State = Host resolved\n"
@@ -38,24 +35,21 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
   Answer late_code = Silent(1);
   late_code.code = 12152;
   late_code.info = "Odd answer.";
+  // clang-format off
   const struct {
     Answer answer;
     const char* end;  // of the message; "": nothing new
     const char* log_line;
   } kCases[] = {
-      {Failed(12029,            "No connection."),            "Error 1/12029: No connection.",
-       "StateChanged: Error [12029] No connection.\n"                                                                                                },
-      {Failed(12007,            "No such name."),             "",                                        "GetDocument: Exiting, returning True\n"    },
-      {Silent(1,                2),                           "Error 3/10012: Timeout",                  "DocumentReceived=0, DocumentTimeout=True\n"},
-      {late_code,               "Error 2/12152: Odd answer.", "GetDocument: Exiting, returning False\n"},
-      {FaultAtOnce(12005, "The address is bad."),     "Error 3/10012: Timeout",
-       "GetDocument: Error 2EE5: The address is bad.\n"                                            },
+      {Failed(12029, "No connection."), "Error 1/12029: No connection.", "StateChanged: Error [12029] No connection.\n"},
+      {Failed(12007, "No such name."), "", "GetDocument: Exiting, returning True\n"},
+      {Silent(1, 2), "Error 3/10012: Timeout", "DocumentReceived=0, DocumentTimeout=True\n"},
+      {late_code, "Error 2/12152: Odd answer.", "GetDocument: Exiting, returning False\n"},
+      {FaultAtOnce(12005, "Bad address."), "Error 3/10012: Timeout", "GetDocument: Error 2EE5: Bad address.\n"},
   };
+  // clang-format on
   for (const auto& row : kCases) {
-    HeadlessApp app("/showupdates");
-    app.transfer.answers = {row.answer};
-    app.toolkit.answers = {kAnswerOk};
-    app.Start();
+    StartedApp app("/showupdates", {row.answer}, {kAnswerOk});
     ASSERT_EQ(app.toolkit.messages.size(), 1u);
     const auto& message = app.toolkit.messages[0];
     EXPECT_EQ(message.style, *row.end == '\0' ? 64 : 48);
@@ -70,17 +64,13 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
 TEST(Download, ALeftOverListIsNotOfferedInPlaceOfOneThatNeverCame) {
   HeadlessApp app("/showupdates");
   app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);
-  app.transfer.answers = {Failed(kNameNotResolved, "No such name.")};
-  app.toolkit.answers = {kAnswerOk};
-  app.Start();
+  app.StartWith({Failed(kNameNotResolved, "No such name.")}, {kAnswerOk});
   EXPECT_EQ(app.toolkit.messages.at(0).style, kIconInformation);
   EXPECT_FALSE(app.controls().picStep200.Visible());
 }
 
 TEST(Download, AnEndedTransferKeepsItsOutcome) {
-  HeadlessApp app("/showupdates");
-  app.transfer.answers = {Received(kOnePack), Failed(12030, "Cut off.")};
-  app.Start();
+  StartedApp app("/showupdates", {Received(kOnePack), Failed(12030, "Cut off.")});
   app.transfer.Deliver(icError);
   EXPECT_TRUE(app.Log().ends_with("DocumentReceived = 1\n")) << "received stays received";
   app.controls().UpdateItem(1).UpdateElementUrl = "http://maker/packs/";
@@ -98,16 +88,14 @@ TEST(Download, AnEndedTransferKeepsItsOutcome) {
 
 TEST(Download, AReadThatFailsEndsTheWriting) {
   HeadlessApp app("/showupdates");
-  app.transfer.answers = {Received(kOnePack + std::string(5000, ';'))};
   app.transfer.chunk_fault_after = 1;
-  app.Start();
+  app.StartWith({Received(kOnePack + std::string(5000, ';'))});
   EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini").size(), 1024u);
   EXPECT_TRUE(app.controls().picStep200.Visible());
 }
 
 TEST(Download, TheDeadlineMovesWithEveryState) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   Answer slow = Silent(1, 2, 3, 4, 5, 6, 7, 7, 7);
   slow.step = std::chrono::seconds(15);
   app.transfer.answers = {slow};
@@ -121,8 +109,7 @@ TEST(Download, TheDeadlineMovesWithEveryState) {
 }
 
 TEST(Download, ALateDocumentIsStoredWithNobodyWaiting) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   app.transfer.answers = {Silent(1)};
   app.toolkit.answers = {kAnswerOk};
   app.Click(app.controls().lblInfo105);
@@ -135,8 +122,7 @@ TEST(Download, ALateDocumentIsStoredWithNobodyWaiting) {
 
 TEST(Download, StoresEveryByteInPlaceOfAnOlderFile) {
   for (const std::size_t length : {0u, 1u, 1023u, 1024u, 1025u, 5000u}) {
-    HeadlessApp app;
-    app.Start();
+    StartedApp app;
     const std::string name = "AppData\\Quillon Systems\\Tessaly Studio\\updates.ini";
     app.folder.Write(name, std::string(9000, 'o'));
     std::string body(length, '\0');
@@ -150,12 +136,8 @@ TEST(Download, StoresEveryByteInPlaceOfAnOlderFile) {
 
 TEST(Download, ADiskThatRefusesIsFoundOutByTheReader) {
   for (const FileCall call : {FileCall::kOpenForWriting, FileCall::kWrite, FileCall::kClose}) {
-    HeadlessApp app("/showupdates");
-    app.transfer.answers = {Received(kOnePack), Received("123456789")};
-    app.Start();
-    app.files.failures = {
-        {call, 0, 112}
-    };
+    StartedApp app("/showupdates", {Received(kOnePack), Received("123456789")});
+    app.files.failures.push_back({call, 0, 112});
     app.Click(app.controls().cmdInstall);
     EXPECT_FALSE(app.HasVersionValue("Version: A"));
     EXPECT_NE(app.controls().txtProcessing.Text().find("Checking the download: failed."), std::string::npos);
@@ -166,11 +148,9 @@ TEST(Download, ADiskThatRefusesIsFoundOutByTheReader) {
 TEST(Download, AnErrorBehindABrokenPackAsksForTheHomePage) {
   for (const std::int32_t answer : {kAnswerYes, kAnswerNo}) {
     HeadlessApp app("/showupdates");
-    app.transfer.answers = {
-        Received(kOnePack), Answer{.states = {1, 7}, .body = std::string(3000, 'x')}
-    };
-    app.Start();
-    app.toolkit.answers = {answer};
+    Answer broken = Silent(1, 7);
+    broken.body = std::string(3000, 'x');
+    app.StartWith({Received(kOnePack), broken}, {answer});
     // The error reaches the control while the document is being stored.
     int chunks = 0;
     app.transfer.before_chunk = [&] {
@@ -195,8 +175,7 @@ TEST(Download, NoPackLeavesTheTemporaryFolder) {
     HeadlessApp app("/showupdates");
     app.folder.Write("AppData\\Quillon Systems\\up", "theirs");
     app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\a1.zip", "theirs");
-    app.transfer.answers = {Received(Replace(kOnePack, "/a.zip", "/packs/" + end)), Received("123456789")};
-    app.Start();
+    app.StartWith({Received(Replace(kOnePack, "/a.zip", "/packs/" + end)), Received("123456789")});
     app.Click(app.controls().cmdInstall);
     app.Click(app.controls().cmdClose);
     EXPECT_FALSE(app.dialog().Loaded());
@@ -210,17 +189,11 @@ TEST(Download, NoPackLeavesTheTemporaryFolder) {
 }
 
 TEST(Download, TheNameComesFromTheAddress) {
-  const struct {
-    const char *url, *name;
-  } kCases[] = {
-      {"http://maker/packs/a.zip",     "a.zip"    },
-      {"http:\\\\maker\\packs\\a.zip", "a.zip"    },
-      {"http://maker/ a.zip ",         "a.zip"    },
-      {"http://maker/",                ""         },
-      {"a.zip",                        ""         },
-      {"http://maker/a.zip?x=1",       "a.zip?x=1"},
-  };
-  for (const auto& row : kCases) EXPECT_EQ(FilenameOfUrl(row.url), row.name) << row.url;
+  EXPECT_EQ(FilenameOfUrl("http://maker/packs/a.zip"), "a.zip");
+  EXPECT_EQ(FilenameOfUrl("http:\\\\maker\\packs\\a.zip"), "a.zip");
+  EXPECT_EQ(FilenameOfUrl("http://maker/ a.zip "), "a.zip");
+  EXPECT_EQ(FilenameOfUrl("http://maker/a.zip?x=1"), "a.zip?x=1");
+  for (const char* none : {"http://maker/", "a.zip"}) EXPECT_EQ(FilenameOfUrl(none), "") << none;
 }
 
 }  // namespace

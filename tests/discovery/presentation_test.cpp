@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "support/headless_app.h"
 
 namespace tsly {
@@ -33,9 +34,7 @@ TEST(Presentation, TheListMakesRoomForItsScrollBar) {
       {3,  "Twelve words of a summary that is just as long as a line..", true,  1545,  5505, 1245, 1200},
   };
   for (const auto& row : kCases) {
-    HeadlessApp app("/showupdates");
-    app.transfer.answers = {Received(Modules(row.count, row.summary))};
-    app.Start();
+    StartedApp app("/showupdates", {Received(Modules(row.count, row.summary))});
     VerifyControls& c = app.controls();
     EXPECT_EQ(c.vscUpdates.Visible(), row.bar) << row.count;
     EXPECT_EQ(c.vscUpdates.Max(), row.maximum) << row.count;
@@ -53,9 +52,7 @@ TEST(Presentation, TheListMakesRoomForItsScrollBar) {
 }
 
 TEST(Presentation, TheListFollowsTheScrollBar) {
-  HeadlessApp app("/showupdates");
-  app.transfer.answers = {Received(Modules(5))};
-  app.Start();
+  StartedApp app("/showupdates", {Received(Modules(5))});
   VerifyControls& c = app.controls();
   const auto scroll = [&](UiEvent::Kind kind, std::int32_t value) {
     app.dialog().Deliver({.kind = kind, .control = c.vscUpdates.Id(), .value = value}, app.dialog().LoadNumber());
@@ -74,9 +71,7 @@ TEST(Presentation, TheListFollowsTheScrollBar) {
 }
 
 TEST(Presentation, AListBuiltAnewDropsTheFormerItems) {
-  HeadlessApp app("/showupdates");
-  app.transfer.answers = {Received(Modules(2))};
-  app.Start();
+  StartedApp app("/showupdates", {Received(Modules(2))});
   VerifyControls& c = app.controls();
   c.picUpdates.SetHeight(1050 + 1005);
   app.dialog().ShowAvailableUpdates();
@@ -105,8 +100,7 @@ TEST(Presentation, FillsOneItemFromTheFile) {
   HeadlessApp app("/showupdates");
   app.folder.Write("app\\Languages\\French.ini", app.folder.Read("app\\Languages\\English.ini"));
   app.program->registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("French"));
-  app.transfer.answers = {Received(file)};
-  app.Start();
+  app.StartWith({Received(file)});
   const AvailableUpdate& item = app.controls().UpdateItem(1);
   EXPECT_EQ(item.UpdateElementName, "Designer");
   EXPECT_EQ(item.Item(), "Mise a jour");
@@ -129,46 +123,30 @@ TEST(Presentation, FillsOneItemFromTheFile) {
   EXPECT_FALSE(bare.UpdateElementStopPgm);
   EXPECT_EQ(bare.Version(), "Version 1, released (no date given)");
 
-  Control& link = app.controls().UpdateItem(1).lblMoreInfo;
-  app.Click(link);
+  app.Click(app.controls().UpdateItem(1).lblMoreInfo);
   EXPECT_EQ(app.shell.opened_urls, std::vector<std::string>{"http://maker/info"});
 }
 
 TEST(Presentation, ExcludedModulesAreNotOffered) {
   HeadlessApp app("/showupdates");
   app.SetVersionValue("Version: Current", std::string("1.0"));
-  app.transfer.answers = {
-      Received("[Versions]\r\nA=1.0\r\nCurrent=1.0\r\nB=1.0\r\nC=1.0\r\n[Excludes]\r\nC=B,Current\r\nCurrent=A\r\n")};
-  app.Start();
+  app.StartWith(
+      {Received("[Versions]\r\nA=1.0\r\nCurrent=1.0\r\nB=1.0\r\nC=1.0\r\n[Excludes]\r\nC=B,Current\r\nCurrent=A\r\n")});
   EXPECT_EQ(app.dialog().UpdateNames, (std::vector<std::string>{"", "A", "C"}));
   EXPECT_EQ(app.dialog().CheckedOn, 0);
 
-  HeadlessApp nothing("/showupdates");
-  nothing.transfer.answers = {Received("[Versions]\r\nA=1.0\r\n[Excludes]\r\nA=A\r\n")};
-  nothing.toolkit.answers = {kAnswerOk};
-  nothing.Start();
+  StartedApp nothing("/showupdates", {Received("[Versions]\r\nA=1.0\r\n[Excludes]\r\nA=A\r\n")}, {kAnswerOk});
   EXPECT_EQ(nothing.toolkit.messages.size(), 1u);
   EXPECT_NE(nothing.dialog().CheckedOn, 0);
 }
 
 TEST(Presentation, TheAddressOfTheUpdatesFile) {
   const std::string built_in = "http://updates.quillonsystems.example/download/app-updates.txt";
-  const struct {
-    RegData stored;
-    std::string address;
-  } kCases[] = {
-      {RegData(),                            built_in            },
-      {std::string(),                        built_in            },
-      {std::string("   "),                   built_in            },
-      {std::string(" http://maker/u.txt  "), "http://maker/u.txt"},
-  };
-  for (const auto& row : kCases) {
+  for (const char* stored : {"", "   ", " http://maker/u.txt  "}) {
     HeadlessApp app("/showupdates");
-    app.SetVersionValue(kValueVersionFileUrl, row.stored);
-    app.transfer.answers = {Received("")};
-    app.toolkit.answers = {kAnswerOk};
-    app.Start();
-    EXPECT_EQ(app.transfer.requests, std::vector{row.address});
+    app.SetVersionValue(kValueVersionFileUrl, std::string(stored));
+    app.StartWith({Received("")}, {kAnswerOk});
+    EXPECT_EQ(app.transfer.requests, std::vector{Trim(stored).empty() ? built_in : "http://maker/u.txt"});
     EXPECT_EQ(app.dialog().UpdatesIniFile, app.ProductFolder() + "updates.ini");
   }
 }
@@ -192,10 +170,9 @@ TEST(AvailableUpdateItem, LaysItselfOut) {
   item.SetExplanation("One line.");
   item.SetMoreInfo("More");
   item.SetWidth(5790);
-  const Twips kTops[] = {item.lblItem.Top(),     item.lblVersion.Top(), item.lblExplanation.Top(),
-                         item.lblMoreInfo.Top(), item.linBottom.Top(),  item.Height()};
-  EXPECT_EQ(std::vector<Twips>(std::begin(kTops), std::end(kTops)),
-            (std::vector<Twips>{90, 300, 510, 720, 1035, 1050}));
+  const std::vector<Twips> tops{item.lblItem.Top(),     item.lblVersion.Top(), item.lblExplanation.Top(),
+                                item.lblMoreInfo.Top(), item.linBottom.Top(),  item.Height()};
+  EXPECT_EQ(tops, (std::vector<Twips>{90, 300, 510, 720, 1035, 1050}));
   EXPECT_EQ(item.lblItem.Width(), 5295);
   item.SetHideBottomLine(true);
   EXPECT_EQ(item.Height(), 1005);

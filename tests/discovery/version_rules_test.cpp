@@ -4,39 +4,23 @@
 
 #include <map>
 
+#include "base/text.h"
 #include "support/headless_app.h"
 
 namespace tsly {
 namespace {
 
 TEST(VersionRules, WhatCountsAsNewer) {
-  const struct {
-    const char *installed, *offered;
-    bool newer;
-  } kCases[] = {
-      {"7.0.1300.0",     "7.0.1301.0", true },
-      {"7.0.1301.0",     "7.0.1300.0", false},
-      {"7.0.1300.0",     "7.0.1300.0", false},
-      {"7.0.1300.5",     "7.0.1301",   true },
-      {"7.0.1300.5",     "7.0.1300",   false},
-      {"7.0",            "7.0.0.0",    true }, // more fields, all common ones equal
-      {"1.5",            "2.0.0",      false}, // more fields: a greater one doesn't end the scan
-      {"1.5",            "1.6.0",      true },
-      {"1.5",            "1.4.9",      false},
-      {"0.0.0.0",        "0.0.0.0",    false},
-      {"0.0.0.0",        "0.0.0.1",    true },
-      {"7.0.abc.0",      "7.0.1.0",    true },
-      {"7.0.1.0",        "7.0.abc.0",  false},
-      {"7.0.3000000000", "7.0.1",      true },
-      {"7.-1",           "7.0",        true },
-      {"7..1",           "7.0.2",      true },
-      {" 7.0 ",          "  7.1 ",     true },
-      {"7.0",            "",           false},
-      {"   ",            "7.0",        false},
-      {"2",              "10",         true },
-  };
-  for (const auto& row : kCases) {
-    EXPECT_EQ(IsNewerVersion(row.installed, row.offered), row.newer) << row.installed << " -> " << row.offered;
+  // Installed and offered. With more fields offered, equal common ones do, and a greater one doesn't end the scan.
+  const auto newer = [](const std::string& row) { return IsNewerVersion(Split(row, "|")[0], Split(row, "|")[1]); };
+  for (const char* row :
+       {"7.0.1300.0|7.0.1301.0", "7.0.1300.5|7.0.1301", "7.0|7.0.0.0", "1.5|1.6.0", "0.0.0.0|0.0.0.1",
+        "7.0.abc.0|7.0.1.0", "7.0.3000000000|7.0.1", "7.-1|7.0", "7..1|7.0.2", " 7.0 |  7.1 ", "2|10"}) {
+    EXPECT_TRUE(newer(row)) << row;
+  }
+  for (const char* row : {"7.0.1301.0|7.0.1300.0", "7.0.1300.0|7.0.1300.0", "7.0.1300.5|7.0.1300", "1.5|2.0.0",
+                          "1.5|1.4.9", "7.0.1.0|7.0.abc.0", "7.0|", "   |7.0"}) {
+    EXPECT_FALSE(newer(row)) << row;
   }
 }
 
@@ -60,14 +44,12 @@ TEST(VersionRules, WhoExcludesWhom) {
       {{"A", "B", "a"},         {{"B", "A"}},                    {"B"}          },
   };
   for (const auto& row : kCases) {
-    Names names{""};
-    names.insert(names.end(), row.offered.begin(), row.offered.end());
+    Names names = row.offered, left = row.left;
+    for (Names* list : {&names, &left}) list->insert(list->begin(), "");
     ApplyExcludes(names, [&](const std::string& module) {
       const auto line = row.excludes.find(module);
       return line == row.excludes.end() ? "" : line->second;
     });
-    Names left{""};
-    left.insert(left.end(), row.left.begin(), row.left.end());
     EXPECT_EQ(names, left);
   }
 }
@@ -75,15 +57,11 @@ TEST(VersionRules, WhoExcludesWhom) {
 TEST(VersionRules, TheInstalledVersionComesFromTheRegistryAndTheOfferedOneFromTheFile) {
   HeadlessApp app;
   const std::string file = app.folder.Write("updates.ini", "[Versions]\r\nA=7.0.2\r\nEmpty=\r\nNull=0.0.0.0\r\n");
-  app.SetVersionValue("Version: a", std::string("7.0.1"));
-  EXPECT_TRUE(app.dialog().IsNewVersion("A", file));
-  app.SetVersionValue("Version: A", std::string("7.0.2"));
-  EXPECT_FALSE(app.dialog().IsNewVersion("A", file));
-  app.SetVersionValue("Version: A", std::string("   "));
-  EXPECT_FALSE(app.dialog().IsNewVersion("A", file));
-  EXPECT_FALSE(app.dialog().IsNewVersion("Empty", file));
-  EXPECT_FALSE(app.dialog().IsNewVersion("Null", file)) << "nothing is newer than nothing";
-  EXPECT_FALSE(app.dialog().IsNewVersion("Unknown", file));
+  for (const char* installed : {"7.0.1", "7.0.2", "   "}) {
+    app.SetVersionValue("Version: a", std::string(installed));
+    EXPECT_EQ(app.dialog().IsNewVersion("A", file), std::string(installed) == "7.0.1");
+  }
+  for (const char* none : {"Empty", "Null", "Unknown"}) EXPECT_FALSE(app.dialog().IsNewVersion(none, file)) << none;
   EXPECT_FALSE(app.dialog().IsNewVersion("A", app.folder.CorePath("missing.ini")));
 }
 
@@ -108,10 +86,7 @@ TEST(VersionRules, OddFilesOfferWhatCanBeReadInThem) {
   };
   for (const auto& [document, expected] : kCases) {
     SCOPED_TRACE(document.substr(0, 60));
-    HeadlessApp app("/showupdates");
-    app.transfer.answers = {Received(document)};
-    if (expected.empty()) app.toolkit.answers = {kAnswerOk};
-    app.Start();
+    StartedApp app("/showupdates", {Received(document)}, std::deque<std::int32_t>(expected.empty() ? 1 : 0, kAnswerOk));
     std::string offered;
     const auto& names = app.dialog().UpdateNames;
     for (std::size_t i = 1; i < names.size(); ++i) offered += "|" + names[i];

@@ -29,11 +29,7 @@ std::string Sections(const std::vector<Module>& modules) {
   return versions + sections;
 }
 
-Modules One(const std::string& lines) {
-  return {
-      Module{"A", lines}
-  };
-}
+Modules One(const std::string& lines) { return Modules(1, {"A", lines}); }
 
 // Modules of these names of one letter that do nothing.
 Modules Plain(const std::string& names) {
@@ -47,11 +43,13 @@ class Offer : public HeadlessApp {
  public:
   explicit Offer(const std::vector<Module>& modules, std::string command_line = "/showupdates")
       : HeadlessApp(std::move(command_line)) {
-    transfer.answers = {Received(Sections(modules))};
-    Start();
+    StartWith({Received(Sections(modules))});
     EXPECT_TRUE(controls().picStep200.Visible());
   }
-  void Install() { Click(controls().cmdInstall); }
+  void Install(std::deque<Answer> packs = {Received(kPack)}) {
+    transfer.answers = std::move(packs);
+    Click(controls().cmdInstall);
+  }
   std::string Transcript() {
     std::string text = controls().txtProcessing.Text();
     std::erase(text, '\r');
@@ -63,7 +61,6 @@ TEST(Driver, OneUpdateFromTheOfferToTheRecordedVersion) {
   Offer app(Modules{
       {"Designer", "Action 1=unzip:{app}\r\nAction 2=run:\"{current}setup.sh\" /q\r\n"}
   });
-  app.transfer.answers = {Received(kPack)};
   app.unzip.results = {0};
   app.Install();
   EXPECT_EQ(app.Transcript(),
@@ -107,15 +104,12 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
       {wrong, none, wrong, "Finished: no update was installed, 3 failed. They will be offered again.", "",    false},
   };
   for (const auto& row : kCases) {
-    Offer app(Modules{
-        {"A", "Action 1=unzip:{app}\r\n"},
-        {"B", "Action 1=unzip:{app}\r\n"},
-        {"C", "Action 1=unzip:{app}\r\n"}
-    });
-    app.transfer.answers = {row.first, row.second, row.third};
+    Modules modules = Plain("ABC");
+    for (Module& module : modules) module.lines = "Action 1=unzip:{app}\r\n";
+    Offer app(modules);
     app.dialog().CheckedOn = 41000;
     app.unzip.results.assign(std::string(row.recorded).size(), 0);
-    app.Install();
+    app.Install({row.first, row.second, row.third});
     EXPECT_TRUE(app.Transcript().ends_with(row.last_line)) << app.Transcript();
     if (std::string(row.recorded) == "B") {
       EXPECT_EQ(app.Transcript(),
@@ -147,15 +141,13 @@ TEST(Driver, EachVersionIsRecordedAtOnceAndASingleRunKeepsTheMoment) {
   Offer app(Plain("AB"));
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(1);
-  app.transfer.answers = {Received(kPack), slow};
   bool recorded = false;
   app.loop.After(std::chrono::seconds(2), [&] { recorded = app.HasVersionValue("Version: A"); });
-  app.Install();
+  app.Install({Received(kPack), slow});
   EXPECT_TRUE(recorded);
 
   Offer single(One(""));
   single.dialog().CheckedOn = 41000;
-  single.transfer.answers = {Received(kPack)};
   single.Install();
   EXPECT_EQ(single.dialog().CheckedOn, 41000);
 }
@@ -167,8 +159,7 @@ TEST(Driver, ASilentCheckLeavesOfferInstallationAndTranscriptAlone) {
   EXPECT_EQ(app.transfer.requests.size(), 1u) << "no search under an offer";
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(10);
-  app.transfer.answers = {slow};
-  app.Install();
+  app.Install({slow});
   app.Pass(std::chrono::seconds(40));
   EXPECT_EQ(app.transfer.requests.size(), 2u);
   EXPECT_TRUE(app.Transcript().ends_with("The update was installed.")) << app.Transcript();
@@ -179,13 +170,12 @@ TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
   Offer app(Plain("AB"));
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(1);
-  app.transfer.answers = {slow, Received(kPack)};
   app.loop.After(std::chrono::seconds(3), [&] {
     app.dialog().Unload(Form::kUnloadByUser);
     EXPECT_TRUE(app.dialog().Loaded()) << "an installation is running";
     EXPECT_FALSE(app.controls().cmdInstall.Enabled());
   });
-  app.Install();
+  app.Install({slow, Received(kPack)});
   EXPECT_NE(app.dialog().CheckedOn, 0);
   app.CloseWindow();
   EXPECT_FALSE(app.dialog().Loaded());
@@ -215,16 +205,12 @@ TEST(Driver, AsksBeforeTheHostProductIsStopped) {
       {"/showupdates /window:5", "yes",  kAnswerNo,  0,    question,             "Tessaly Studio has to be closed",   0, false},
   };
   for (const auto& row : kCases) {
-    Offer app(
-        Modules{
-            {"A", ""                                                  },
-            {"B", std::string("Stop application=") + row.stop + "\r\n"}
-    },
-        row.line);
-    app.transfer.answers = {Received(kPack), Received(kPack)};
+    Modules modules = Plain("AB");
+    modules[1].lines = std::string("Stop application=") + row.stop + "\r\n";
+    Offer app(modules, row.line);
     app.toolkit.answers = {row.answer, kAnswerOk};
     app.shell.next_error = row.window_error;
-    app.Install();
+    app.Install({Received(kPack), Received(kPack)});
     std::vector<std::int32_t> styles;
     for (const auto& message : app.toolkit.messages) styles.push_back(message.style);
     EXPECT_EQ(styles, row.styles);
@@ -239,6 +225,7 @@ TEST(Driver, AsksBeforeTheHostProductIsStopped) {
 }
 
 TEST(Driver, ActionsThatFailEndTheirUpdate) {
+  // clang-format off
   const struct {
     const char* lines;
     std::int32_t result;  // of the extraction
@@ -246,26 +233,21 @@ TEST(Driver, ActionsThatFailEndTheirUpdate) {
     const char* last_line;
     std::size_t launches;
   } kCases[] = {
-      {"Action 1=unzip:{app}\r\nAction 2=run:x\r\n",
-       3,                                               {},
-       "The files couldn't be unpacked. Reason: The pack is damaged.",                                                                           0},
-      {"Action 1=unzip:{windows}\\x\r\n",
-       0,                                               {},
-       "The files couldn't be unpacked. The path {windows}\\x isn't valid on this computer.",                                                    0},
-      {"Action 1=RUN:a.exe b\r\nAction 2=run:x\r\n",
-       0,                                               {8, "", "No memory."},
-       "The program couldn't be started. Error 8 with a.exe b: No memory.",                                                                      1},
-      {"Action 1=register dll:{app}a b.dll\r\n",
-       0,                                               {8, "", "No memory."},
-       "The component couldn't be registered. Error 8 with APP/a b.dll: No memory.",                                                             1},
-      {"Action 1=unregister exe\r\n",
-       0,                                               {},
-       "The registration couldn't be removed. Error 9 with : Subscript out of range",                                                            0},
-      {"Action 1=unzip\r\n",                         0, {},                    "The files couldn't be unpacked. Reason: Subscript out of range", 0},
+      {"Action 1=unzip:{app}\r\nAction 2=run:x\r\n", 3, {},
+       "The files couldn't be unpacked. Reason: The pack is damaged.", 0},
+      {"Action 1=unzip:{windows}\\x\r\n", 0, {},
+       "The files couldn't be unpacked. The path {windows}\\x isn't valid on this computer.", 0},
+      {"Action 1=RUN:a.exe b\r\nAction 2=run:x\r\n", 0, {8, "", "No memory."},
+       "The program couldn't be started. Error 8 with a.exe b: No memory.", 1},
+      {"Action 1=register dll:{app}a b.dll\r\n", 0, {8, "", "No memory."},
+       "The component couldn't be registered. Error 8 with APP/a b.dll: No memory.", 1},
+      {"Action 1=unregister exe\r\n", 0, {},
+       "The registration couldn't be removed. Error 9 with : Subscript out of range", 0},
+      {"Action 1=unzip\r\n", 0, {}, "The files couldn't be unpacked. Reason: Subscript out of range", 0},
   };
+  // clang-format on
   for (const auto& row : kCases) {
     Offer app(One(row.lines));
-    app.transfer.answers = {Received(kPack)};
     app.unzip.results = {row.result};
     app.unzip.failure_text = "The pack is damaged.";
     app.shell.next_fault = row.launch;
@@ -284,7 +266,6 @@ TEST(Driver, ActionsThatFailEndTheirUpdate) {
 TEST(Driver, AComponentThatCannotBeCreatedOrCalledFailsTheUpdate) {
   for (const char* call : {"", "ArchiveFile", "ExtractFolder", "ExtractOptionA", "ExtractOptionB", "Extract"}) {
     Offer app(One("Action 1=unzip:{app}\r\n"));
-    app.transfer.answers = {Received(kPack)};
     app.unzip.fail_create = *call == '\0';
     app.unzip.fail_call = call;
     app.Install();
@@ -295,14 +276,11 @@ TEST(Driver, AComponentThatCannotBeCreatedOrCalledFailsTheUpdate) {
 }
 
 TEST(Driver, EachVerbStartsItsProgram) {
-  Offer app(Modules{
-      {"A",
-       "Action 1=unregister exe:{app}a b.exe\r\nAction 2=register exe:{app}a b.exe\r\n"
-       "Action 3=unregister dll:{app}\\a b.dll\r\nAction 4=Register DLL:{app}a b.dll:ignored\r\n"
-       "Action 5=\" run:skipped\"\r\nAction 6=unknown\r\nAction 7=run:\"{commonappdata}x\" y:ignored\r\nAction "
-       "9=run:gap\r\n"}
-  });
-  app.transfer.answers = {Received(kPack)};
+  Offer app(
+      One("Action 1=unregister exe:{app}a b.exe\r\nAction 2=register exe:{app}a b.exe\r\n"
+          "Action 3=unregister dll:{app}\\a b.dll\r\nAction 4=Register DLL:{app}a b.dll:ignored\r\n"
+          "Action 5=\" run:skipped\"\r\nAction 6=unknown\r\nAction 7=run:\"{commonappdata}x\" y:ignored\r\n"
+          "Action 9=run:gap\r\n"));
   app.Install();
   const std::string folder = app.AppFolder();
   const std::string common = app.folder.CorePath("CommonAppData\\Quillon Systems\\Tessaly Studio\\");
@@ -318,13 +296,11 @@ TEST(Driver, EachVerbStartsItsProgram) {
 }
 
 TEST(Driver, ExecuteEndsTheProcessInTheMiddle) {
-  Offer app(Modules{
-      {"A", "Action 1=execute:{app}setup.sh\r\nAction 2=run:x\r\n"},
-      {"B", ""                                                    }
-  });
-  app.transfer.answers = {Received(kPack), Received(kPack)};
+  Modules modules = Plain("AB");
+  modules[0].lines = "Action 1=execute:{app}setup.sh\r\nAction 2=run:x\r\n";
+  Offer app(modules);
   const SteadyTime begun = app.clock.Steady();
-  app.Install();
+  app.Install({Received(kPack), Received(kPack)});
   EXPECT_TRUE(app.ended);
   EXPECT_GT(app.clock.Steady() - begun, std::chrono::seconds(5)) << "not before the launcher's wait";
   EXPECT_EQ(app.shell.launched.size(), 1u);
@@ -334,13 +310,11 @@ TEST(Driver, ExecuteEndsTheProcessInTheMiddle) {
 }
 
 TEST(Driver, AnExecuteThatCannotBeStartedFailsItsUpdateAlone) {
-  Offer app(Modules{
-      {"A", "Action 1=execute:{app}setup.sh\r\n"},
-      {"B", ""                                  }
-  });
-  app.transfer.answers = {Received(kPack), Received(kPack)};
+  Modules modules = Plain("AB");
+  modules[0].lines = "Action 1=execute:{app}setup.sh\r\n";
+  Offer app(modules);
   app.shell.next_fault = {8, "", "No memory."};
-  app.Install();
+  app.Install({Received(kPack), Received(kPack)});
   EXPECT_FALSE(app.ended);
   EXPECT_FALSE(app.HasVersionValue("Version: A"));
   EXPECT_TRUE(app.HasVersionValue("Version: B"));
@@ -348,7 +322,6 @@ TEST(Driver, AnExecuteThatCannotBeStartedFailsItsUpdateAlone) {
 
 TEST(Driver, AVersionThatCannotBeWrittenStillCountsAsInstalled) {
   Offer app(One(""));
-  app.transfer.answers = {Received(kPack)};
   app.registry.denied = true;
   app.Install();
   EXPECT_TRUE(app.Transcript().ends_with("The update was installed."));
@@ -358,33 +331,24 @@ TEST(Driver, AVersionThatCannotBeWrittenStillCountsAsInstalled) {
 
 TEST(Driver, VerificationComparesLengthAndChecksum) {
   const struct {
-    const char *size, *crc;
+    const char *pack, *size, *crc;
     bool good;
   } kCases[] = {
-      {"9",    "CBF43926",   true },
-      {" 9 ",  "0xcbf43926", true },
-      {"9",    "CBF43927",   false},
-      {"10",   "CBF43926",   false},
-      {"nine", "CBF43926",   false},
-      {"9",    "",           false},
+      {kPack, "9",    "CBF43926",   true },
+      {kPack, " 9 ",  "0xcbf43926", true },
+      {kPack, "9",    "CBF43927",   false},
+      {kPack, "10",   "CBF43926",   false},
+      {kPack, "nine", "CBF43926",   false},
+      {kPack, "9",    "",           false},
+      {"",    "0",    "0",          true },
   };
   for (const auto& row : kCases) {
     Offer app(One(""));
     app.controls().UpdateItem(1).UpdateElementSize = row.size;
     app.controls().UpdateItem(1).UpdateElementCRC = row.crc;
-    app.transfer.answers = {Received(kPack)};
-    app.Install();
+    app.Install({Received(row.pack)});
     EXPECT_EQ(app.HasVersionValue("Version: A"), row.good) << row.size << " " << row.crc;
   }
-}
-
-TEST(Driver, AnEmptyPackMayBeAnnouncedAsSuch) {
-  Offer app(One(""));
-  app.controls().UpdateItem(1).UpdateElementSize = "0";
-  app.controls().UpdateItem(1).UpdateElementCRC = "0";
-  app.transfer.answers = {Received("")};
-  app.Install();
-  EXPECT_TRUE(app.HasVersionValue("Version: A"));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "base/runtime_error.h"
+#include "base/text.h"
 #include "install/cCRC32.h"
 #include "install/path_macros.h"
 #include "support/headless_app.h"
@@ -10,31 +11,21 @@ namespace tsly {
 namespace {
 
 TEST(PathMacros, Expand) {
-  const struct {
-    const char *path, *expanded;
-    bool whole;
-  } kCases[] = {
-      {"",                       "",                         true },
-      {"x.exe",                  "x.exe",                    true },
-      {"{app}setup.exe",         "\\opt\\app\\setup.exe",    true },
-      {"{app}\\setup.exe",       "\\opt\\app\\setup.exe",    true },
-      {"{APP}{app}",             "\\opt\\app\\\\opt\\app\\", true },
-      {"\"{current}x y\" /q",    "\"\\tmp\\packs\\x y\" /q", true },
-      {"{CommonAppData}\\Cards", "\\var\\Cards",             true },
-      {"{windows}\\x.exe",       "{windows}\\x.exe",         false},
-      {"{current}\\x}",          "\\tmp\\packs\\x}",         false},
-      {"{",                      "{",                        false},
-  };
-  for (const auto& row : kCases) {
+  const MacroFolders folders{"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"};
+  for (const char* row : {"|", "x.exe|x.exe", "{app}setup.exe|\\opt\\app\\setup.exe",
+                          "{app}\\setup.exe|\\opt\\app\\setup.exe", "{APP}{app}|\\opt\\app\\\\opt\\app\\",
+                          "\"{current}x y\" /q|\"\\tmp\\packs\\x y\" /q", "{CommonAppData}\\Cards|\\var\\Cards",
+                          "{windows}\\x.exe|{windows}\\x.exe", "{current}\\x}|\\tmp\\packs\\x}", "{|{"}) {
+    const std::vector<std::string> texts = Split(row, "|");
     std::string expanded = "before";
-    EXPECT_EQ(ExpandMacros(row.path, {"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"}, expanded), row.whole);
-    EXPECT_EQ(expanded, row.expanded);
+    EXPECT_EQ(ExpandMacros(texts[0], folders, expanded), texts[1].find_first_of("{}") == std::string::npos) << row;
+    EXPECT_EQ(expanded, texts[1]);
   }
-  std::string expanded;
-  ExpandMacros("{current}", {"pack.zip", "", ""}, expanded);
-  EXPECT_EQ(expanded, "pack.zip\\") << "a document without a folder counts as one";
-  ExpandMacros("{current}", {"\\pack.zip", "", ""}, expanded);
-  EXPECT_EQ(expanded, "\\pack.zip\\");
+  for (const std::string pack : {"pack.zip", "\\pack.zip"}) {
+    std::string expanded;
+    ExpandMacros("{current}", {pack, "", ""}, expanded);
+    EXPECT_EQ(expanded, pack + "\\") << "a document without a folder counts as one";
+  }
 }
 
 class ChecksumTest : public testing::Test {
@@ -81,9 +72,7 @@ TEST_F(ChecksumTest, EventsRunWhileAFileIsRead) {
 TEST_F(ChecksumTest, AFileThatCannotBeReadMatchesNothing) {
   const std::string file = app.folder.Write("nine", "123456789");
   for (const FileCall call : {FileCall::kOpenForReading, FileCall::kRead}) {
-    app.files.failures = {
-        {call, 0, 5}
-    };
+    app.files.failures = std::vector(1, FailingFiles::Failure{call, 0, 5});
     const std::int32_t crc = checksum.GetFileCrc32(file);
     EXPECT_NE(crc, static_cast<std::int32_t>(0xCBF43926));
     EXPECT_NE(crc, 0) << "which a missing checksum reads as";

@@ -67,16 +67,12 @@ std::string Converted(const std::string& text, const std::string& codeset) {
 }
 
 TEST(LanguageFiles, ReadTheSameInTheCodePageOfTheirCountry) {
+  // clang-format off
   const std::pair<const char*, std::uint32_t> kCases[] = {
-      {"English",  1252},
-      {"French",   1252},
-      {"German",   1252},
-      {"Spanish",  1252},
-      {"Japanese", 932 },
-      {"Russian",  1251},
-      {"Arabic",   1256},
-      {"Turkish",  1254},
+      {"English", 1252}, {"French", 1252}, {"German", 1252}, {"Spanish", 1252},
+      {"Japanese", 932}, {"Russian", 1251}, {"Arabic", 1256}, {"Turkish", 1254},
   };
+  // clang-format on
   std::size_t files = 0;
   for ([[maybe_unused]] const auto& file : fs::directory_iterator(kSource / "resources/Languages")) ++files;
   EXPECT_EQ(files, std::size(kCases));
@@ -99,30 +95,27 @@ TEST(LanguageFiles, ReadTheSameInTheCodePageOfTheirCountry) {
   }
 }
 
-const std::string kGeneral = "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n";
-
 // The file of the language (1) or the skin in use (0): the program tells what is wrong, and goes on if it can.
 TEST(LanguageFiles, WhatIsNoLanguageOrSkinFileIsToldAndHarmless) {
-  std::string again = kGeneral + "[Software updates]\r\n";
+  std::string again = kLanguageHead + "[Software updates]\r\n";
   for (int i = 0; i < 1000; ++i) again += "Title=" + std::to_string(i) + "\r\n";
+  // clang-format off
   const struct {
     std::string contents;
     bool valid;
     const char* title;  // what the dialog shows
   } kCases[] = {
-      {"",                                                           false,                                     ""},
-      {std::string(1000,                                             '\0'),                                     false,""},
-      {"\x7F"
-       "ELF\x02\x01\xFF\xFE" +
-           std::string(5000,                                                            '\xC3'),
-       false,""},
-      {"[General\r\nVersion=7.0.1576",                                                          false,                                                                                                   ""                                                             },
-      {kGeneral.substr(0,                                                          30), false,""},
-      {kGeneral + std::string(50 << 20,                                                       'x') + "\r\n[Software updates]\r\nTitle=t",                                                                                              true,                                                                                                                                                                           "t"},
-      {kGeneral + "[Software updates]\r\nTitle=\"open\r\nOK=\"\r\n",true,"\"open"},
-      {kGeneral + "[Software updates]\r\nTitle=cut" + std::string(1, '\0') + "off",                                                                           true, "cut"},
-      {again, true,                             "0"},
+      {"", false, ""},
+      {std::string(1000, '\0'), false, ""},
+      {"\x7F" "ELF\x02\x01\xFF\xFE" + std::string(5000, '\xC3'), false, ""},
+      {"[General\r\nVersion=7.0.1576", false, ""},
+      {kLanguageHead.substr(0, 30), false, ""},
+      {kLanguageHead + std::string(50 << 20, 'x') + "\r\n[Software updates]\r\nTitle=t", true, "t"},
+      {kLanguageHead + "[Software updates]\r\nTitle=\"open\r\nOK=\"\r\n", true, "\"open"},
+      {kLanguageHead + "[Software updates]\r\nTitle=cut" + std::string(1, '\0') + "off", true, "cut"},
+      {again, true, "0"},
   };
+  // clang-format on
   for (const auto& row : kCases) {
     HeadlessApp app;
     app.folder.Write("app\\Languages\\English.ini", row.contents);
@@ -150,22 +143,16 @@ TEST(LanguageFiles, AFolderInPlaceOfAFileIsNoFile) {
   const fs::path english = app.folder.NativePath("app\\Languages\\English.ini");
   fs::remove(english);
   fs::create_directory(english);
-  app.toolkit.answers = {kAnswerOk};
-  app.Start();
+  app.StartWith({}, {kAnswerOk});
   EXPECT_EQ(app.Prompts()[0].substr(0, 26), "The english language file ");
-  EXPECT_TRUE(app.program->global.StartupFailed);
 }
 
 TEST(LanguageFiles, SettingsOfAWrongTypeAreReadAsText) {
   for (const RegData& odd : {RegData(7), RegData(2.5), RegData(std::string("..\\x"))}) {
     HeadlessApp app;
-    for (const auto& [root, name] : {
-             std::pair{kCurrentUser,  kValueLanguage       },
-             std::pair{kCurrentUser,  kValueSkin           },
-             std::pair{kLocalMachine, kValueDefaultLanguage}
-    }) {
-      app.program->registry.SetRegValue(root, SettingsKey, name, odd);
-    }
+    MRegistry& registry = app.program->registry;
+    for (const char* name : {kValueLanguage, kValueSkin}) registry.SetRegValue(kCurrentUser, SettingsKey, name, odd);
+    registry.SetRegValue(kLocalMachine, SettingsKey, kValueDefaultLanguage, odd);
     app.toolkit.answers = {kAnswerOk};
     app.Start();
     EXPECT_TRUE(app.dialog().Visible());
@@ -180,8 +167,8 @@ TEST(LanguageFiles, AnOrdinaryUserReadsWhatHeMay) {
   EXPECT_EQ(AsOrdinaryUser([] {
               HeadlessApp app;
               const std::string folder = "app\\Languages\\";
-              app.folder.Write(folder + "English.new.ini", kGeneral + "[Software updates]\r\nTitle=New\r\n");
-              app.folder.Write(folder + "French.ini", kGeneral);
+              app.folder.Write(folder + "English.new.ini", kLanguageHead + "[Software updates]\r\nTitle=New\r\n");
+              app.folder.Write(folder + "French.ini", kLanguageHead);
               fs::permissions(app.folder.NativePath(folder + "French.ini"), fs::perms::none);
               fs::permissions(app.folder.NativePath(folder + "English.ini"), fs::perms::owner_read);
               fs::permissions(app.folder.NativePath(folder), fs::perms::owner_read | fs::perms::owner_exec);

@@ -11,27 +11,16 @@ const std::string kValid = kSignature + "Version=7.0.1350.0\r\n";
 const std::string kInvalid = kSignature + "Version=6.0\r\n";
 
 TEST(LanguageVersions, Accepted) {
-  const struct {
-    const char* version;
-    bool accepted;
-  } kCases[] = {
-      {"7.0.1209.5",   true },
-      {"7.0.1350.0",   true },
-      {"7.0.13.1",     true },
-      {"7.0.1576.0",   true },
-      {"7.0.1576",     true },
-      {"7.0.14xyz.",   true },
-      {"7.0.1209",     false},
-      {"7.0.1577",     false},
-      {"7.0.1600.0",   false},
-      {"7.0.12.5",     false},
-      {"7.0.1350.0.1", false},
-      {"",             false},
-  };
-  for (const auto& row : kCases) EXPECT_EQ(IsAcceptedVersion(row.version), row.accepted) << row.version;
+  for (const char* version : {"7.0.1209.5", "7.0.1350.0", "7.0.13.1", "7.0.1576.0", "7.0.1576", "7.0.14xyz."}) {
+    EXPECT_TRUE(IsAcceptedVersion(version)) << version;
+  }
+  for (const char* version : {"7.0.1209", "7.0.1577", "7.0.1600.0", "7.0.12.5", "7.0.1350.0.1", ""}) {
+    EXPECT_FALSE(IsAcceptedVersion(version)) << version;
+  }
   EXPECT_TRUE(FitsPattern("abcd", "a*c*"));
   EXPECT_TRUE(FitsPattern("", "*"));
   EXPECT_FALSE(FitsPattern("aba", "ab*ba"));
+  EXPECT_FALSE(FitsPattern("abc", "a*bc*c"));
   EXPECT_FALSE(FitsPattern("abc", "a*d*c"));
 }
 
@@ -125,40 +114,25 @@ TEST(LanguageSelection, AFirstRunCopiesTheMachinesLanguage) {
 }
 
 TEST(LanguageSelection, PendingFilesAreTakenIntoUseOnce) {
-  const std::string folder = "app\\Languages\\";
-  HeadlessApp app;
-  app.folder.Write(folder + "English.NEW.ini", kValid + "Language=New\r\n");
-  app.folder.Write(folder + "German.new.ini", kValid);
-  app.Start();
-  EXPECT_EQ(app.program->localization.GetLanguageInfo(1), "New");
-  EXPECT_TRUE(app.folder.Has(folder + "German.ini"));
-  EXPECT_FALSE(app.folder.Has(folder + "English.NEW.ini") || app.folder.Has(folder + "German.new.ini"));
-
-  HeadlessApp copied;
-  copied.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
-  copied.files.failures = {
-      {FileCall::kRename, 0, 5}
-  };
-  copied.Start();
-  EXPECT_EQ(copied.program->localization.GetLanguageInfo(1), "New");
-  EXPECT_FALSE(copied.folder.Has(folder + "English.new.ini")) << "a copy has done its work";
-
-  HeadlessApp folder_in_its_place;
-  std::filesystem::create_directory(folder_in_its_place.folder.NativePath(folder + "Danish.ini"));
-  folder_in_its_place.folder.Write(folder + "Danish.new.ini", kValid);
-  folder_in_its_place.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
-  folder_in_its_place.Start();
-  EXPECT_TRUE(folder_in_its_place.folder.Has(folder + "Danish.new.ini")) << "left for the next start";
-  EXPECT_EQ(folder_in_its_place.program->localization.GetLanguageInfo(1), "New")
-      << "the next one is taken all the same";
-
+  const std::string folder = "app\\Languages\\", pending = kValid + "Language=New\r\n";
+  for (const bool rename_fails : {false, true}) {  // a copy does the same work
+    HeadlessApp app;
+    app.folder.Write(folder + "English.NEW.ini", pending);
+    app.folder.Write(folder + "German.new.ini", kValid);
+    // One that can't be taken is left for the next start, and the others are taken all the same.
+    std::filesystem::create_directory(app.folder.NativePath(folder + "Danish.ini"));
+    app.folder.Write(folder + "Danish.new.ini", kValid);
+    if (rename_fails) app.files.failures.push_back({FileCall::kRename, 0, 5});
+    app.Start();
+    EXPECT_EQ(app.program->localization.GetLanguageInfo(1), "New");
+    EXPECT_TRUE(app.folder.Has(folder + "German.ini") && app.folder.Has(folder + "Danish.new.ini"));
+    EXPECT_FALSE(app.folder.Has(folder + "English.NEW.ini") || app.folder.Has(folder + "German.new.ini"));
+  }
   HeadlessApp stuck;
-  stuck.folder.Write(folder + "English.new.ini", kValid + "Language=New\r\n");
-  stuck.files.failures = {
-      {FileCall::kRename, 0, 5},
-      {FileCall::kCopy,   0, 5},
-      {FileCall::kDelete, 0, 5}
-  };
+  stuck.folder.Write(folder + "English.new.ini", pending);
+  for (const FileCall call : {FileCall::kRename, FileCall::kCopy, FileCall::kDelete}) {
+    stuck.files.failures.push_back({call, 0, 5});
+  }
   stuck.Start();
   EXPECT_EQ(stuck.files.calls[FileCall::kRename], 1) << "the pass ends";
   EXPECT_TRUE(stuck.folder.Has(folder + "English.new.ini"));

@@ -80,8 +80,7 @@ TEST(Fonts, FollowTheLanguagesCharacterSetOrTheSystems) {
     HeadlessApp app;
     app.locale.code_page = row.code_page;
     const std::string line = row.charset == nullptr ? "" : "Charset=\"" + std::string(row.charset) + "\"\r\n";
-    app.folder.Write("app\\Languages\\English.ini",
-                     "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n" + line);
+    app.folder.Write("app\\Languages\\English.ini", kLanguageHead + line);
     app.Start();
     for (const Font& font : {app.dialog().GetFont(), app.controls().cmdOK.GetFont(),
                              app.controls().lblInfo100.GetFont(), app.controls().txtProcessing.GetFont()}) {
@@ -95,10 +94,11 @@ TEST(Fonts, FollowTheLanguagesCharacterSetOrTheSystems) {
 
 TEST(DialogTexts, AMissingKeyAbandonsItsStatementAlone) {
   HeadlessApp app;
-  app.folder.Write("app\\Languages\\English.ini",
-                   "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n"
-                   "[Software updates]\r\nTitle=The title\r\nInstall now=Go\r\nCheck Now=Look\r\n"
-                   "Check frequency never=never\r\nCheck frequency always=always\r\nCheck frequency weekly=weekly\r\n");
+  app.folder.Write(
+      "app\\Languages\\English.ini",
+      kLanguageHead +
+          "[Software updates]\r\nTitle=The title\r\nInstall now=Go\r\nCheck Now=Look\r\n"
+          "Check frequency never=never\r\nCheck frequency always=always\r\nCheck frequency weekly=weekly\r\n");
   app.Start();
   EXPECT_EQ(app.controls().lblInfo100.Text(), "The title");
   EXPECT_EQ(app.controls().cmdInstall.Text(), "Go");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -52,45 +53,21 @@ TEST(CheckSchedule, FallsDueWithTheDay) {
   }
 }
 
-// Walks through the calendar day by day.
-class Walker {
- public:
-  Walker(int year, int month, int day) : year_(year), month_(month), day_(day) {}
-  void Step() {
-    if (++day_ <= Length()) return;
-    day_ = 1;
-    if (++month_ > 12) month_ = 1, ++year_;
-  }
-  void Week() {
-    for (int i = 0; i < 7; ++i) Step();
-  }
-  void Month() {
-    const int day = day_, month = month_;
-    while (month_ == month || (day_ < day && day_ < Length())) Step();
-  }
-  DateTime Midnight() const { return MakeDateTime({year_, month_, day_, 0, 0, 0}); }
-
- private:
-  int Length() const {
-    if (month_ == 2) return year_ % 4 == 0 && (year_ % 100 != 0 || year_ % 400 == 0) ? 29 : 28;
-    return month_ == 4 || month_ == 6 || month_ == 9 || month_ == 11 ? 30 : 31;
-  }
-
-  int year_, month_, day_;
-};
-
-TEST(CheckSchedule, AgreesWithAWalkThroughTheCalendar) {
+TEST(CheckSchedule, AgreesWithTheLibrarysCalendar) {
+  using namespace std::chrono;
   std::mt19937 random(20260);
   const auto pick = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   for (int i = 0; i < 20000; ++i) {
-    const DateFields last = SplitDateTime(pick(1, 80000) + pick(0, 86399) / 86400.0);
     const bool weekly = i % 2 == 0;
-    Walker walker(last.year, last.month, last.day);
-    weekly ? walker.Week() : walker.Month();
+    const sys_days origin = sys_days(1899y / 12 / 30), last = origin + days(pick(1, 80000));
+    year_month_day due = weekly ? year_month_day(last + weeks(1)) : year_month_day(last) + months(1);
+    if (!due.ok()) due = due.year() / due.month() / std::chrono::last;
+    const DateTime midnight = static_cast<DateTime>((sys_days(due) - origin).count());
+    const DateTime moment = static_cast<DateTime>((last - origin).count()) + pick(0, 86399) / 86400.0;
     // Around the moment itself as often as far from it, at any second and at the ends of days.
-    const DateTime now = walker.Midnight() + pick(-2, 2) * (i % 3) + pick(-1, 1) * pick(0, 86399) / 86400.0;
-    EXPECT_EQ(IsCheckDue(weekly ? kCheckWeekly : kCheckMonthly, MakeDateTime(last), now), now >= walker.Midnight())
-        << LogStamp(MakeDateTime(last)) << " " << LogStamp(now);
+    const DateTime now = midnight + pick(-2, 2) * (i % 3) + pick(-1, 1) * pick(0, 86399) / 86400.0;
+    EXPECT_EQ(IsCheckDue(weekly ? kCheckWeekly : kCheckMonthly, moment, now), now >= midnight)
+        << LogStamp(moment) << " " << LogStamp(now);
   }
 }
 

@@ -16,15 +16,12 @@ TEST(DialogFlow, ShowsTheStoredFrequencyAndStoresItAtEveryUnload) {
     std::int32_t frequency;
   } kCases[] = {
       {RegData(),              3},
-      {0,                      0},
       {1,                      1},
-      {2,                      2},
       {7,                      3},
-      {-1,                     3},
       {std::string("2 weeks"), 2},
       {std::string("abc"),     0},
       {std::string("-0.5"),    3},
-      {std::string("1e10"),    3},
+      {-1,                     3},
   };
   for (const auto& row : kCases) {
     HeadlessApp app;
@@ -39,8 +36,7 @@ TEST(DialogFlow, ShowsTheStoredFrequencyAndStoresItAtEveryUnload) {
 }
 
 TEST(DialogFlow, ClicksStepThroughTheFrequencies) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   for (const char* tag : {"0", "1", "2", "3", "0"}) {
     app.Click(app.controls().lblInfo103);
     EXPECT_EQ(app.controls().lblInfo103.Tag(), tag);
@@ -58,22 +54,19 @@ TEST(DialogFlow, TellsTheLastCheckInTheUsersForm) {
     RegData stored;
     const char* shown;
   } kCases[] = {
-      {std::string("60060630"), "Last: 03.10.2014|10.03.2014|18h30"},
-      {60060630,                "Last: 03.10.2014|10.03.2014|18h30"},
-      {std::string("-1440"),    "Last: 12.29.1899|29.12.1899|00h00"},
-      {std::string("90000000"), "Last: 02.11.2071|11.02.2071|00h00"},
-      {std::string("1e300"),    "Last: 12.31.9999|31.12.9999|00h00"},
-      {std::string("0"),        "Never"                            },
-      {std::string("abc"),      "Never"                            },
-      {std::string("12 abc"),   "Never"                            },
-      {RegData(),               "Never"                            },
+      {60060630,              "Last: 03.10.2014|10.03.2014|18h30"},
+      {std::string("-1440"),  "Last: 12.29.1899|29.12.1899|00h00"},
+      {std::string("1e300"),  "Last: 12.31.9999|31.12.9999|00h00"},
+      {std::string("0"),      "Never"                            },
+      {std::string("abc"),    "Never"                            },
+      {std::string("12 abc"), "Never"                            },
+      {RegData(),             "Never"                            },
   };
   for (const auto& row : kCases) {
     HeadlessApp app;
-    app.folder.Write("app\\Languages\\English.ini",
-                     "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n"
-                     "[Software updates]\r\nLast check, never=Never\r\n"
-                     "Last check, done=Last: [MM/DD/YYYY]|[dd/mm/yyyy]|[HH:mm]\r\n");
+    app.folder.Write("app\\Languages\\English.ini", kLanguageHead +
+                                                        "[Software updates]\r\nLast check, never=Never\r\n"
+                                                        "Last check, done=Last: [MM/DD/YYYY]|[dd/mm/yyyy]|[HH:mm]\r\n");
     app.locale.date_separator = ".";
     app.locale.time_separator = "h";
     app.SetVersionValue(kValueCheckedOn, row.stored);
@@ -97,8 +90,7 @@ TEST(DialogFlow, FitsTheWindowToItsPanelAndPlacesTheFrequencyBehindItsLeadIn) {
 }
 
 TEST(DialogFlow, ASearchByHandWithNothingNewStoresItsMoment) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   app.clock.now = MakeDateTime({.year = 2014, .month = 3, .day = 10, .hour = 18, .minute = 30});
   app.transfer.answers = {Received(kNothing)};
   app.toolkit.answers = {kAnswerOk};
@@ -110,13 +102,11 @@ TEST(DialogFlow, ASearchByHandWithNothingNewStoresItsMoment) {
 }
 
 TEST(DialogFlow, TheLinkShowsTheSearchAndKeepsASecondOneOut) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   const Label& link = app.controls().lblInfo105;
   const std::string caption = link.Text();
-  app.transfer.answers = {
-      Answer{.states = {1, 2, 3, 4, 5, 6, 7}, .step = std::chrono::seconds(1)}
-  };
+  app.transfer.answers = {Silent(1, 2, 3, 4, 5, 6, 7)};
+  app.transfer.answers[0].step = std::chrono::seconds(1);
   std::vector<std::string> captions;
   for (int i = 0; i < 8; ++i) {
     app.loop.After(std::chrono::milliseconds(500 + 1000 * i), [&] {
@@ -144,8 +134,7 @@ TEST(DialogFlow, BothWaysOutOfAnOfferKeepTheCheckDue) {
   for (const bool by_button : {true, false}) {
     HeadlessApp app("/showupdates");
     app.SetVersionValue(kValueCheckedOn, std::string("60060630"));
-    app.transfer.answers = {Received(kOffer)};
-    app.Start();
+    app.StartWith({Received(kOffer)});
     app.dialog().CheckedOn = 41000;
     by_button ? app.Click(app.controls().cmdLater) : app.CloseWindow();
     EXPECT_FALSE(app.dialog().Loaded());
@@ -153,32 +142,25 @@ TEST(DialogFlow, BothWaysOutOfAnOfferKeepTheCheckDue) {
   }
 }
 
-TEST(DialogFlow, AWindowClosedDuringASearchEndsItWithoutAWord) {
-  HeadlessApp app;
-  app.Start();
-  app.transfer.answers = {Silent(1, 2, 3)};
-  app.loop.After(std::chrono::seconds(2), [&] { app.dialog().Unload(Form::kUnloadByUser); });
-  app.Click(app.controls().lblInfo105);
-  EXPECT_FALSE(app.dialog().Loaded());
-  EXPECT_TRUE(app.toolkit.messages.empty());
-  EXPECT_EQ(app.transfer.cancelled, 1);
-  EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "3") << "settings are stored";
-  EXPECT_EQ(app.loop.RunningTimers(), 0u);
-}
-
-TEST(DialogFlow, ADialogLoadedAnewDuringASearchIsLeftAlone) {
-  HeadlessApp app;
-  app.Start();
-  app.transfer.answers = {Silent(1)};
-  app.loop.After(std::chrono::seconds(2), [&] {
-    app.dialog().Unload();
-    app.dialog().Show();
-  });
-  app.Click(app.controls().lblInfo105);
-  EXPECT_TRUE(app.dialog().Visible());
-  EXPECT_TRUE(app.toolkit.messages.empty());
-  EXPECT_EQ(app.controls().lblInfo105.MousePointer(), kPointerCustom);
-  EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]);
+TEST(DialogFlow, AWindowClosedDuringASearchEndsItAndOneLoadedAnewIsLeftAlone) {
+  for (const bool anew : {false, true}) {
+    StartedApp app;
+    app.transfer.answers = {Silent(1, 2, 3)};
+    app.loop.After(std::chrono::seconds(2), [&] {
+      app.dialog().Unload(Form::kUnloadByUser);
+      if (anew) app.dialog().Show();
+    });
+    app.Click(app.controls().lblInfo105);
+    EXPECT_EQ(app.dialog().Loaded(), anew);
+    EXPECT_EQ(app.dialog().Visible(), anew);
+    EXPECT_TRUE(app.toolkit.messages.empty());
+    EXPECT_EQ(app.transfer.cancelled, 1);
+    EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "3") << "settings are stored";
+    EXPECT_EQ(app.loop.RunningTimers(), 0u);
+    if (!anew) continue;
+    EXPECT_EQ(app.controls().lblInfo105.MousePointer(), kPointerCustom);
+    EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]);
+  }
 }
 
 TEST(DialogFlow, ADialogUnloadedByAMessageOfItsOwnLoadLeavesNothingBehind) {
@@ -201,8 +183,7 @@ TEST(DialogFlow, ADialogUnloadedByAMessageOfItsOwnLoadLeavesNothingBehind) {
 }
 
 TEST(DialogFlow, EachControlBearsItsOwnText) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   VerifyControls& c = app.controls();
   const struct {
     const Control& control;
@@ -226,17 +207,16 @@ TEST(DialogFlow, EachControlBearsItsOwnText) {
   for (const char* name : {"never", "always", "weekly", "monthly"}) {
     frequencies.push_back(text(std::string("49:Check frequency ") + name));
   }
-  for (const char* name :
-       {"resolving host", "host resolved", "connecting", "connected", "requesting", "requested", "receiving"}) {
-    states.push_back(text(std::string("49:Status, ") + name));
+  for (const auto& name :
+       Split("resolving host,host resolved,connecting,connected,requesting,requested,receiving", ",")) {
+    states.push_back(text("49:Status, " + name));
   }
   EXPECT_EQ(app.dialog().FrequencyTexts, frequencies);
   EXPECT_EQ(app.dialog().CheckLinkTexts, states);
 }
 
 TEST(DialogFlow, ALateEventIsDropped) {
-  HeadlessApp app;
-  app.Start();
+  StartedApp app;
   const std::uint64_t load = app.dialog().LoadNumber();
   const UiEvent click{.kind = UiEvent::Kind::Click, .control = app.controls().cmdOK.Id(), .value = 0};
   app.dialog().Unload();
@@ -260,23 +240,21 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
   const struct {
     Answer answer;
     std::int32_t status;
-    bool shown;
-    const char* checked_on;
-    int messages;
+    const char* checked_on;  // "": shown instead, or not at all
+    std::size_t messages;
   } kCases[] = {
-      {Received(kNothing), StatusIdle, false, "64800720", 0},
-      {Silent(1), StatusIdle, false, "1440", 0},
-      {Failed(12029, "No connection."), StatusIdle, false, "1440", 1},
-      {Received(kOffer), StatusPending, true, "", 0},
-      {Received(kOffer + "Stop application=YES\r\n"), StatusStopRequired, false, "", 0},
-      {Received(kOffer + "Stop application=ja\r\n"), StatusPending, true, "", 0},
+      {Received(kNothing), StatusIdle, "64800720", 0},
+      {Silent(1), StatusIdle, "1440", 0},
+      {Failed(12029, "No connection."), StatusIdle, "1440", 1},
+      {Received(kOffer), StatusPending, "", 0},
+      {Received(kOffer + "Stop application=YES\r\n"), StatusStopRequired, "", 0},
+      {Received(kOffer + "Stop application=ja\r\n"), StatusPending, "", 0},
   };
   // clang-format on
   for (const auto& row : kCases) {
-    HeadlessApp app("", 1);
-    app.Start();
+    StartedApp app("", 1);
     app.transfer.answers = {row.answer};
-    app.toolkit.answers.assign(static_cast<std::size_t>(row.messages), kAnswerOk);
+    app.toolkit.answers.assign(row.messages, kAnswerOk);
     const auto client = std::make_shared<Client>();
     app.Run([&] {
       app.dialog().Load();
@@ -289,12 +267,13 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
     app.clock.now = 45000.5;
     app.Pass(std::chrono::seconds(40));
     EXPECT_EQ(client->status, row.status);
-    EXPECT_EQ(app.dialog().Loaded(), row.shown);
-    EXPECT_EQ(app.dialog().Visible(), row.shown);
-    EXPECT_EQ(app.toolkit.topmost.size(), row.shown ? 1u : 0u) << "above all other windows for a client";
+    const bool shown = row.status == StatusPending;
+    EXPECT_EQ(app.dialog().Loaded(), shown);
+    EXPECT_EQ(app.dialog().Visible(), shown);
+    EXPECT_EQ(app.toolkit.topmost.size(), shown ? 1u : 0u) << "above all other windows for a client";
     EXPECT_FALSE(app.toolkit.took_keyboard) << "from a user who types in another program";
     EXPECT_EQ(app.VersionValue(kValueCheckedOn), row.checked_on);
-    EXPECT_EQ(app.toolkit.messages.size(), static_cast<std::size_t>(row.messages));
+    EXPECT_EQ(app.toolkit.messages.size(), row.messages);
     EXPECT_EQ(app.transfer.requests.size(), 1u) << "one search for one arming";
   }
 }

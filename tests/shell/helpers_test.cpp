@@ -15,26 +15,15 @@ class HelpersTest : public testing::Test {
 TEST_F(HelpersTest, FilesExistOnlyAsNormalFiles) {
   app.folder.Write("data\\One.txt", "1");
   app.folder.Write("data\\.hidden", "1");
-  const struct {
-    const char* name;
-    bool exists;
-  } kCases[] = {
-      {"data\\One.txt",  true },
-      {"data\\ONE.TXT",  true },
-      {"data\\*.txt",    true },
-      {"data\\on?.*",    true },
-      {"data\\*.zip",    false},
-      {"data\\.hidden",  true },
-      {"data",           false},
-      {"data\\",         false},
-      {"nowhere\\x.txt", false},
-  };
-  for (const auto& row : kCases) EXPECT_EQ(global.FileExists(app.folder.CorePath(row.name)), row.exists) << row.name;
+  for (const char* name : {"data\\One.txt", "data\\ONE.TXT", "data\\*.txt", "data\\on?.*", "data\\.hidden"}) {
+    EXPECT_TRUE(global.FileExists(app.folder.CorePath(name))) << name;
+  }
+  for (const char* name : {"data\\*.zip", "data", "data\\", "nowhere\\x.txt"}) {
+    EXPECT_FALSE(global.FileExists(app.folder.CorePath(name))) << name;
+  }
   EXPECT_FALSE(global.FileExists("f:\\x.txt"));
   EXPECT_FALSE(global.FileExists(""));
-  app.files.failures = {
-      {FileCall::kFind, 0, 5}
-  };
+  app.files.failures.push_back({FileCall::kFind, 0, 5});
   EXPECT_FALSE(global.FileExists(app.folder.CorePath("data\\One.txt")));
 }
 
@@ -60,9 +49,7 @@ TEST_F(HelpersTest, ListsOfNamesComeBackComplete) {
     EXPECT_EQ(global.ReadProfileString("s", nullptr, "", file), std::string("a\0", 2) + last + '\0') << length;
     EXPECT_TRUE(global.ProfileKeyExists("S", std::string(length, 'K'), file)) << length;
     EXPECT_TRUE(global.ProfileKeyExists("s", "A", file));
-    EXPECT_FALSE(global.ProfileKeyExists("s", "b", file));
-    EXPECT_FALSE(global.ProfileKeyExists("empty", "a", file));
-    EXPECT_FALSE(global.ProfileKeyExists("missing", "a", file));
+    for (const char* section : {"empty", "missing"}) EXPECT_FALSE(global.ProfileKeyExists(section, "a", file));
   }
 }
 
@@ -80,9 +67,9 @@ TEST_F(HelpersTest, TellsAnEmptyValueFromAMissingKey) {
 TEST_F(HelpersTest, MessagesGoToTheToolkit) {
   app.toolkit.answers = {kAnswerNo};
   EXPECT_EQ(global.ShowMessage("Really?", 36), 7);
-  ASSERT_EQ(app.toolkit.messages.size(), 1u);
-  EXPECT_EQ(app.toolkit.messages[0].prompt, "Really?");
-  EXPECT_EQ(app.toolkit.messages[0].style, 36);
+  EXPECT_EQ(app.toolkit.messages, (std::vector<HeadlessToolkit::Message>{
+                                      {"Really?", 36}
+  }));
 }
 
 }  // namespace

@@ -2,38 +2,26 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "support/headless_app.h"
 
 namespace tsly {
 namespace {
 
 TEST(Launcher, OnlyQuotesProtectABlank) {
-  const struct {
-    const char *line, *command, *parameters;
-  } kCases[] = {
-      {"",                          "",             ""            },
-      {"   ",                       "",             ""            },
-      {"setup.exe",                 "setup.exe",    ""            },
-      {"  setup.exe  ",             "setup.exe",    ""            },
-      {"setup.exe /q  /n ",         "setup.exe",    "/q  /n"      },
-      {"\\a b\\setup.exe",          "\\a",          "b\\setup.exe"},
-      {"\"\\a b\\x.exe\" /q \"y\"", "\\a b\\x.exe", "/q \"y\""    },
-      {"\"\\a b\\x.exe\"",          "\\a b\\x.exe", ""            },
-      {"\"x\"y z",                  "x",            "y z"         },
-      {"\"\" x",                    "\"\" x",       ""            },
-      {"\"open x",                  "\"open x",     ""            },
-      {"\"",                        "\"",           ""            },
-  };
-  for (const auto& row : kCases) {
-    const CommandParts parts = SplitCommand(row.line);
-    EXPECT_EQ(parts.command, row.command) << row.line;
-    EXPECT_EQ(parts.parameters, row.parameters) << row.line;
+  // The line, its command and its parameters.
+  for (const char* row : {"||", "   ||", "  setup.exe  |setup.exe|", "setup.exe /q  /n |setup.exe|/q  /n",
+                          "\\a b\\setup.exe|\\a|b\\setup.exe", "\"\\a b\\x.exe\" /q \"y\"|\\a b\\x.exe|/q \"y\"",
+                          "\"x\"|x|", "\"x\"y z|x|y z", "\"\" x|\"\" x|", "\"open x|\"open x|", "\"|\"|"}) {
+    const std::vector<std::string> texts = Split(row, "|");
+    const CommandParts parts = SplitCommand(texts[0]);
+    EXPECT_EQ(parts.command, texts[1]) << row;
+    EXPECT_EQ(parts.parameters, texts[2]) << row;
   }
 }
 
 TEST(Launcher, WritesWhatItDoesAndLetsFiveSecondsPass) {
-  HeadlessApp app("", 1);
-  app.Start();
+  StartedApp app("", 1);
   int events = 0;
   app.loop.After(std::chrono::milliseconds(4999), [&] { ++events; });
   app.shell.next_error = 1223;
@@ -48,8 +36,7 @@ TEST(Launcher, WritesWhatItDoesAndLetsFiveSecondsPass) {
 }
 
 TEST(Launcher, AGivenParameterLeavesTheCommandWhole) {
-  HeadlessApp app("", 1);
-  app.Start();
+  StartedApp app("", 1);
   app.shell.next_fault = {5, "shell", "No process can be made."};
   app.shell.next_error = 8;
   const Fault fault = app.program->global.RunElevated("\\a b\\x.exe", "", 1);

@@ -63,42 +63,36 @@ class FailingFiles : public Files {
   }
   int OpenForReading(const std::string& path, std::unique_ptr<FileReader>& reader) override {
     const int code = Try(FileCall::kOpenForReading, [&] { return files_.OpenForReading(path, reader); });
-    if (code == 0) reader = std::make_unique<Reader>(*this, std::move(reader));
+    if (code == 0) reader = std::make_unique<Stream>(*this, std::move(reader), nullptr);
     return code;
   }
   int OpenForWriting(const std::string& path, std::unique_ptr<FileWriter>& writer) override {
     const int code = Try(FileCall::kOpenForWriting, [&] { return files_.OpenForWriting(path, writer); });
-    if (code == 0) writer = std::make_unique<Writer>(*this, std::move(writer));
+    if (code == 0) writer = std::make_unique<Stream>(*this, nullptr, std::move(writer));
     return code;
   }
 
  private:
-  class Reader : public FileReader {
+  // A reader or a writer, whichever is given.
+  class Stream : public FileReader, public FileWriter {
    public:
-    Reader(FailingFiles& owner, std::unique_ptr<FileReader> inner) : owner_(owner), inner_(std::move(inner)) {}
+    Stream(FailingFiles& owner, std::unique_ptr<FileReader> reader, std::unique_ptr<FileWriter> writer)
+        : owner_(owner), reader_(std::move(reader)), writer_(std::move(writer)) {}
     int Read(std::span<char> buffer, std::size_t& got) override {
       got = 0;
-      return owner_.Try(FileCall::kRead, [&] { return inner_->Read(buffer, got); });
+      return owner_.Try(FileCall::kRead, [&] { return reader_->Read(buffer, got); });
     }
-
-   private:
-    FailingFiles& owner_;
-    std::unique_ptr<FileReader> inner_;
-  };
-
-  class Writer : public FileWriter {
-   public:
-    Writer(FailingFiles& owner, std::unique_ptr<FileWriter> inner) : owner_(owner), inner_(std::move(inner)) {}
     int Write(std::string_view bytes) override {
-      return owner_.Try(FileCall::kWrite, [&] { return inner_->Write(bytes); });
+      return owner_.Try(FileCall::kWrite, [&] { return writer_->Write(bytes); });
     }
     int Close() override {
-      return owner_.Try(FileCall::kClose, [&] { return inner_->Close(); });
+      return owner_.Try(FileCall::kClose, [&] { return writer_->Close(); });
     }
 
    private:
     FailingFiles& owner_;
-    std::unique_ptr<FileWriter> inner_;
+    std::unique_ptr<FileReader> reader_;
+    std::unique_ptr<FileWriter> writer_;
   };
 
   template <typename Operation>

@@ -2,16 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <sstream>
 
 #include "platform/posix/paths.h"
 
 namespace tsly {
-namespace {
 
-Home HomeIn(const TempFolder& root) {
+Home TestFolders::HomeIn(const TempFolder& root) {
   const auto at = [&](const char* name) { return root.NativePath(name); };
   Home home;
   home.documents = at("Documents");
@@ -24,8 +22,6 @@ Home HomeIn(const TempFolder& root) {
   home.temp = at("temp");
   return home;
 }
-
-}  // namespace
 
 void CopyResources(const TempFolder& folder) {
   std::filesystem::create_directories(folder.NativePath("app"));
@@ -47,42 +43,13 @@ std::string LogLines(const std::string& file) {
   return lines;
 }
 
-int FixedLocale::DefaultCodePage(std::span<char> buffer) {
-  if (code_page == 0) return 0;
-  const std::string text = std::to_string(code_page);
-  std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
-  return static_cast<int>(text.size()) + 1;
-}
-
-bool FixedLocale::TranslateCodePage(std::uint32_t page, std::int32_t& charset) {
-  if (page != 1252 && page != 932) return false;
-  charset = page == 932 ? 128 : 0;
-  return true;
-}
-
-TestFolders::TestFolders(const TempFolder& root) : PosixFolders(HomeIn(root)), program_(root.CorePath("app")) {}
-
-int TestFolders::GetFolderPath(int csidl, std::span<char> buffer) {
-  return nowhere ? 1 : PosixFolders::GetFolderPath(csidl, buffer);
-}
-
 HeadlessApp::HeadlessApp(std::string command_line, std::int32_t start_mode)
     : folders(folder), files(real_files), loop(clock), transfer(loop) {
   CopyResources(folder);
   shell.at_end = [this] { at_end_ = WaitsAndWrites(); };
-  program = std::make_unique<Program>(Platform{.registry = registry,
-                                               .profiles = profiles,
-                                               .folders = folders,
-                                               .files = files,
-                                               .clock = clock,
-                                               .transfer = transfer,
-                                               .unzip = unzip,
-                                               .shell = shell,
-                                               .locale = locale,
-                                               .toolkit = toolkit,
-                                               .loop = loop,
-                                               .automation = automation},
-                                      start_mode, std::move(command_line));
+  program = std::make_unique<Program>(
+      Platform{registry, profiles, folders, files, clock, transfer, unzip, shell, locale, toolkit, loop, automation},
+      start_mode, std::move(command_line));
 }
 
 HeadlessApp::~HeadlessApp() {
@@ -116,6 +83,12 @@ void HeadlessApp::Start() {
   });
 }
 
+void HeadlessApp::StartWith(std::deque<Answer> from_server, std::deque<std::int32_t> from_user) {
+  transfer.answers = std::move(from_server);
+  toolkit.answers = std::move(from_user);
+  Start();
+}
+
 void HeadlessApp::Pass(std::chrono::milliseconds time) {
   Run([&] { loop.RunFor(time); });
 }
@@ -123,16 +96,17 @@ void HeadlessApp::Pass(std::chrono::milliseconds time) {
 void HeadlessApp::Click(Control& control) {
   ASSERT_TRUE(dialog().Visible() && control.Reachable() && !toolkit.box_is_open)
       << control.Name() << " can't be reached";
-  const UiEvent click{.kind = UiEvent::Kind::Click, .control = control.Id(), .value = 0};
-  loop.Post([this, click, load = dialog().LoadNumber()] { dialog().Deliver(click, load); });
-  Pass(std::chrono::milliseconds(0));
+  Send(UiEvent::Kind::Click, control.Id());
 }
 
 void HeadlessApp::CloseWindow() {
   ASSERT_TRUE(dialog().Visible());
-  loop.Post([this, load = dialog().LoadNumber()] {
-    dialog().Deliver({.kind = UiEvent::Kind::CloseRequested, .control = 0, .value = 0}, load);
-  });
+  Send(UiEvent::Kind::CloseRequested, 0);
+}
+
+void HeadlessApp::Send(UiEvent::Kind kind, ControlId control) {
+  const UiEvent event{.kind = kind, .control = control, .value = 0};
+  loop.Post([this, event, load = dialog().LoadNumber()] { dialog().Deliver(event, load); });
   Pass(std::chrono::milliseconds(0));
 }
 
@@ -154,7 +128,7 @@ std::string HeadlessApp::ProductFolder() const {
 }
 
 std::string HeadlessApp::Log() const {
-  return LogLines(folder.Read(std::string("AppData\\") + kProductSubPath + "\\tslyUpdater.log"));
+  return LogLines(folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\tslyUpdater.log"));
 }
 
 std::vector<std::string> HeadlessApp::Prompts() const {

@@ -6,6 +6,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -34,8 +36,13 @@ class FixedLocale : public Locale {
   std::uint32_t code_page = 1252;  // 0: the system doesn't tell
   std::string date_separator = "/";
   std::string time_separator = ":";
-  int DefaultCodePage(std::span<char> buffer) override;
-  bool TranslateCodePage(std::uint32_t page, std::int32_t& charset) override;
+  int DefaultCodePage(std::span<char> buffer) override {
+    return code_page == 0 ? 0 : std::snprintf(buffer.data(), buffer.size(), "%u", code_page) + 1;
+  }
+  bool TranslateCodePage(std::uint32_t page, std::int32_t& charset) override {
+    charset = page == 932 ? 128 : 0;
+    return page == 1252 || page == 932;
+  }
   std::string DateSeparator() override { return date_separator; }
   std::string TimeSeparator() override { return time_separator; }
 };
@@ -43,10 +50,12 @@ class FixedLocale : public Locale {
 // The test's folders: a home of its own, and the program file in "app".
 class TestFolders : public PosixFolders {
  public:
-  explicit TestFolders(const TempFolder& root);
+  explicit TestFolders(const TempFolder& root) : PosixFolders(HomeIn(root)), program_(root.CorePath("app")) {}
   bool nowhere = false;  // the system names no special folder
   bool no_temp = false;  // nor one for temporary files
-  int GetFolderPath(int csidl, std::span<char> buffer) override;
+  int GetFolderPath(int csidl, std::span<char> buffer) override {
+    return nowhere ? 1 : PosixFolders::GetFolderPath(csidl, buffer);
+  }
   std::uint32_t GetTempPath(std::span<char> buffer) override { return no_temp ? 0 : PosixFolders::GetTempPath(buffer); }
   std::uint32_t GetTempFileName(const std::string& in, const std::string& prefix, std::span<char> buffer) override {
     return no_temp ? 0 : PosixFolders::GetTempFileName(in, prefix, buffer);
@@ -54,11 +63,15 @@ class TestFolders : public PosixFolders {
   std::string ProgramFolder() override { return program_; }
 
  private:
+  static Home HomeIn(const TempFolder& root);
   std::string program_;
 };
 
 // The product's own language files and skins, for a program that stands in "app".
 void CopyResources(const TempFolder& folder);
+// How a valid language file begins.
+inline const std::string kLanguageHead =
+    "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n";
 // The lines of a log file without their stamps, each ended by LF.
 std::string LogLines(const std::string& file);
 
@@ -70,6 +83,8 @@ class HeadlessApp {
 
   // Main, and everything that waits behind it. Does nothing else until time passes.
   void Start();
+  // The same with scripts of what the server and the user answer.
+  void StartWith(std::deque<Answer> from_server, std::deque<std::int32_t> from_user = {});
   // Runs `deed` as an event of the program; the end of the process stops it.
   void Run(const std::function<void()>& deed);
   void Pass(std::chrono::milliseconds time);
@@ -107,8 +122,20 @@ class HeadlessApp {
   bool ended = false;  // the process has ended itself
 
  private:
+  void Send(UiEvent::Kind kind, ControlId control);
   int WaitsAndWrites() const;
   int at_end_ = 0;
+};
+
+// One that has started.
+class StartedApp : public HeadlessApp {
+ public:
+  explicit StartedApp(std::string line = "", std::deque<Answer> from_server = {},
+                      std::deque<std::int32_t> from_user = {})
+      : HeadlessApp(std::move(line)) {
+    StartWith(std::move(from_server), std::move(from_user));
+  }
+  StartedApp(std::string line, std::int32_t start_mode) : HeadlessApp(std::move(line), start_mode) { Start(); }
 };
 
 }  // namespace tsly

@@ -13,29 +13,14 @@ int LinesOf(const std::string& paragraph, std::size_t characters) {
   int lines = 1;
   std::size_t used = 0;
   for (const std::string& word : Split(paragraph, " ")) {
-    const std::size_t with_blank = used == 0 ? word.size() : used + 1 + word.size();
-    if (used != 0 && with_blank > characters) {
-      ++lines;
-      used = word.size();
-    } else {
-      used = with_blank;
-    }
+    const bool fits = used == 0 || used + 1 + word.size() <= characters;
+    used = (fits && used != 0 ? used + 1 : 0) + word.size();
+    if (!fits) ++lines;
   }
   return lines;
 }
 
 }  // namespace
-
-void HeadlessToolkit::Open(Form& form) {
-  open.insert(&form);
-  ++opened;
-}
-
-void HeadlessToolkit::Close(Form& form) {
-  open.erase(&form);
-  shown.erase(&form);
-  topmost.erase(&form);
-}
 
 std::int32_t HeadlessToolkit::MessageBox(const std::string& prompt, std::int32_t style,
                                          const std::optional<std::string>& title) {
@@ -44,12 +29,9 @@ std::int32_t HeadlessToolkit::MessageBox(const std::string& prompt, std::int32_t
   box_is_open = true;
   if (during_message) during_message();
   box_is_open = false;
-  if (answers.empty()) {
-    ADD_FAILURE() << "a message that nobody scripted: " << prompt;
-    return kAnswerNo;
-  }
-  const std::int32_t answer = answers.front();
-  answers.pop_front();
+  EXPECT_FALSE(answers.empty()) << "a message that nobody scripted: " << prompt;
+  const std::int32_t answer = answers.empty() ? kAnswerNo : answers.front();
+  if (!answers.empty()) answers.pop_front();
   return answer;
 }
 

@@ -36,8 +36,13 @@ class HeadlessToolkit : public Toolkit {
   Twips twips_per_pixel = 15;
 
   ScreenMetrics Metrics() override { return {28800, 16200, kFrameWidth, kFrameHeight, twips_per_pixel}; }
-  void Open(Form& form) override;
-  void Close(Form& form) override;
+  void Open(Form& form) override {
+    open.insert(&form);
+    ++opened;
+  }
+  void Close(Form& form) override {
+    for (auto* forms : {&open, &shown, &topmost}) forms->erase(&form);
+  }
   void Show(Form& form, Keyboard keyboard) override {
     shown.insert(&form);
     took_keyboard = keyboard == Keyboard::kTake;

@@ -43,12 +43,9 @@ class RecordingUnzipFactory : public UnzipFactory {
 
     Fault Extract(std::string&, std::string&, std::int32_t& result) override {
       if (Fault raised = Log("Extract", "")) return raised;
-      if (factory_.results.empty()) {
-        ADD_FAILURE() << "an Extract that nobody scripted";
-        factory_.results.push_back(-1);
-      }
-      result = factory_.results.front();
-      factory_.results.pop_front();
+      EXPECT_FALSE(factory_.results.empty()) << "an Extract that nobody scripted";
+      result = factory_.results.empty() ? -1 : factory_.results.front();
+      if (!factory_.results.empty()) factory_.results.pop_front();
       failed_ = result != 0;
       return {};
     }

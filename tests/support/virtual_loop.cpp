@@ -21,17 +21,6 @@ void VirtualLoop::Post(std::function<void()> event) {
   UpdateFlag();
 }
 
-void VirtualLoop::BeginBusy() {
-  ++busy_;
-  ++busy_scopes_begun;
-  UpdateFlag();
-}
-
-void VirtualLoop::EndBusy() {
-  --busy_;
-  UpdateFlag();
-}
-
 // The oldest event, or else the first timer that is due by `latest`, to whose moment the clock then moves.
 bool VirtualLoop::ServeOne(SteadyTime latest) {
   if (!events_.empty()) {

@@ -42,8 +42,11 @@ class VirtualLoop : public EventLoop {
   void RunFor(std::chrono::milliseconds time);
 
   void Wait(SteadyTime until) override;
-  void BeginBusy() override;
-  void EndBusy() override;
+  void BeginBusy() override {
+    ++busy_scopes_begun;
+    AddBusy(1);
+  }
+  void EndBusy() override { AddBusy(-1); }
   void Post(std::function<void()> event) override;
   TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
   void StopTimer(TimerId timer) override { timers_.erase(timer); }
@@ -61,6 +64,10 @@ class VirtualLoop : public EventLoop {
   };
 
   bool ServeOne(SteadyTime latest);
+  void AddBusy(int scopes) {
+    busy_ += scopes;
+    UpdateFlag();
+  }
   void UpdateFlag() { may_wait_ = busy_ == 0 || !events_.empty(); }
 
   ManualClock& clock_;

@@ -114,13 +114,8 @@ TEST_F(LanguageToolTest, BeginsANewFileThatIsReadInEnglishMeanwhile) {
     EXPECT_NE(error.str(), "");
   }
   EXPECT_EQ(folder.Read("Latin.ini"), written);
-  for (const std::vector<std::string>& words : {
-           std::vector<std::string>{    },
-           {         "check"    },
-           {    "new"},
-           { "new",     "a", "b"},
-           {          "x",     "y"}
-  }) {
+  for (const char* line : {"", "check", "new", "new a b", "x y"}) {
+    const std::vector<std::string> words = Split(line, " ");
     EXPECT_EQ(Run(words), LanguageToolStatus::kUsage);
   }
   std::filesystem::current_path(former);

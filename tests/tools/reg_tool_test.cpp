@@ -201,20 +201,11 @@ TEST(RegTool, AFileWithALineThatCannotBeKeptChangesNothing) {
       "hex(1):00,d8", "\"a",           "\"a\\n\"", "\"a\" b",          "",
       "-1",           "\"a\x01\"",     "\"\xFF\"", "\"\xED\xA0\x80\"", std::string("\"a\0\"", 4),
       "hex:01,\\",    "\"two\rlines\""};
-  std::vector<std::string> bad_lines = {"\"v\"",
-                                        "\"v=\"a\"",
-                                        "v=\"a\"",
-                                        "@",
-                                        "=1",
-                                        "[HKCU\\A",
-                                        "[HKEY_USERS\\A]",
-                                        "[HKCU\\\\A]",
-                                        "[HKCU\\A\\]",
-                                        "[]",
-                                        "[-HKCU]",
-                                        "[HKCU\\A] x",
-                                        "[HKCU\\" + std::string(kRegMaxPartLength + 1, 'k') + "]",
-                                        "\"" + std::string(kRegMaxNameLength + 1, 'n') + "\"=-"};
+  std::vector<std::string> bad_lines =
+      Split("\"v\" \"v=\"a\" v=\"a\" @ =1 [HKCU\\A [HKEY_USERS\\A] [HKCU\\\\A] [HKCU\\A\\] [] [-HKCU]", " ");
+  bad_lines.push_back("[HKCU\\A] x");
+  bad_lines.push_back("[HKCU\\" + std::string(kRegMaxPartLength + 1, 'k') + "]");
+  bad_lines.push_back("\"" + std::string(kRegMaxNameLength + 1, 'n') + "\"=-");
   for (const auto& data : bad_data) bad_lines.push_back("\"v\"=" + data);
   for (const auto& line : bad_lines) {
     MemoryRegistry registry;
