@@ -13,8 +13,8 @@ ArchiveVerdict Judge(const std::vector<ArchiveEntry>& entries, bool keep_folders
   return JudgeArchive(entries, {.archive_bytes = 1000, .free_bytes = 1 << 30}, keep_folders);
 }
 
-ArchiveEntry File(const std::string& name) { return {name, Kind::kFile, 0, false}; }
-ArchiveEntry Folder(const std::string& name) { return {name, Kind::kFolder, 0, false}; }
+ArchiveEntry File(const std::string& name, std::int64_t size = 0) { return {name, Kind::kFile, size, false}; }
+ArchiveEntry Folder(const std::string& name, std::int64_t size = 0) { return {name, Kind::kFolder, size, false}; }
 
 TEST(ArchiveJudge, GoodNames) {
   EXPECT_EQ(Judge({}).targets, Texts());
@@ -25,54 +25,39 @@ TEST(ArchiveJudge, GoodNames) {
   EXPECT_EQ(Judge({Folder("a/"), File("a/x"), File("b/y")}, false).targets, (Texts{"", "x", "y"}));
 }
 
-// Which names and kinds are refused, the zoo of archives shows; here is what no archive can say, or not in each way.
-TEST(ArchiveJudge, RefusedEntriesAreNamed) {
-  const struct {
-    ArchiveEntry entry;
-    bool keep_folders;
-    UnzipResult reason;
-  } rows[] = {
-      {File("a/../../x"),       true,  kBadName                       },
-      {File("a/../../x"),       false, kBadName                       },
-      {File(std::string("a\0b", 3)),   true,                            kBadName},
-      {File(std::string(4097,                       'x')),        false,            kBadName},
-      {{"a", Kind::kLink, 0, false},               false,                    kNotAFile            },
-      {{"a", Kind::kFile, 1, true},              true,kEncrypted},
-      {{"a", Kind::kFile, -1, false},             true,                   kWrongSize                             },
-      {{"a/", Kind::kFolder, 5, false},             true,kWrongSize},
-      {File("sub/GOOD"),             false,                   kSameName                                                               },
-  };
-  for (const auto& [entry, keep_folders, reason] : rows) {
-    const ArchiveVerdict verdict = Judge({File("good"), entry, File("also good")}, keep_folders);
+void ExpectRefused(const ArchiveEntry& entry, UnzipResult reason, std::vector<bool> keep_folders = {true, false}) {
+  for (const bool keep : keep_folders) {
+    const ArchiveVerdict verdict = Judge({File("good"), entry, File("also good")}, keep);
     EXPECT_EQ(verdict.reason, reason) << entry.name;
     EXPECT_EQ(verdict.name, entry.name);
     EXPECT_EQ(verdict.targets, Texts()) << entry.name;
   }
 }
 
-TEST(ArchiveJudge, NamesThatCantStandTogether) {
-  const struct {
-    std::vector<ArchiveEntry> entries;
-    UnzipResult reason;
-  } rows[] = {
-      {{File("\u00e9/x"), File("b"), File("\u00c9/y")},                     kSameName},
-      {{Folder("a/"), File("b"), Folder("A/")},                             kSameName},
-      {{File("a/b/c"), File("x"), File("a/b")},                             kInTheWay},
-      {{Folder("a/"), File("a/x"), File("b/x"), File("a/y"), Folder("a/")}, kDone    },
-  };
-  for (const auto& [entries, reason] : rows) EXPECT_EQ(Judge(entries).reason, reason);
+// Which names and kinds are refused, the zoo of archives shows; here is what no archive can say, or not in each way.
+TEST(ArchiveJudge, RefusedEntriesAreNamed) {
+  ExpectRefused(File("a/../../x"), kBadName);
+  ExpectRefused(File(std::string("a\0b", 3)), kBadName);
+  ExpectRefused(File(std::string(4097, 'x')), kBadName);
+  ExpectRefused({"a", Kind::kLink, 0, false}, kNotAFile);
+  ExpectRefused({"a", Kind::kFile, 1, true}, kEncrypted);
+  ExpectRefused(File("a", -1), kWrongSize);
+  ExpectRefused(Folder("a/", 5), kWrongSize);
+  ExpectRefused(File("sub/GOOD"), kSameName, {false});
+}
+
+// Others that can't stand together are in the zoo too.
+TEST(ArchiveJudge, FoldersStandTogetherInOneSpelling) {
+  EXPECT_EQ(Judge({File("\u00e9/x"), File("b"), File("\u00c9/y")}).reason, kSameName);
+  EXPECT_EQ(Judge({Folder("a/"), File("b"), Folder("A/")}).reason, kSameName);
+  EXPECT_EQ(Judge({File("a/b/c"), File("x"), File("a/b")}).reason, kInTheWay);
+  EXPECT_EQ(Judge({Folder("a/"), File("a/x"), File("b/x"), File("a/y"), Folder("a/")}).reason, kDone);
 }
 
 TEST(ArchiveJudge, CountsAndSizes) {
   constexpr std::int64_t kMega = 1 << 20;
-  const std::vector<ArchiveEntry> two = {
-      {"a", Kind::kFile, 60 * kMega, false},
-      {"b", Kind::kFile, 40 * kMega, false}
-  };
-  const struct {
-    ArchiveLimits limits;
-    UnzipResult reason;
-  } rows[] = {
+  const std::vector<ArchiveEntry> two = {File("a", 60 * kMega), File("b", 40 * kMega)};
+  const std::pair<ArchiveLimits, UnzipResult> rows[] = {
       {{2, kMega, 100 * kMega},       kDone          },
       {{1, kMega, 100 * kMega},       kTooManyEntries},
       {{2, kMega, 100 * kMega - 1},   kTooLarge      },
@@ -85,10 +70,7 @@ TEST(ArchiveJudge, CountsAndSizes) {
     EXPECT_EQ(verdict.reason, reason);
     EXPECT_EQ(verdict.name, reason == kTooLarge ? "b" : "");
   }
-  const std::vector<ArchiveEntry> endless = {
-      {"a", Kind::kFile, INT64_MAX, false},
-      {"b", Kind::kFile, INT64_MAX, false}
-  };
+  const std::vector<ArchiveEntry> endless = {File("a", INT64_MAX), File("b", INT64_MAX)};
   EXPECT_EQ(JudgeArchive(endless, {200, INT64_MAX, INT64_MAX}, true).reason, kTooLarge);
 }
 

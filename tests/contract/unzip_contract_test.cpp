@@ -12,7 +12,6 @@
 #include <map>
 
 #include "posix/archive_unzip.h"
-#include "posix/paths.h"
 #include "posix/unpack_target.h"
 #include "support/ordinary_user.h"
 #include "support/recording_unzip.h"
@@ -74,10 +73,8 @@ using Tree = std::map<std::string, std::string>;
 
 // An entry of a ZIP that is built byte by byte.
 struct Raw {
-  std::string name;
-  std::string data;
-  unsigned mode = 0100644;
-  unsigned flags = 0x800;
+  std::string name, data;
+  std::size_t mode = 0100644, flags = 0x800;
 };
 
 // Little-endian numbers of 2 and 4 bytes.
@@ -96,30 +93,33 @@ std::uint32_t Crc(const std::string& data) {
 std::string Zip(const std::vector<Raw>& entries) {
   std::string files, contents;
   for (const Raw& entry : entries) {
-    const std::string common = Two(20) + Two(entry.flags) + Two(0) + Four(0x58210000) + Four(Crc(entry.data)) +
-                               Four(entry.data.size()) + Four(entry.data.size()) + Two(entry.name.size()) + Two(0);
-    contents += "PK\1\2" + Two(0x0314) + common + Two(0) + Two(0) + Two(0) + Four(std::size_t{entry.mode} << 16) +
-                Four(files.size()) + entry.name;
+    const std::string length = Four(entry.data.size()), place = Four(files.size());
+    const std::string common = Two(20) + Two(entry.flags) + Two(0) + Four(0x58210000) + Four(Crc(entry.data)) + length +
+                               length + Two(entry.name.size()) + Two(0);
+    contents += "PK\1\2" + Two(0x0314) + common + Two(0) + Four(0) + Four(entry.mode << 16) + place + entry.name;
     files += "PK\3\4" + common + entry.name + entry.data;
   }
-  return files + contents + "PK\5\6" + Four(0) + Two(entries.size()) + Two(entries.size()) + Four(contents.size()) +
-         Four(files.size()) + Two(0);
+  const std::string count = Two(entries.size());
+  return files + contents + "PK\5\6" + Four(0) + count + count + Four(contents.size()) + Four(files.size()) + Two(0);
 }
 
 class ArchiveUnzipTest : public testing::Test {
  protected:
-  std::int32_t Extract(const std::string& archive, const std::string& folder = "target", bool keep = true,
-                       bool replace = true) {
-    unzip_ = ArchiveUnzipFactory().Create();
-    unzip_->SetArchiveFile(home_.CorePath(archive));
-    unzip_->SetExtractFolder(home_.CorePath(folder) + "\\");
-    unzip_->SetExtractOptionA(keep);
-    unzip_->SetExtractOptionB(replace);
-    std::string first, second;
+  void Pack(const auto&... entries) { home_.Write("pack.zip", Zip({entries...})); }
+  UnzipResult Extract(const std::string& archive = "pack.zip", const std::string& folder = "target", bool keep = true,
+                      bool replace = true) {
+    unzip_ = factory_->Create();
+    EXPECT_EQ(unzip_->FailureText(), "");
+    EXPECT_FALSE(unzip_->SetArchiveFile(home_.CorePath(archive)));
+    EXPECT_FALSE(!folder.empty() && unzip_->SetExtractFolder(home_.CorePath(folder) + "\\"));
+    EXPECT_FALSE(unzip_->SetExtractOptionA(keep));
+    EXPECT_FALSE(unzip_->SetExtractOptionB(replace));
+    std::string first = "1", second = "2";
     std::int32_t result = -1;
     EXPECT_FALSE(unzip_->Extract(first, second, result));
+    EXPECT_EQ(first + second, "12");
     EXPECT_EQ(unzip_->FailureText().empty(), result == 0) << unzip_->FailureText();
-    return result;
+    return static_cast<UnzipResult>(result);
   }
 
   // Everything below a folder: the contents of each file, "/" for a folder, "->" for a link.
@@ -133,47 +133,41 @@ class ArchiveUnzipTest : public testing::Test {
     }
     return tree;
   }
+  unsigned RightsOf(const char* name) const {
+    return static_cast<unsigned>(std::filesystem::status(home_.NativePath(name)).permissions());
+  }
 
   TempFolder home_;
+  ArchiveUnzipFactory real_;
+  UnzipFactory* factory_ = &real_;
   std::unique_ptr<UnzipComponent> unzip_;
 };
 
 TEST_F(ArchiveUnzipTest, UnpacksWhatTheZipToolPacked) {
   home_.Write("in/readme.txt", std::string(300, 'r'));
   home_.Write("in/bin/tool", "#!/bin/sh\n");
-  chmod(home_.NativePath("in/bin/tool").c_str(), 04755);
   home_.Write("in/data/größe.txt", "7");
-  std::filesystem::create_directories(home_.NativePath("in/empty"));
-  const timespec times[] = {
-      {1'000'000'000, 0},
-      {1'000'000'000, 0}
-  };
-  utimensat(AT_FDCWD, home_.NativePath("in/readme.txt").c_str(), times, 0);
-  ASSERT_EQ(
-      std::system(("cd '" + home_.NativePath("in").string() + "' && LC_ALL=C.UTF-8 zip -q -r ../pack.zip .").c_str()),
-      0);
+  const std::string command = "mkdir empty && chmod 4755 bin/tool && touch -d @1000000000 readme.txt";
+  ASSERT_EQ(std::system(("cd '" + home_.NativePath("in").string() + "' && " + command +
+                         " && LC_ALL=C.UTF-8 zip -q -r ../pack.zip .")
+                            .c_str()),
+            0);
 
-  EXPECT_EQ(Extract("pack.zip", "new/target"), 0);
+  EXPECT_EQ(Extract("pack.zip", "new/target"), kDone);
   EXPECT_EQ(TreeOf("new/target"), TreeOf("in"));
-  EXPECT_EQ(TreeOf("new").count("target"), 1U);
   EXPECT_EQ(TreeOf("new").size(), TreeOf("in").size() + 1) << "nothing of the staging folder is left";
-  struct stat tool {};
-  struct stat readme {};
-  stat(home_.NativePath("new/target/bin/tool").c_str(), &tool);
-  stat(home_.NativePath("new/target/readme.txt").c_str(), &readme);
-  EXPECT_EQ(tool.st_mode & 07111U, 0111U);
-  EXPECT_EQ(readme.st_mode & 07111U, 0U);
-  EXPECT_EQ(readme.st_mtime, 1'000'000'000);
+  EXPECT_EQ(RightsOf("new/target/bin/tool") & 07111U, 0111U);
+  EXPECT_EQ(RightsOf("new/target/readme.txt") & 07111U, 0U);
+  EXPECT_EQ(std::filesystem::last_write_time(home_.NativePath("new/target/readme.txt")),
+            std::filesystem::last_write_time(home_.NativePath("in/readme.txt")));
 }
 
 TEST_F(ArchiveUnzipTest, Options) {
-  const Raw in_folder{"Sub/a.txt", "new a"};
-  const Raw dos_name{"n\x84me", "new b", 0100644, 0};
-  home_.Write("pack.zip", Zip({in_folder, dos_name}));
+  Pack(Raw{"Sub/a.txt", "new a"}, Raw{"n\x84me", "new b", 0100644, 0});
   const auto tree_after = [this](bool keep_folders, bool replace) {
     std::filesystem::remove_all(home_.NativePath("target"));
     home_.Write("target/SUB/A.TXT", "old");
-    EXPECT_EQ(Extract("pack.zip", "target", keep_folders, replace), 0);
+    EXPECT_EQ(Extract("pack.zip", "target", keep_folders, replace), kDone);
     return TreeOf("target");
   };
   Tree tree = tree_after(true, true);
@@ -189,59 +183,44 @@ TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
   home_.Write("target/old", "old");
   home_.Write("elsewhere/y", "mine");
   std::filesystem::create_directory_symlink(home_.NativePath("elsewhere"), home_.NativePath("target/out"));
-  home_.Write("pack.zip", Zip({
-                              {"first",     "1"},
-                              {"new/sub/y", "2"},
-                              {"old",       "3"},
-                              {"out/y",     "4"}
-  }));
+  Pack(Raw{"first", "1"}, Raw{"new/sub/y", "2"}, Raw{"old", "3"}, Raw{"out/y", "4"});
   const Tree before = TreeOf();
-  for (const bool hard : {false, true}) {
+  for (const bool hard : {true, false}) {
     renames_are_hard = hard;
-    EXPECT_EQ(Extract("pack.zip"), static_cast<std::int32_t>(kInTheWay));
+    EXPECT_EQ(Extract(), kInTheWay);
     EXPECT_EQ(TreeOf(), before) << unzip_->FailureText();
   }
-  renames_are_hard = false;
 
-  EXPECT_EQ(Extract("missing.zip"), static_cast<std::int32_t>(kCannotOpen));
-  home_.Write("pack.zip", Zip({
-                              {"./", "", 040755}
-  }));
-  EXPECT_EQ(Extract("pack.zip", "new"), 0);
+  EXPECT_EQ(Extract("missing.zip"), kCannotOpen);
+  Pack(Raw{"./", "", 040755});
+  EXPECT_EQ(Extract("pack.zip", "new"), kDone);
   EXPECT_TRUE(std::filesystem::is_directory(home_.NativePath("new")));
-  EXPECT_EQ(Extract("pack.zip", "target/old/below"), static_cast<std::int32_t>(kInTheWay));
+  EXPECT_EQ(Extract("pack.zip", "target/old/below"), kInTheWay);
 }
 
 TEST_F(ArchiveUnzipTest, AFaultOfTheDiskAnywhereChangesNothing) {
-  home_.Write("target/old", "old");
-  home_.Write("pack.zip", Zip({
-                              {"a/b/first", std::string(300'000, '1')},
-                              {"old",           "2"                         },
-                              {"z/last",           "3"}
-  }));
-  const Tree before = TreeOf();
+  Pack(Raw{"a/b/first", std::string(300'000, '1')}, Raw{"old", "2"}, Raw{"z/last", "3"});
   std::map<std::string, int> failed;
   for (const int error : {ENOSPC, EIO}) {
+    std::filesystem::remove_all(home_.NativePath("target"));
+    home_.Write("target/old", "old");
+    const Tree before = TreeOf();
+    failure = error;
     for (int n = 0;; ++n) {
       failing_call = n;
-      failure = error;
       failed_call = nullptr;
-      const std::int32_t result = Extract("pack.zip");
+      const UnzipResult result = Extract();
       failing_call = -1;
       if (failed_call == nullptr) break;
       ++failed[failed_call];
-      EXPECT_NE(result, 0) << failed_call << " " << n;
-      if (error == ENOSPC && std::string(failed_call) != "read") {
-        EXPECT_EQ(result, static_cast<std::int32_t>(kDiskFull)) << failed_call << " " << n;
-      }
+      EXPECT_NE(result, kDone) << failed_call << " " << n;
+      const bool says_so = error == ENOSPC && std::string(failed_call) != "read";
+      EXPECT_TRUE(!says_so || result == kDiskFull) << failed_call << " " << n;
       EXPECT_EQ(TreeOf(), before) << unzip_->FailureText();
     }
     EXPECT_EQ(TreeOf()["target/old"], "2") << "no fault any more";
-    std::filesystem::remove_all(home_.NativePath("target"));
-    home_.Write("target/old", "old");
   }
-  for (const char* call : {"read", "write", "openat", "mkdirat", "rename", "syncfs"})
-    EXPECT_GT(failed[call], 1) << call;
+  for (const char* c : {"read", "write", "openat", "mkdirat", "rename", "syncfs"}) EXPECT_GT(failed[c], 1) << c;
 }
 
 TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
@@ -252,38 +231,36 @@ TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
     execl(home_.NativePath("target/tool").c_str(), "tool", "60", nullptr);
     _exit(1);
   }
-  home_.Write("pack.zip", Zip({
-                              {"tool", "new"}
-  }));
+  Pack(Raw{"tool", "new"});
   chmod(home_.NativePath("target/tool").c_str(), 0750);
-  EXPECT_EQ(Extract("pack.zip"), 0) << unzip_->FailureText();
+  EXPECT_EQ(Extract(), kDone) << unzip_->FailureText();
   EXPECT_EQ(home_.Read("target/tool"), "new");
-  struct stat tool {};
-  stat(home_.NativePath("target/tool").c_str(), &tool);
-  EXPECT_EQ(tool.st_mode & 0777U, 0750U) << "its rights stay";
+  EXPECT_EQ(RightsOf("target/tool"), 0750U) << "its rights stay";
   kill(running, SIGKILL);
   EXPECT_EQ(waitpid(running, nullptr, 0), running);
 }
 
 TEST_F(ArchiveUnzipTest, TellsMissingRightsAndTheTextForThem) {
-  home_.Write("pack.zip", Zip({
-                              {"x", "1"}
-  }));
+  Pack(Raw{"x", "1"});
   home_.Write("target/x", "mine");
   chmod(home_.NativePath().c_str(), 0755);
   chmod(home_.NativePath("target").c_str(), 0555);
-  EXPECT_EQ(AsOrdinaryUser([this] { return Extract("pack.zip"); }), static_cast<int>(kCannotWrite));
+  EXPECT_EQ(AsOrdinaryUser([this] { return static_cast<int>(Extract()); }), static_cast<int>(kCannotWrite));
   chmod(home_.NativePath("target").c_str(), 0755);
   EXPECT_EQ(home_.Read("target/x"), "mine");
-  ArchiveUnzip unzip;
-  unzip.SetArchiveFile(home_.CorePath("pack.zip"));
-  std::string first, second;
-  std::int32_t result = 0;
-  EXPECT_FALSE(unzip.Extract(first, second, result));
-  EXPECT_EQ(result, static_cast<std::int32_t>(kCannotWrite));
-  EXPECT_EQ(unzip.FailureText(), "The file or folder \"\" can't be written (No such file or directory).");
+  EXPECT_EQ(Extract("pack.zip", ""), kCannotWrite);
+  EXPECT_EQ(unzip_->FailureText(), "The file or folder \"\" can't be written (No such file or directory).");
   EXPECT_TRUE(Describe({kDiskFull, "x", std::string(300, 'p') + "\nend"}).ends_with("p end).")) << "nothing is cut";
   EXPECT_EQ(Describe({kWrongChecksum, "a\nb", ""}), "The file \"a?b\" in the pack has a wrong checksum.");
+}
+
+TEST_F(ArchiveUnzipTest, TheRecordingComponentLooksTheSameToACaller) {
+  RecordingUnzipFactory recording;
+  recording.results = {0, 7};
+  recording.failure_text = "why";
+  factory_ = &recording;
+  EXPECT_EQ(Extract(), kDone);
+  EXPECT_EQ(Extract(), UnzipResult{7});
 }
 
 TEST(FolderChain, RemovesWhatItMadeWhenSomebodyElseRemovedSomeOfIt) {
@@ -294,34 +271,6 @@ TEST(FolderChain, RemovesWhatItMadeWhenSomebodyElseRemovedSomeOfIt) {
   std::filesystem::remove_all(folder.NativePath("a"));
   EXPECT_EQ(chain.RemoveMade(), ENOENT);
   EXPECT_TRUE(std::filesystem::is_empty(folder.NativePath()));
-}
-
-// What a caller may rely on whichever component it is.
-void CheckCallersView(UnzipFactory& factory, const std::string& archive, const std::string& folder, bool good) {
-  const std::unique_ptr<UnzipComponent> unzip = factory.Create();
-  EXPECT_EQ(unzip->FailureText(), "");
-  EXPECT_FALSE(unzip->SetArchiveFile(archive));
-  EXPECT_FALSE(unzip->SetExtractFolder(folder));
-  std::string first = "1", second = "2";
-  std::int32_t result = -1;
-  EXPECT_FALSE(unzip->Extract(first, second, result));
-  EXPECT_EQ(first + second, "12");
-  EXPECT_EQ(result == 0, good);
-  EXPECT_EQ(unzip->FailureText().empty(), good);
-}
-
-TEST_F(ArchiveUnzipTest, BothComponentsLookAlikeToACaller) {
-  home_.Write("pack.zip", Zip({
-                              {"x", "1"}
-  }));
-  RecordingUnzipFactory recording;
-  recording.results = {0, 7};
-  recording.failure_text = "why";
-  ArchiveUnzipFactory real;
-  for (UnzipFactory* factory : {static_cast<UnzipFactory*>(&recording), static_cast<UnzipFactory*>(&real)}) {
-    CheckCallersView(*factory, home_.CorePath("pack.zip"), home_.CorePath("target"), true);
-    CheckCallersView(*factory, home_.CorePath("none.zip"), home_.CorePath("target"), false);
-  }
 }
 
 }  // namespace

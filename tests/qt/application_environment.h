@@ -5,9 +5,11 @@
 
 #include <QApplication>
 #include <csignal>
+#include <functional>
 #include <memory>
 
 #include "ports/clock.h"
+#include "qt/qt_event_loop.h"
 
 namespace tsly {
 
@@ -30,10 +32,29 @@ class ApplicationEnvironment final : public testing::Environment {
 inline testing::Environment* const kApplicationEnvironment =
     testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
 
+// The system's, and what a test adds.
 class RealClock final : public Clock {
  public:
-  DateTime Now() override { return 0; }
-  SteadyTime Steady() override { return std::chrono::steady_clock::now().time_since_epoch(); }
+  DateTime Now() override { return 45000.5; }
+  SteadyTime Steady() override { return std::chrono::steady_clock::now().time_since_epoch() + ahead; }
+  SteadyTime ahead{0};
+};
+
+// The edition's loop, and two ways to serve what a test brings about.
+struct RunningLoop {
+  bool RunUntil(const std::function<bool()>& done) {
+    const SteadyTime limit = clock.Steady() + std::chrono::seconds(10);
+    while (!done() && clock.Steady() <= limit) loop.Wait(limit);
+    return done();
+  }
+  // For what must not happen.
+  void RunFor(std::chrono::milliseconds length) {
+    const SteadyTime end = clock.Steady() + length;
+    while (clock.Steady() <= end) loop.Wait(end);
+  }
+
+  RealClock clock;
+  QtEventLoop loop{clock};
 };
 
 }  // namespace tsly

@@ -12,12 +12,9 @@
 
 #include "qt/application_environment.h"
 #include "qt/dbus_names.h"
-#include "qt/qt_event_loop.h"
 
 namespace tsly {
 namespace {
-
-using std::chrono::seconds;
 
 // Does in its calls what the test says.
 struct TestObject : AutomationObject {
@@ -26,28 +23,32 @@ struct TestObject : AutomationObject {
   std::int32_t GetStatus() override { return status; }
   void PutStatus(std::int32_t value) override { status = value; }
   void VerifyVersion() override {
-    if (during_call) during_call();
+    during_call();
     ++status;  // would be a use after the end, had the object gone
   }
   void ConfigureUpdater() override { status = 77; }
-  void Quit() override {
-    if (during_call) during_call();
-  }
+  void Quit() override { during_call(); }
   std::int32_t status = 0;
-  std::function<void()> during_call;
+  std::function<void()> during_call = [] {};
 
  private:
   int& living_;
 };
 
 // A bus of the test's own, with the server on it.
-class DbusAutomationTest : public testing::Test {
+class DbusAutomationTest : public testing::Test, protected RunningLoop {
  protected:
   DbusAutomationTest() {
     daemon_.start("dbus-daemon", {"--session", "--nofork", "--nosyslog", "--print-address"});
     EXPECT_TRUE(daemon_.waitForReadyRead(10000)) << "no dbus-daemon";
     address_ = QString::fromLatin1(daemon_.readLine().trimmed());
-    server_ = std::make_unique<DbusAutomation>(loop_, Connect("server"));
+    server_ = std::make_unique<DbusAutomation>(loop, Connect("server"));
+    const auto start = server_->Start([this] {
+      const auto object = std::make_shared<TestObject>(living_);
+      made_ = object;
+      return object;
+    });
+    EXPECT_EQ(start, AutomationStart::kServing);
   }
   ~DbusAutomationTest() override {
     server_.reset();
@@ -60,43 +61,33 @@ class DbusAutomationTest : public testing::Test {
     names_ << name;
     return QDBusConnection::connectToBus(address_, name);
   }
-  AutomationStart Start() {
-    return server_->Start([this] {
-      const auto object = std::make_shared<TestObject>(living_);
-      made_ = object;
-      return object;
-    });
-  }
-  bool RunUntil(const std::function<bool()>& done) {
-    const SteadyTime limit = clock_.Steady() + seconds(10);
-    while (!done() && clock_.Steady() <= limit) loop_.Wait(limit);
-    return done();
-  }
-
   static QDBusMessage Call(const QString& path, const char* interface, const char* member,
                            const QVariantList& arguments = {}) {
     auto call = QDBusMessage::createMethodCall(dbus::kService, path, interface, member);
     call.setArguments(arguments);
     return call;
   }
+  static QDBusMessage OwnCall(const QString& path, const char* member) {
+    return Call(path, dbus::kObjectInterface, member);
+  }
+  static QString PathIn(const QDBusMessage& reply) {
+    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    return reply.arguments().value(0).value<QDBusObjectPath>().path();
+  }
   QDBusMessage Ask(QDBusConnection client, const QDBusMessage& call) {
     const QDBusPendingCallWatcher pending(client.asyncCall(call));  // wakes the loop
     EXPECT_TRUE(RunUntil([&] { return pending.isFinished(); })) << call.member().toStdString();
     return pending.reply();
   }
-  QString Create(const QDBusConnection& client) {
-    const QDBusMessage reply =
-        Ask(client, Call(dbus::kFactoryPath, dbus::kFactoryInterface, "CreateObject", {"TessalyStudio.CheckNew"}));
-    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-    return reply.arguments().value(0).value<QDBusObjectPath>().path();
-  }
+  QString Create(const QDBusConnection& client) { return PathIn(Ask(client, create_)); }
   int Status(const QDBusConnection& client, const QString& path) {
     const auto reply = Ask(client, Call(path, dbus::kProperties, "Get", {dbus::kObjectInterface, "Status"}));
     return reply.arguments().value(0).value<QDBusVariant>().variant().toInt();
   }
 
-  RealClock clock_;
-  QtEventLoop loop_{clock_};
+  static inline const char* const kUnknown = "org.freedesktop.DBus.Error.UnknownObject";
+  const QDBusMessage create_ =
+      Call(dbus::kFactoryPath, dbus::kFactoryInterface, "CreateObject", {"TessalyStudio.CheckNew"});
   QProcess daemon_;
   QString address_;
   QStringList names_;
@@ -106,7 +97,6 @@ class DbusAutomationTest : public testing::Test {
 };
 
 TEST_F(DbusAutomationTest, KeepsAnObjectForItsClient) {
-  ASSERT_EQ(Start(), AutomationStart::kServing);
   std::optional<QDBusConnection> dying(Connect("first"));
   const auto second = Connect("second");
   const QDBusConnection& first = *dying;
@@ -120,59 +110,51 @@ TEST_F(DbusAutomationTest, KeepsAnObjectForItsClient) {
     EXPECT_EQ(Status(first, a), value) << "any client may call";
     EXPECT_EQ(Status(first, b), 0);
   }
-  Ask(second, Call(a, dbus::kObjectInterface, "Release"));
+  Ask(second, OwnCall(a, "Release"));
   EXPECT_EQ(server_->ObjectsHeld(), 2u);
-  EXPECT_EQ(Ask(first, Call(a, dbus::kObjectInterface, "Release")).errorName(),
-            "org.freedesktop.DBus.Error.UnknownObject");
+  EXPECT_EQ(Ask(first, OwnCall(a, "Release")).errorName(), kUnknown);
   dying.reset();
   QDBusConnection::disconnectFromBus("first");
   EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 1; }));
   EXPECT_EQ(Status(second, c), 0);
-  Ask(second, Call(c, dbus::kObjectInterface, "Release"));
+  Ask(second, OwnCall(c, "Release"));
   EXPECT_EQ(server_->ObjectsHeld(), 0u);
   EXPECT_EQ(living_, 0);
   EXPECT_TRUE(server_->HasHeldObjects());
 }
 
 TEST_F(DbusAutomationTest, RefusesWhatItDoesNotKnow) {
-  ASSERT_EQ(Start(), AutomationStart::kServing);
   const auto client = Connect("client");
   const QString object = Create(client), factory = dbus::kFactoryPath,
                 objects = "/com/quillonsystems/TessalyStudio/CheckNew/";
   const QVariant text("x"), status("Status"), its(dbus::kObjectInterface);
   const auto value = [](const QVariant& variant) { return QVariant::fromValue(QDBusVariant(variant)); };
   const char *own = dbus::kObjectInterface, *property = dbus::kProperties, *maker = dbus::kFactoryInterface;
-  // clang-format off
-  const std::pair<QDBusMessage, const char*> rows[] = {
-      {Call(factory, maker, "CreateObject", {text}), dbus::kNotRegistered},
-      {Call(factory, maker, "CreateObject", {"tessalystudio.checknew"}), dbus::kNotRegistered},
-      {Call(factory, maker, "CreateObject"), "InvalidArgs"},
-      {Call(factory, maker, "CreateObject", {1}), "InvalidArgs"},
-      {Call(factory, maker, "CreateObject", {text, text}), "InvalidArgs"},
-      {Call(factory, maker, "VerifyVersion"), "UnknownMethod"},
-      {Call(object, own, "SetStatus", {1}), "UnknownMethod"},
-      {Call(object, maker, "CreateObject", {text}), "UnknownInterface"},
-      {Call(object, own, "VerifyVersion", {1}), "InvalidArgs"},
-      {Call(object, own, "Release", {text}), "InvalidArgs"},
-      {Call(object, property, "Get", {its, text}), "UnknownProperty"},
-      {Call(object, property, "Get", {text, status}), "UnknownInterface"},
-      {Call(object, property, "Get", {its}), "InvalidArgs"},
-      {Call(object, property, "Reset", {its}), "UnknownMethod"},
-      {Call(object, property, "Set", {its, status, value(text)}), "InvalidArgs"},
-      {Call(object, property, "Set", {its, status, value(qlonglong(1))}), "InvalidArgs"},
-      {Call(object, property, "Set", {its, status, value(1u)}), "InvalidArgs"},
-      {Call(object, property, "Set", {its, status, 1}), "InvalidArgs"},
-      {Call(objects + "2", own, "VerifyVersion"), "UnknownObject"},
-      {Call(objects + "01", own, "VerifyVersion"), "UnknownObject"},
-      {Call(objects + "99999999999999999999", own, "VerifyVersion"), "UnknownObject"},
-      {Call(object + "/1", own, "VerifyVersion"), "UnknownObject"},
-  };
-  // clang-format on
-  for (const auto& [call, error] : rows) {
+  const auto refuses = [&](const QDBusMessage& call, const char* error) {
     const QString name = Ask(client, call).errorName();
     EXPECT_TRUE(name.endsWith(QLatin1StringView(error)))
         << call.path().toStdString() << call.member().toStdString() << name.toStdString();
-  }
+  };
+  refuses(Call(factory, maker, "CreateObject", {text}), dbus::kNotRegistered);
+  refuses(Call(factory, maker, "CreateObject", {"tessalystudio.checknew"}), dbus::kNotRegistered);
+  refuses(Call(factory, maker, "CreateObject"), "InvalidArgs");
+  refuses(Call(factory, maker, "CreateObject", {1}), "InvalidArgs");
+  refuses(Call(factory, maker, "VerifyVersion"), "UnknownMethod");
+  refuses(Call(object, own, "SetStatus", {1}), "UnknownMethod");
+  refuses(Call(object, maker, "CreateObject", {text}), "UnknownInterface");
+  refuses(Call(object, own, "VerifyVersion", {1}), "InvalidArgs");
+  refuses(Call(object, own, "Release", {text}), "InvalidArgs");
+  refuses(Call(object, property, "Get", {its, text}), "UnknownProperty");
+  refuses(Call(object, property, "Get", {text, status}), "UnknownInterface");
+  refuses(Call(object, property, "Get", {its}), "InvalidArgs");
+  refuses(Call(object, property, "Reset", {its}), "UnknownMethod");
+  refuses(Call(object, property, "Set", {its, status, value(text)}), "InvalidArgs");
+  refuses(Call(object, property, "Set", {its, status, value(1u)}), "InvalidArgs");
+  refuses(Call(object, property, "Set", {its, status, 1}), "InvalidArgs");
+  refuses(Call(objects + "2", own, "VerifyVersion"), "UnknownObject");
+  refuses(Call(objects + "01", own, "VerifyVersion"), "UnknownObject");
+  refuses(Call(objects + "99999999999999999999", own, "VerifyVersion"), "UnknownObject");
+  refuses(Call(object + "/1", own, "VerifyVersion"), "UnknownObject");
   EXPECT_EQ(Status(client, object), 0);
   for (const QString& path : {factory, object, objects.chopped(1)}) {
     const auto reply = Ask(client, Call(path, dbus::kIntrospectable, "Introspect"));
@@ -181,7 +163,6 @@ TEST_F(DbusAutomationTest, RefusesWhatItDoesNotKnow) {
 }
 
 TEST_F(DbusAutomationTest, ServesCallsInsideAWaitAndKeepsTheObjectOfACall) {
-  ASSERT_EQ(Start(), AutomationStart::kServing);
   std::optional<QDBusConnection> client(Connect("client"));
   const auto other = Connect("other");
   // The second time the client dies in its own call.
@@ -189,20 +170,19 @@ TEST_F(DbusAutomationTest, ServesCallsInsideAWaitAndKeepsTheObjectOfACall) {
     const QString object = Create(*client);
     made_.lock()->during_call = [&, weak = made_] {
       EXPECT_EQ(Status(other, object), 0) << "served inside";
-      Ask(other, Call(object, dbus::kObjectInterface, "ConfigureUpdater"));
+      Ask(other, OwnCall(object, "ConfigureUpdater"));
       if (dies) {
         client.reset();
         QDBusConnection::disconnectFromBus("client");
         EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 0; }));
       } else {
-        Ask(other, Call(object, dbus::kObjectInterface, "Release"));
+        Ask(other, OwnCall(object, "Release"));
       }
-      EXPECT_EQ(Ask(other, Call(object, dbus::kObjectInterface, "Quit")).errorName(),
-                "org.freedesktop.DBus.Error.UnknownObject");
+      EXPECT_EQ(Ask(other, OwnCall(object, "Quit")).errorName(), kUnknown);
       EXPECT_EQ(living_, 1);
       EXPECT_EQ(weak.lock()->status, 77);
     };
-    const QDBusPendingCallWatcher waiting(client->asyncCall(Call(object, dbus::kObjectInterface, "VerifyVersion")));
+    const QDBusPendingCallWatcher waiting(client->asyncCall(OwnCall(object, "VerifyVersion")));
     EXPECT_TRUE(RunUntil([&] { return living_ == 0; }));
     EXPECT_TRUE(dies || RunUntil([&] { return waiting.isFinished(); }));
     EXPECT_FALSE(waiting.isError());
@@ -210,7 +190,6 @@ TEST_F(DbusAutomationTest, ServesCallsInsideAWaitAndKeepsTheObjectOfACall) {
 }
 
 TEST_F(DbusAutomationTest, AnswersQuitBeforeItObeys) {
-  ASSERT_EQ(Start(), AutomationStart::kServing);
   const auto client = Connect("client");
   const QString path = Create(client);
   QDBusPendingCall reply = QDBusPendingCall::fromCompletedCall(QDBusMessage());
@@ -220,45 +199,40 @@ TEST_F(DbusAutomationTest, AnswersQuitBeforeItObeys) {
     EXPECT_FALSE(reply.isError());
     obeyed = true;
   };
-  reply = client.asyncCall(Call(path, dbus::kObjectInterface, "Quit"));
+  reply = client.asyncCall(OwnCall(path, "Quit"));
   EXPECT_TRUE(RunUntil([&] { return obeyed; }));
 }
 
 TEST_F(DbusAutomationTest, OneServerHasTheNameAndGivesItUpInTime) {
-  ASSERT_EQ(Start(), AutomationStart::kServing);
-  DbusAutomation second(loop_, Connect("second server"));
+  DbusAutomation second(loop, Connect("second server"));
   const auto no_object = [] { return std::shared_ptr<AutomationObject>(); };
   EXPECT_EQ(second.Start(no_object), AutomationStart::kTaken);
 
   // A call that has arrived when the server means to go keeps it there.
   const auto client = Connect("client");
-  const auto call = Call(dbus::kFactoryPath, dbus::kFactoryInterface, "CreateObject", {"TessalyStudio.CheckNew"});
-  const QDBusPendingCallWatcher late(client.asyncCall(call));
+  const QDBusPendingCallWatcher late(client.asyncCall(create_));
   client.interface()->isServiceRegistered(dbus::kService);  // behind it
   EXPECT_FALSE(server_->Leave());
   EXPECT_EQ(server_->ObjectsHeld(), 1u);
   EXPECT_TRUE(client.interface()->isServiceRegistered(dbus::kService));
   EXPECT_TRUE(RunUntil([&] { return late.isFinished(); }));
-  EXPECT_FALSE(late.isError());
 
-  const QDBusPendingCall release = client.asyncCall(
-      Call(late.reply().arguments().at(0).value<QDBusObjectPath>().path(), dbus::kObjectInterface, "Release"));
+  const QDBusPendingCall release = client.asyncCall(OwnCall(PathIn(late.reply()), "Release"));
   client.interface()->isServiceRegistered(dbus::kService);
   EXPECT_TRUE(server_->Leave());
   EXPECT_EQ(server_->ObjectsHeld(), 0u) << "what has arrived is served";
   EXPECT_FALSE(client.interface()->isServiceRegistered(dbus::kService));
-  EXPECT_EQ(DbusAutomation(loop_, client).Start(no_object), AutomationStart::kServing);
+  EXPECT_EQ(DbusAutomation(loop, client).Start(no_object), AutomationStart::kServing);
 }
 
 TEST_F(DbusAutomationTest, NoBusHoldsNothing) {
-  ASSERT_EQ(Start(), AutomationStart::kServing);
   Create(Connect("client"));
   daemon_.kill();
   EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 0; }));
   EXPECT_EQ(living_, 0);
   EXPECT_TRUE(server_->HasHeldObjects());
   EXPECT_TRUE(server_->Leave());
-  EXPECT_EQ(DbusAutomation(loop_, Connect("late")).Start(nullptr), AutomationStart::kNotReachable);
+  EXPECT_EQ(DbusAutomation(loop, Connect("late")).Start(nullptr), AutomationStart::kNotReachable);
 }
 
 }  // namespace

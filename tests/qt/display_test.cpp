@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/scoped_environment.h"
 #include "support/temp_folder.h"
 
@@ -12,33 +14,27 @@ TEST(Display, IsTrustedOnlyWhereAWindowCanBeShown) {
   const TempFolder folder;
   folder.Write("no-socket", "");
   const std::string no_socket = folder.NativePath("no-socket").string();
-  const struct {
-    const char* platform;
-    std::string wayland;
-    bool is_there;
-  } cases[] = {
+  const std::tuple<const char*, std::string, bool> cases[] = {
       {"",                  "",          false},
-      {"",                  "nothing",   false},
       {"",                  "no-socket", false},
       {"",                  no_socket,   false},
       {"wayland",           "nothing",   false},
       {"wayland-egl",       "",          false},
       {"xcb",               "",          false},
-      {"nonsense",          "",          false},
       {"offscreenish",      "",          false},
       {"offscreen",         "",          true },
       {"vnc:size=640x480",  "",          true },
       {"wayland;xcb",       "nothing",   false},
       {"wayland;offscreen", "nothing",   true },
   };
-  for (const auto& c : cases) {
+  const ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.NativePath().string());
+  for (const auto& [platform, wayland, is_there] : cases) {
     const ScopedEnvironment environment({
-        {"DISPLAY",         std::nullopt                },
-        {"QT_QPA_PLATFORM", c.platform                  },
-        {"WAYLAND_DISPLAY", c.wayland                   },
-        {"XDG_RUNTIME_DIR", folder.NativePath().string()},
+        {"DISPLAY",         std::nullopt},
+        {"QT_QPA_PLATFORM", platform    },
+        {"WAYLAND_DISPLAY", wayland     },
     });
-    EXPECT_EQ(DisplayIsThere(), c.is_there) << c.platform << " " << c.wayland;
+    EXPECT_EQ(DisplayIsThere(), is_there) << platform << " " << wayland;
   }
 }
 

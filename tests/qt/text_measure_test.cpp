@@ -1,14 +1,11 @@
 #include "contract/text_measure_suite.h"
 #include "qt/application_environment.h"
-#include "qt/qt_event_loop.h"
 #include "qt/qt_toolkit.h"
 
 namespace tsly {
 namespace {
 
-struct MeasuringToolkit {
-  RealClock clock;
-  QtEventLoop loop{clock};
+struct MeasuringToolkit : RunningLoop {
   QtToolkit toolkit{loop};
 };
 

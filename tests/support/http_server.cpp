@@ -17,12 +17,6 @@
 namespace tsly {
 namespace {
 
-std::string Head(const std::string& status, const std::string& fields) {
-  return "HTTP/1.1 " + status + "\r\n" + fields + "Connection: close\r\n\r\n";
-}
-
-std::string LengthField(std::size_t length) { return "Content-Length: " + std::to_string(length) + "\r\n"; }
-
 int ListenOnLoopback(int& port) {
   const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
@@ -34,31 +28,6 @@ int ListenOnLoopback(int& port) {
   ::getsockname(listener, plain, &length);
   port = ntohs(address.sin_port);
   return listener;
-}
-
-std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> SecureContext(Certificate kind, const std::filesystem::path& authority) {
-  constexpr long kDay = 86400;
-  std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
-  const std::unique_ptr<EVP_PKEY, void (*)(EVP_PKEY*)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
-  const std::unique_ptr<X509, void (*)(X509*)> certificate(X509_new(), X509_free);
-  X509* made = certificate.get();
-  X509_set_version(made, X509_VERSION_3);
-  X509_gmtime_adj(X509_getm_notBefore(made), -2 * kDay);
-  X509_gmtime_adj(X509_getm_notAfter(made), kind == Certificate::kExpired ? -kDay : kDay);
-  X509_set_pubkey(made, key.get());
-  X509_NAME_add_entry_by_txt(X509_get_subject_name(made), "CN", MBSTRING_ASC,
-                             reinterpret_cast<const unsigned char*>("test maker"), -1, -1, 0);
-  X509_set_issuer_name(made, X509_get_subject_name(made));
-  const char* name = kind == Certificate::kOtherName ? "DNS:other.invalid" : "IP:127.0.0.1";
-  X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, name);
-  X509_add_ext(made, extension, -1);
-  X509_EXTENSION_free(extension);
-  X509_sign(made, key.get(), EVP_sha256());
-  EXPECT_EQ(SSL_CTX_use_certificate(context.get(), made) + SSL_CTX_use_PrivateKey(context.get(), key.get()), 2);
-  std::FILE* file = std::fopen(authority.c_str(), "w");
-  EXPECT_TRUE(file != nullptr && PEM_write_X509(file, made) == 1) << authority;
-  if (file != nullptr) std::fclose(file);
-  return context;
 }
 
 bool SendAll(int connection, SSL* secure, std::string_view bytes, std::size_t piece) {
@@ -74,77 +43,88 @@ bool SendAll(int connection, SSL* secure, std::string_view bytes, std::size_t pi
 
 }  // namespace
 
-Script& Script::Receive() {
-  steps_.push_back({Kind::kReceive});
+Script& Script::Add(Step step) {
+  steps_.push_back(std::move(step));
   return *this;
+}
+
+Script& Script::Receive() {
+  return Add([](HttpServer& server, int connection, SSL* secure) { return server.ReceiveRequest(connection, secure); });
 }
 
 Script& Script::Send(std::string bytes, std::size_t piece) {
-  steps_.push_back({Kind::kSend, std::move(bytes), piece});
-  return *this;
+  return Add([bytes = std::move(bytes), piece](HttpServer&, int connection, SSL* secure) {
+    return SendAll(connection, secure, bytes, piece);
+  });
 }
 
 Script& Script::Stall() {
-  steps_.push_back({Kind::kStall});
-  return *this;
+  return Add([](HttpServer& server, int, SSL*) { return server.WaitForRelease(); });
 }
 
 Script& Script::Reset() {
-  steps_.push_back({Kind::kReset});
-  return *this;
+  return Add([](HttpServer&, int connection, SSL*) {
+    // Connecting to nowhere drops a connection with a reset, and the number stays ours.
+    sockaddr nowhere{};
+    nowhere.sa_family = AF_UNSPEC;
+    return ::connect(connection, &nowhere, sizeof nowhere) != 0;
+  });
 }
 
 Script Raw(std::string bytes) { return Script().Receive().Send(std::move(bytes)); }
-Script CloseAtOnce() { return {}; }
 
-Script Reply(const std::string& body, const std::string& status) {
-  return Raw(Head(status, LengthField(body.size())) + body);
+Script Reply(const std::string& body, const std::string& status) { return ReplyWithLength(body, body.size(), status); }
+
+Script ReplyWithLength(const std::string& body, std::size_t length, const std::string& status,
+                       const std::string& fields) {
+  return Raw("HTTP/1.1 " + status + "\r\n" + fields + "Content-Length: " + std::to_string(length) +
+             "\r\nConnection: close\r\n\r\n" + body);
 }
-
-Script ReplyWithLength(const std::string& body, std::int64_t length) {
-  return Raw(Head("200 OK", "Content-Length: " + std::to_string(length) + "\r\n") + body);
-}
-
-Script ReplyWithoutLength(const std::string& body) { return Raw(Head("200 OK", "") + body); }
 
 Script RedirectTo(const std::string& location, const std::string& body) {
-  return Raw(Head("302 Found", "Location: " + location + "\r\n" + LengthField(body.size())) + body);
+  return ReplyWithLength(body, body.size(), "302 Found", "Location: " + location + "\r\n");
 }
 
-Script ReplyInChunks(const std::string& body, std::size_t chunk) {
-  std::string text = Head("200 OK", "Transfer-Encoding: chunked\r\n");
-  for (std::size_t at = 0; at < body.size(); at += chunk) {
-    const std::string part = body.substr(at, chunk);
-    char size[20];
-    std::snprintf(size, sizeof size, "%zx\r\n", part.size());
-    text += size;
-    text += part;
-    text += "\r\n";
-  }
-  return Raw(text + "0\r\n\r\n");
+std::shared_ptr<SSL_CTX> Secured(Certificate certificate, const std::filesystem::path& authority) {
+  constexpr long kDay = 86400;
+  const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  const std::unique_ptr<EVP_PKEY, void (*)(EVP_PKEY*)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
+  const std::unique_ptr<X509, void (*)(X509*)> owner(X509_new(), X509_free);
+  X509* made = owner.get();
+  X509_set_version(made, X509_VERSION_3);
+  X509_gmtime_adj(X509_getm_notBefore(made), -2 * kDay);
+  X509_gmtime_adj(X509_getm_notAfter(made), certificate == Certificate::kExpired ? -kDay : kDay);
+  X509_set_pubkey(made, key.get());
+  X509_NAME_add_entry_by_txt(X509_get_subject_name(made), "CN", MBSTRING_ASC,
+                             reinterpret_cast<const unsigned char*>("test maker"), -1, -1, 0);
+  X509_set_issuer_name(made, X509_get_subject_name(made));
+  const char* name = certificate == Certificate::kOtherName ? "DNS:other.invalid" : "IP:127.0.0.1";
+  X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, name);
+  X509_add_ext(made, extension, -1);
+  X509_EXTENSION_free(extension);
+  X509_sign(made, key.get(), EVP_sha256());
+  EXPECT_EQ(SSL_CTX_use_certificate(context.get(), made) + SSL_CTX_use_PrivateKey(context.get(), key.get()), 2);
+  std::FILE* file = std::fopen(authority.c_str(), "w");
+  EXPECT_TRUE(file != nullptr && PEM_write_X509(file, made) == 1) << authority;
+  if (file != nullptr) std::fclose(file);
+  return context;
 }
 
-HttpServer::HttpServer()
-    : secure_(nullptr, SSL_CTX_free), listener_(ListenOnLoopback(port_)), acceptor_([this] { Accept(); }) {}
-
-HttpServer::HttpServer(Certificate certificate, const std::filesystem::path& authority)
-    : secure_(SecureContext(certificate, authority)),
-      listener_(ListenOnLoopback(port_)),
-      acceptor_([this] { Accept(); }) {}
+HttpServer::HttpServer(std::shared_ptr<SSL_CTX> secure)
+    : secure_(std::move(secure)), listener_(ListenOnLoopback(port_)), acceptor_([this] { Accept(); }) {}
 
 HttpServer::~HttpServer() {
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
     for (const int connection : connections_) ::shutdown(connection, SHUT_RDWR);
+    changed_.notify_all();
   }
-  changed_.notify_all();
   ::shutdown(listener_, SHUT_RDWR);
   acceptor_.join();
-  for (std::thread& worker : workers_) worker.join();
+  workers_.clear();
   for (const int connection : connections_) ::close(connection);
   ::close(listener_);
-  EXPECT_EQ(unscripted_, 0) << "connections without a script";
   EXPECT_TRUE(scripts_.empty()) << scripts_.size() << " scripts were never asked for";
 }
 
@@ -153,21 +133,24 @@ void HttpServer::Expect(Script script) {
   scripts_.push_back(std::move(script));
 }
 
+bool HttpServer::AllAskedFor() {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_for(lock, std::chrono::seconds(10), [this] { return scripts_.empty(); });
+}
+
 void HttpServer::DropScripts() {
   const std::lock_guard lock(mutex_);
   scripts_.clear();
 }
 
 void HttpServer::Release() {
-  {
-    const std::lock_guard lock(mutex_);
-    ++releases_;
-  }
+  const std::lock_guard lock(mutex_);
+  ++releases_;
   changed_.notify_all();
 }
 
-std::string HttpServer::Url(const std::string& path, const std::string& host) const {
-  return (secure_ ? "https://" : "http://") + host + ":" + std::to_string(port_) + path;
+std::string HttpServer::Url() const {
+  return std::string(secure_ ? "https" : "http") + "://127.0.0.1:" + std::to_string(port_) + "/";
 }
 
 std::vector<std::string> HttpServer::requests() const {
@@ -185,51 +168,23 @@ void HttpServer::Accept() {
   for (;;) {
     const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     const std::lock_guard lock(mutex_);
-    if (connection < 0 || stopping_) {
-      if (connection >= 0) ::close(connection);
-      return;
-    }
+    connections_.push_back(connection);
+    if (connection < 0 || stopping_) return;
     const int yes = 1;
     ::setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
-    connections_.push_back(connection);
-    Script script;
-    if (scripts_.empty()) {
-      ++unscripted_;
-    } else {
-      script = std::move(scripts_.front());
-      scripts_.pop_front();
-    }
-    workers_.emplace_back([this, connection, script] { Serve(connection, script); });
+    EXPECT_FALSE(scripts_.empty()) << "a connection without a script";
+    if (scripts_.empty()) scripts_.emplace_back();
+    workers_.emplace_back([this, connection, script = std::move(scripts_.front())] { Serve(connection, script); });
+    scripts_.pop_front();
+    changed_.notify_all();
   }
 }
 
 void HttpServer::Serve(int connection, const Script& script) {
-  std::unique_ptr<SSL, void (*)(SSL*)> own_secure(secure_ ? SSL_new(secure_.get()) : nullptr, SSL_free);
-  SSL* const secure = own_secure.get();
-  if (secure != nullptr && (SSL_set_fd(secure, connection) != 1 || SSL_accept(secure) != 1)) return;
-  for (const Script::Step& step : script.steps_) {
-    bool on = true;
-    switch (step.kind) {
-      case Script::Kind::kReceive:
-        on = ReceiveRequest(connection, secure);
-        break;
-      case Script::Kind::kSend:
-        on = SendAll(connection, secure, step.bytes, step.piece);
-        break;
-      case Script::Kind::kStall:
-        on = WaitForRelease();
-        break;
-      case Script::Kind::kReset: {
-        // Connecting to nowhere drops a connection with a reset, and the number stays ours.
-        sockaddr nowhere{};
-        nowhere.sa_family = AF_UNSPEC;
-        ::connect(connection, &nowhere, sizeof nowhere);
-        return;
-      }
-    }
-    if (!on) break;
-  }
-  if (secure != nullptr) SSL_shutdown(secure);
+  const std::unique_ptr<SSL, void (*)(SSL*)> secure(secure_ ? SSL_new(secure_.get()) : nullptr, SSL_free);
+  if (secure && (SSL_set_fd(secure.get(), connection) != 1 || SSL_accept(secure.get()) != 1)) return;
+  std::ranges::all_of(script.steps_, [&](const auto& step) { return step(*this, connection, secure.get()); });
+  if (secure) SSL_shutdown(secure.get());
   ::shutdown(connection, SHUT_WR);  // closing would reset a connection with unread bytes
 }
 

@@ -3,11 +3,11 @@
 // fail the test.
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -18,6 +18,8 @@ using SSL = struct ssl_st;
 using SSL_CTX = struct ssl_ctx_st;
 
 namespace tsly {
+
+class HttpServer;
 
 // What the server does on one connection, step by step; at the end of the script it closes.
 class Script {
@@ -33,45 +35,41 @@ class Script {
 
  private:
   friend class HttpServer;
-  enum class Kind { kReceive, kSend, kStall, kReset };
-  struct Step {
-    Kind kind;
-    std::string bytes{};
-    std::size_t piece = 0;
-  };
+  using Step = std::function<bool(HttpServer& server, int connection, SSL* secure)>;  // false: the last one
+  Script& Add(Step step);
   std::vector<Step> steps_;
 };
 
 // Scripts for whole answers. `length` is what Content-Length tells.
 Script Reply(const std::string& body, const std::string& status = "200 OK");
-Script ReplyWithLength(const std::string& body, std::int64_t length);
-Script ReplyWithoutLength(const std::string& body);
-Script ReplyInChunks(const std::string& body, std::size_t chunk);
+Script ReplyWithLength(const std::string& body, std::size_t length, const std::string& status = "200 OK",
+                       const std::string& fields = "");
 Script RedirectTo(const std::string& location, const std::string& body = "");
 // A request, then just these bytes.
 Script Raw(std::string bytes);
-Script CloseAtOnce();
 
 // What a server of HTTPS shows: a key and a certificate that it has signed itself, for this machine's loopback address.
+// `authority` becomes the certificate's file, for a client that is to trust it.
 enum class Certificate { kGood, kOtherName, kExpired };
+std::shared_ptr<SSL_CTX> Secured(Certificate certificate, const std::filesystem::path& authority);
 
 class HttpServer {
  public:
-  HttpServer();
-  // A secure one; `authority` becomes the certificate's file, for a client that is to trust it.
-  HttpServer(Certificate certificate, const std::filesystem::path& authority);
-  ~HttpServer();  // ends all stalls; fails the test for what was left over or not scripted
+  explicit HttpServer(std::shared_ptr<SSL_CTX> secure = nullptr);
+  ~HttpServer();  // ends all stalls; fails the test for what was left over
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
   void Expect(Script script);
+  // Whether all scripts have been asked for, soon at the latest: a client may have connected and gone before that.
+  bool AllAskedFor();
   // For clients that may be gone before they connect.
   void DropScripts();
   // Lets one stall go on, the present one or the next.
   void Release();
 
   int port() const { return port_; }
-  std::string Url(const std::string& path = "/", const std::string& host = "127.0.0.1") const;  // by its own scheme
+  std::string Url() const;  // by its own scheme
   // The heads of the requests, in the order of their arrival.
   std::vector<std::string> requests() const;
 
@@ -79,22 +77,22 @@ class HttpServer {
   static int UnusedPort();
 
  private:
+  friend class Script;
   void Accept();
   void Serve(int connection, const Script& script);
   bool ReceiveRequest(int connection, SSL* secure);
   bool WaitForRelease();
 
-  std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> secure_;  // null: plain
+  const std::shared_ptr<SSL_CTX> secure_;  // null: plain
   int port_ = 0;
-  int listener_ = -1;
+  const int listener_;
   mutable std::mutex mutex_;  // of all below
   std::condition_variable changed_;
   std::deque<Script> scripts_;
   std::vector<std::string> requests_;
   std::vector<int> connections_;  // closed at the end, so that none ends a newer one of the same number
-  std::vector<std::thread> workers_;
+  std::vector<std::jthread> workers_;
   int releases_ = 0;
-  int unscripted_ = 0;
   bool stopping_ = false;
   std::thread acceptor_;
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <utility>
 
 #include "base/key_path.h"
 #include "base/text.h"
@@ -10,139 +9,16 @@
 
 namespace tsly {
 
-int MemoryRegistry::Connect(const std::string&, RegKey, RegKey&) {
-  int code = kBadNetworkPath;
-  Fails("Connect", code);
-  return code;
-}
-
-int MemoryRegistry::Open(RegKey parent, const std::string& path, RegKey& key) {
-  Handle handle;
-  if (int code = 0; Fails("Open", code)) return code;
-  if (!Resolve(parent, handle)) return kInvalidHandle;
-  if (!IsKeyPath(path)) return kInvalidParameter;
-  handle = {handle.root, JoinKeyPath(handle.path, LowerCase(path)), false};
-  if (KeyOf(handle) == nullptr) return kFileNotFound;
-  handles_[key = next_++] = handle;
-  return kSuccess;
-}
-
-int MemoryRegistry::Create(RegKey parent, const std::string& path, RegKey& key, bool& created) {
-  Handle handle;
-  if (int code = 0; Fails("Create", code)) return code;
-  if (!Resolve(parent, handle)) return kInvalidHandle;
-  if (!IsKeyPath(path)) return kInvalidParameter;
-  if (Denied(handle)) return kAccessDenied;
-  created = false;
-  for (const auto& part : Split(path, "\\")) {
-    handle.path = JoinKeyPath(handle.path, LowerCase(part));
-    created = keys_.try_emplace({handle.root, handle.path}, Key{part, {}}).second;
-  }
-  handle.writable = true;
-  handles_[key = next_++] = handle;
-  return kSuccess;
-}
-
-int MemoryRegistry::Query(RegKey key, const std::string& name, std::uint32_t& type, std::span<char> buffer,
-                          std::uint32_t& size) {
-  Handle handle;
-  if (int code = 0; Fails("Query", code)) return code;
-  if (!Resolve(key, handle)) return kInvalidHandle;
-  if (!IsValueName(name)) return kInvalidParameter;
-  const Key* found = KeyOf(handle);
-  if (found == nullptr || !found->values.contains(LowerCase(name))) return kFileNotFound;
-  const Value& value = found->values.at(LowerCase(name));
-  type = value.type;
-  size = static_cast<std::uint32_t>(value.data.size());
-  if (buffer.empty()) return kSuccess;
-  if (buffer.size() < value.data.size()) return kMoreData;
-  std::copy(value.data.begin(), value.data.end(), buffer.begin());
-  return kSuccess;
-}
-
-int MemoryRegistry::Set(RegKey key, const std::string& name, std::uint32_t type, std::span<const char> data) {
-  Handle handle;
-  if (int code = 0; Fails("Set", code)) return code;
-  if (const int code = JudgeWrite(key, name, handle); code != kSuccess) return code;
-  Key* found = KeyOf(handle);
-  if (found == nullptr) return kKeyDeleted;
-  Value& value = found->values.try_emplace(LowerCase(name), Value{name, 0, {}}).first->second;
-  value.type = type;
-  value.data.assign(data.begin(), data.end());
-  return kSuccess;
-}
-
-int MemoryRegistry::Enumerate(RegKey key, std::uint32_t index, std::span<char> name, std::uint32_t& length) {
-  Handle handle;
-  if (int code = 0; Fails("Enumerate", code)) return code;
-  if (!Resolve(key, handle)) return kInvalidHandle;
-  const Key* found = KeyOf(handle);
-  if (found == nullptr || index >= found->values.size()) return kNoMoreItems;
-  const std::string& text = std::next(found->values.begin(), index)->second.name;
-  if (name.size() <= text.size()) return kMoreData;
-  *std::copy(text.begin(), text.end(), name.begin()) = '\0';
-  length = static_cast<std::uint32_t>(text.size());
-  return kSuccess;
-}
-
-int MemoryRegistry::Close(RegKey key) {
-  Handle handle;
-  if (!Resolve(key, handle)) return kInvalidHandle;
-  handles_.erase(key);
-  return kSuccess;
-}
-
-int MemoryRegistry::EnumerateKeys(RegKey key, std::uint32_t index, std::string& name) {
-  Handle handle;
-  if (!Resolve(key, handle)) return kInvalidHandle;
-  for (const auto& [place, child] : keys_) {
-    if (place.first != handle.root || place.second.empty() ||
-        JoinKeyPath(handle.path, LowerCase(child.name)) != place.second)
-      continue;
-    if (index-- != 0) continue;
-    name = child.name;
-    return kSuccess;
-  }
-  return kNoMoreItems;
-}
-
-int MemoryRegistry::DeleteValue(RegKey key, const std::string& name) {
-  Handle handle;
-  if (const int code = JudgeWrite(key, name, handle); code != kSuccess) return code;
-  Key* found = KeyOf(handle);
-  return found != nullptr && found->values.erase(LowerCase(name)) != 0 ? kSuccess : kFileNotFound;
-}
-
-int MemoryRegistry::DeleteTree(RegKey root, const std::string& path) {
-  Handle handle;
-  if (!Resolve(root, handle)) return kInvalidHandle;
-  if (path.empty() || !IsKeyPath(path)) return kInvalidParameter;
-  if (!handle.writable || Denied(handle)) return kAccessDenied;
-  handle.path = JoinKeyPath(handle.path, LowerCase(path));
-  if (KeyOf(handle) == nullptr) return kFileNotFound;
-  std::erase_if(keys_, [&](const auto& entry) {
-    return entry.first.first == handle.root && (entry.first.second + "\\").starts_with(handle.path + "\\");
-  });
-  return kSuccess;
-}
-
-bool MemoryRegistry::Fails(const char* operation, int& code) {
-  const auto scripted = fail.find(operation);
-  if (scripted == fail.end()) return false;
-  code = scripted->second;
-  fail.erase(scripted);
-  return true;
-}
-
-bool MemoryRegistry::Resolve(RegKey key, Handle& handle) const {
+int MemoryRegistry::Begin(const char* operation, RegKey key, bool good_name, Handle& handle) {
+  if (const auto scripted = fail.extract(operation)) return scripted.mapped();
   if (key == kClassesRoot || key == kCurrentUser || key == kLocalMachine) {
     handle = {key, "", true};
-    return true;
+  } else if (const auto found = handles_.find(key); found != handles_.end()) {
+    handle = found->second;
+  } else {
+    return kInvalidHandle;
   }
-  const auto found = handles_.find(key);
-  if (found == handles_.end()) return false;
-  handle = found->second;
-  return true;
+  return good_name ? kSuccess : kInvalidParameter;
 }
 
 // The roots are always there.
@@ -152,10 +28,110 @@ MemoryRegistry::Key* MemoryRegistry::KeyOf(const Handle& handle) {
   return found != keys_.end() ? &found->second : nullptr;
 }
 
-int MemoryRegistry::JudgeWrite(RegKey key, const std::string& name, Handle& handle) const {
-  if (!Resolve(key, handle)) return kInvalidHandle;
-  if (!IsValueName(name)) return kInvalidParameter;
-  return !handle.writable || Denied(handle) ? kAccessDenied : kSuccess;
+int MemoryRegistry::Connect(const std::string&, RegKey, RegKey&) {
+  const auto scripted = fail.extract("Connect");
+  return scripted ? scripted.mapped() : kBadNetworkPath;
+}
+
+int MemoryRegistry::Open(RegKey parent, const std::string& path, RegKey& key) {
+  Handle handle;
+  if (const int code = Begin("Open", parent, IsKeyPath(path), handle)) return code;
+  handle = {handle.root, JoinKeyPath(handle.path, LowerCase(path)), false};
+  if (KeyOf(handle) == nullptr) return kFileNotFound;
+  handles_[key = next_++] = handle;
+  return kSuccess;
+}
+
+int MemoryRegistry::Create(RegKey parent, const std::string& path, RegKey& key, bool& created) {
+  Handle handle;
+  if (const int code = Begin("Create", parent, IsKeyPath(path), handle)) return code;
+  handle.writable = true;
+  if (Denied(handle)) return kAccessDenied;
+  created = false;
+  for (const auto& part : Split(path, "\\")) {
+    handle.path = JoinKeyPath(handle.path, LowerCase(part));
+    created = keys_.try_emplace({handle.root, handle.path}, Key{part, {}}).second;
+  }
+  handles_[key = next_++] = handle;
+  return kSuccess;
+}
+
+int MemoryRegistry::Query(RegKey key, const std::string& name, std::uint32_t& type, std::span<char> buffer,
+                          std::uint32_t& size) {
+  Handle handle;
+  if (const int code = Begin("Query", key, IsValueName(name), handle)) return code;
+  const Key* found = KeyOf(handle);
+  if (found == nullptr || !found->values.contains(LowerCase(name))) return kFileNotFound;
+  const Value& value = found->values.at(LowerCase(name));
+  type = value.type;
+  size = static_cast<std::uint32_t>(value.data.size());
+  if (buffer.empty()) return kSuccess;
+  if (buffer.size() < value.data.size()) return kMoreData;
+  std::ranges::copy(value.data, buffer.begin());
+  return kSuccess;
+}
+
+int MemoryRegistry::Set(RegKey key, const std::string& name, std::uint32_t type, std::span<const char> data) {
+  Handle handle;
+  if (const int code = Begin("Set", key, IsValueName(name), handle)) return code;
+  if (Denied(handle)) return kAccessDenied;
+  Key* found = KeyOf(handle);
+  if (found == nullptr) return kKeyDeleted;
+  Value& value = found->values.try_emplace(LowerCase(name), Value{name, "", 0}).first->second;
+  value.type = type;
+  value.data.assign(data.begin(), data.end());
+  return kSuccess;
+}
+
+int MemoryRegistry::Enumerate(RegKey key, std::uint32_t index, std::span<char> name, std::uint32_t& length) {
+  Handle handle;
+  if (const int code = Begin("Enumerate", key, true, handle)) return code;
+  const Key* found = KeyOf(handle);
+  if (found == nullptr || index >= found->values.size()) return kNoMoreItems;
+  const std::string& text = std::next(found->values.begin(), index)->second.name;
+  if (name.size() <= text.size()) return kMoreData;
+  *std::ranges::copy(text, name.begin()).out = '\0';
+  length = static_cast<std::uint32_t>(text.size());
+  return kSuccess;
+}
+
+int MemoryRegistry::Close(RegKey key) {
+  Handle handle;
+  const int code = Begin("Close", key, true, handle);
+  handles_.erase(key);
+  return code;
+}
+
+int MemoryRegistry::EnumerateKeys(RegKey key, std::uint32_t index, std::string& name) {
+  Handle handle;
+  if (const int code = Begin("EnumerateKeys", key, true, handle)) return code;
+  for (const auto& [place, child] : keys_) {
+    const bool is_below = place == std::pair(handle.root, JoinKeyPath(handle.path, LowerCase(child.name)));
+    if (!is_below || place.second.empty() || index-- != 0) continue;
+    name = child.name;
+    return kSuccess;
+  }
+  return kNoMoreItems;
+}
+
+int MemoryRegistry::DeleteValue(RegKey key, const std::string& name) {
+  Handle handle;
+  if (const int code = Begin("DeleteValue", key, IsValueName(name), handle)) return code;
+  if (Denied(handle)) return kAccessDenied;
+  Key* found = KeyOf(handle);
+  return found != nullptr && found->values.erase(LowerCase(name)) != 0 ? kSuccess : kFileNotFound;
+}
+
+int MemoryRegistry::DeleteTree(RegKey root, const std::string& path) {
+  Handle handle;
+  if (const int code = Begin("DeleteTree", root, !path.empty() && IsKeyPath(path), handle)) return code;
+  if (Denied(handle)) return kAccessDenied;
+  handle.path = JoinKeyPath(handle.path, LowerCase(path));
+  if (KeyOf(handle) == nullptr) return kFileNotFound;
+  std::erase_if(keys_, [&](const auto& entry) {
+    return entry.first.first == handle.root && (entry.first.second + "\\").starts_with(handle.path + "\\");
+  });
+  return kSuccess;
 }
 
 }  // namespace tsly

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <map>
-#include <string>
 
 #include "ports/registry.h"
 
@@ -11,7 +10,7 @@ namespace tsly {
 
 class MemoryRegistry : public RegistryEditor {
  public:
-  // The next call of an operation ("Open", "Create", "Query", "Set", "Enumerate", "Connect") gives this code instead.
+  // The next call of an operation by its name here gives this code instead.
   std::map<std::string, int> fail;
   // Whether writes below the machine's roots are refused with 5.
   bool denied = false;
@@ -33,9 +32,8 @@ class MemoryRegistry : public RegistryEditor {
 
  private:
   struct Value {
-    std::string name;
+    std::string name, data;
     std::uint32_t type = 0;
-    std::string data;
   };
   struct Key {
     std::string name;                     // the last part of the path
@@ -47,11 +45,10 @@ class MemoryRegistry : public RegistryEditor {
     bool writable = false;
   };
 
-  bool Fails(const char* operation, int& code);
-  bool Resolve(RegKey key, Handle& handle) const;
+  // What every operation begins with: the code that it has to give, or success and what the key stands for.
+  int Begin(const char* operation, RegKey key, bool good_name, Handle& handle);
   Key* KeyOf(const Handle& handle);
-  bool Denied(const Handle& handle) const { return denied && handle.root != kCurrentUser; }
-  int JudgeWrite(RegKey key, const std::string& name, Handle& handle) const;
+  bool Denied(const Handle& handle) const { return !handle.writable || (denied && handle.root != kCurrentUser); }
 
   std::map<std::pair<RegKey, std::string>, Key> keys_;  // by root and folded path
   std::map<RegKey, Handle> handles_;

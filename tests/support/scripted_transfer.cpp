@@ -3,32 +3,30 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace tsly {
 
 Answer Received(std::string body) {
-  return {
-      .states = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12},
-        .body = std::move(body)
-  };
+  Answer answer = Silent(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12);
+  answer.body = std::move(body);
+  return answer;
 }
 
 Answer Failed(std::int32_t code, std::string info, std::string body) {
-  constexpr std::int32_t kCannotConnect = 12029;
-  Answer answer{
-      .states = {1, 2, 3, 4, 5, 6, 7, 9, 10, 11},
-        .body = std::move(body), .code = code
-  };
+  Answer answer = Received(std::move(body));
+  answer.states = {1, 2, 3, 4, 5, 6, 7, 9, 10, 11};
   if (code == kNameNotResolved) answer.states = {1, 11};
-  if (code == kCannotConnect) answer.states = {1, 2, 3, 11};
+  if (code == 12029) answer.states = {1, 2, 3, 11};
+  answer.code = code;
   answer.info = std::move(info);
   return answer;
 }
 
 Answer FaultAtOnce(std::int32_t number, std::string description) {
-  return {
-      .fault = {number, "ScriptedTransfer", std::move(description)}
-  };
+  Answer answer;
+  answer.fault = {number, "ScriptedTransfer", std::move(description)};
+  return answer;
 }
 
 ScriptedTransfer::~ScriptedTransfer() { Abandon(); }
@@ -40,10 +38,8 @@ Fault ScriptedTransfer::Execute(const std::string& url, const std::string&) {
   read_ = chunks_ = 0;
   code_ = 0;
   info_.clear();
-  if (answers.empty()) {
-    ADD_FAILURE() << "no answer is scripted for " << url;
-    return {31, "ScriptedTransfer", "no answer is scripted"};
-  }
+  EXPECT_FALSE(answers.empty()) << "no answer is scripted for " << url;
+  if (answers.empty()) return {31, "ScriptedTransfer", "no answer is scripted"};
   Answer answer = std::move(answers.front());
   answers.pop_front();
   if (answer.fault) return answer.fault;
@@ -59,7 +55,7 @@ void ScriptedTransfer::Cancel() {
 
 void ScriptedTransfer::Abandon() {
   if (!run_) return;
-  if (run_->timer) loop_.StopTimer(run_->timer);
+  loop_.StopTimer(run_->timer);
   run_->abandoned = true;  // a delivery already posted, or one further up the stack, looks at this
   run_.reset();
 }
@@ -70,41 +66,29 @@ void ScriptedTransfer::Continue(const Answer& answer) {
   states.insert(states.end(), answer.states.begin(), answer.states.end());
   run_->answer = answer;
   run_->answer.states = std::move(states);
-  if (run_->timer) loop_.StopTimer(run_->timer);
-  run_->timer = 0;
   Schedule(run_);
 }
 
 void ScriptedTransfer::Schedule(const std::shared_ptr<Run>& run) {
-  if (run->timer || run->posted || run->delivering || run->delivered == run->answer.states.size()) return;
-  auto next = [this, run] {
+  if (run->busy || run->delivered == run->answer.states.size()) return;
+  run->busy = true;
+  const auto next = [this, run] {
     if (!run->abandoned) DeliverNext(run);
   };
-  if (run->answer.step.count() > 0) {
-    run->timer = loop_.StartTimer(run->answer.step, next);
-    return;
-  }
-  run->posted = true;
-  loop_.Post(next);
+  if (run->answer.step.count() == 0) return loop_.Post(next);
+  run->timer = loop_.StartTimer(run->answer.step, next);
 }
 
 void ScriptedTransfer::DeliverNext(const std::shared_ptr<Run>& run) {
-  run->posted = false;
-  if (run->delivering || run->delivered == run->answer.states.size()) return;
+  loop_.StopTimer(std::exchange(run->timer, 0));
   const std::int16_t state = run->answer.states[run->delivered++];
-  const bool last = run->delivered == run->answer.states.size();
   if (state == icReceivingResponse || state == icResponseCompleted) body_ = run->answer.body;
-  if (state == icError || last) {
+  if (state == icError || run->delivered == run->answer.states.size()) {
     code_ = run->answer.code;
     info_ = run->answer.info;
   }
-  if (last && run->timer) {
-    loop_.StopTimer(run->timer);
-    run->timer = 0;
-  }
-  run->delivering = true;
   Deliver(state);
-  run->delivering = false;
+  run->busy = false;
   if (!run->abandoned) Schedule(run);
 }
 

@@ -3,13 +3,10 @@
 // Belongs to the test; an Execute that nobody scripted fails it.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "ports/event_loop.h"
@@ -34,10 +31,7 @@ Answer Received(std::string body);
 // arrived.
 Answer Failed(std::int32_t code, std::string info, std::string body = "");
 Answer FaultAtOnce(std::int32_t number, std::string description);
-template <typename... States>
-Answer Silent(States... states) {
-  return {.states = {static_cast<std::int16_t>(states)...}};
-}
+Answer Silent(auto... states) { return {.states = {static_cast<std::int16_t>(states)...}}; }
 
 class ScriptedTransfer : public TransferControl {
  public:
@@ -52,7 +46,7 @@ class ScriptedTransfer : public TransferControl {
   std::optional<std::size_t> chunk_fault_after;  // so many chunks of a response can be read, then comes a fault
   std::function<void()> before_chunk;            // called at the beginning of each GetChunk
 
-  // Goes on with the transfer at hand: its states follow those not yet delivered; body and error are replaced.
+  // Its states follow those of the transfer at hand that are not yet delivered; body and error are replaced.
   void Continue(const Answer& answer);
   // Calls the handler at once, for what the event loop can't bring about.
   void Deliver(std::int16_t state);
@@ -70,8 +64,7 @@ class ScriptedTransfer : public TransferControl {
   struct Run {
     Answer answer;
     std::size_t delivered = 0;
-    bool delivering = false;
-    bool posted = false;
+    bool busy = false;  // a state is on its way, or the handler has not come back
     bool abandoned = false;
     TimerId timer = 0;
   };
@@ -84,8 +77,7 @@ class ScriptedTransfer : public TransferControl {
   std::function<void(std::int16_t)> handler_;
   std::shared_ptr<Run> run_;  // the transfer at hand, if any; a delivery in progress holds its own for longer
   std::string body_;
-  std::size_t read_ = 0;
-  std::size_t chunks_ = 0;
+  std::size_t read_ = 0, chunks_ = 0;
   std::int32_t code_ = 0;
   std::string info_;
 };
