@@ -16,10 +16,12 @@ TEST(SizeText, UnitsAndRounding) {
       {1023,            "1023", SizeUnit::Bytes},
       {1024,            "1",    SizeUnit::KB   },
       {1536,            "1.5",  SizeUnit::KB   },
+      {10239,           "10",   SizeUnit::KB   },
       {10300,           "10.1", SizeUnit::KB   },
       {1048575,         "1024", SizeUnit::KB   },
       {1048576,         "1",    SizeUnit::MB   },
       {2.125 * 1024,    "2.12", SizeUnit::KB   }, // half to even
+      {10.25 * 1024,    "10.2", SizeUnit::KB   },
       {1073741824,      "1",    SizeUnit::GB   },
       {1099511627776.0, "1024", SizeUnit::GB   },
       {0.5,             ".5",   SizeUnit::Bytes},

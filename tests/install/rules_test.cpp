@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "base/runtime_error.h"
-#include "base/text.h"
 #include "install/cCRC32.h"
 #include "install/path_macros.h"
 #include "support/headless_app.h"
@@ -11,15 +10,25 @@ namespace tsly {
 namespace {
 
 TEST(PathMacros, Expand) {
-  const MacroFolders folders{"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"};
-  for (const char* row : {"|", "x.exe|x.exe", "{app}setup.exe|\\opt\\app\\setup.exe",
-                          "{app}\\setup.exe|\\opt\\app\\setup.exe", "{APP}{app}|\\opt\\app\\\\opt\\app\\",
-                          "\"{current}x y\" /q|\"\\tmp\\packs\\x y\" /q", "{CommonAppData}\\Cards|\\var\\Cards",
-                          "{windows}\\x.exe|{windows}\\x.exe", "{current}\\x}|\\tmp\\packs\\x}", "{|{"}) {
-    const std::vector<std::string> texts = Split(row, "|");
+  const struct {
+    const char *path, *expanded;
+    bool whole;
+  } kCases[] = {
+      {"",                       "",                         true },
+      {"x.exe",                  "x.exe",                    true },
+      {"{app}setup.exe",         "\\opt\\app\\setup.exe",    true },
+      {"{app}\\setup.exe",       "\\opt\\app\\setup.exe",    true },
+      {"{APP}{app}",             "\\opt\\app\\\\opt\\app\\", true },
+      {"\"{current}x y\" /q",    "\"\\tmp\\packs\\x y\" /q", true },
+      {"{CommonAppData}\\Cards", "\\var\\Cards",             true },
+      {"{windows}\\x.exe",       "{windows}\\x.exe",         false},
+      {"{current}\\x}",          "\\tmp\\packs\\x}",         false},
+      {"{",                      "{",                        false},
+  };
+  for (const auto& row : kCases) {
     std::string expanded = "before";
-    EXPECT_EQ(ExpandMacros(texts[0], folders, expanded), texts[1].find_first_of("{}") == std::string::npos) << row;
-    EXPECT_EQ(expanded, texts[1]);
+    EXPECT_EQ(ExpandMacros(row.path, {"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"}, expanded), row.whole);
+    EXPECT_EQ(expanded, row.expanded);
   }
   for (const std::string pack : {"pack.zip", "\\pack.zip"}) {
     std::string expanded;
