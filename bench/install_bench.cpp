@@ -115,14 +115,13 @@ void HundredPacks(const std::string& pack_file) {
     versions += name + "=7.1\r\n";
     char digits[9];
     std::snprintf(digits, sizeof digits, "%08X", crc);
-    sections += "[" + name +
-                "]\r\nDownload URL=" + server.Url(std::string("/").append(std::to_string(i)).append(".zip")) +
+    sections += "[" + name + "]\r\nDownload URL=" + server.Url().append(std::to_string(i)).append(".zip") +
                 "\r\nSize=" + std::to_string(pack.size()) + "\r\nCRC32=" + digits +
                 "\r\nAction 1=unzip:{commonappdata}" + name + "\r\n";
   }
   server.Expect(Reply(versions + sections));
   for (int i = 0; i < kPacks; ++i) server.Expect(Reply(pack));
-  app.SetVersionValue(kValueVersionFileUrl, server.Url("/updates.txt"));
+  app.SetVersionValue(kValueVersionFileUrl, server.Url() + "updates.txt");
   frmVerify& dialog = app.program.dialog;
   dialog.Show();
   dialog.ShowTheResults();

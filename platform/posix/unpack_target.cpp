@@ -191,10 +191,13 @@ int UnpackTarget::Swap(const std::string& staged, int folder, const std::string&
   struct stat status {};
   if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
-  // The rights that its owner gave the file stay; a pack made where there are none of these says nothing of them.
+  // The file's owner and the rights that he gave it stay; a pack made where there are none of these says nothing of
+  // them. A file that can't be given to its former owner must not be closed to him either.
   struct stat ours {};
   if (S_ISREG(status.st_mode) && fstatat(staging_.Get(), staged.c_str(), &ours, AT_SYMLINK_NOFOLLOW) == 0) {
-    mode_t mode = status.st_mode & 0777;
+    const bool same_owner = status.st_uid == ours.st_uid || fchownat(staging_.Get(), staged.c_str(), status.st_uid,
+                                                                     status.st_gid, AT_SYMLINK_NOFOLLOW) == 0;
+    mode_t mode = (same_owner ? status.st_mode : ours.st_mode | (status.st_mode & 0111)) & 0777;
     if ((ours.st_mode & 0100) != 0) mode |= (mode & 0444) >> 2;  // who may read it may run it
     fchmodat(staging_.Get(), staged.c_str(), mode, 0);
   }

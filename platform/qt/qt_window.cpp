@@ -71,8 +71,8 @@ FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, con
       load_(form.LoadNumber()),
       screen_(screen),
       focus_requests_(form.FocusRequests()) {
-  setLayoutDirection(
-      Qt::LeftToRight);  // each control where its design has it, on a desktop that reads from the right too
+  // Each control where its design has it, on a desktop that reads from the right too.
+  setLayoutDirection(Qt::LeftToRight);
 }
 
 void FormWindow::Reveal(Keyboard keyboard) {

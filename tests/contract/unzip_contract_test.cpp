@@ -232,10 +232,15 @@ TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
     _exit(1);
   }
   Pack(Raw{"tool", "new"});
-  chmod(home_.NativePath("target/tool").c_str(), 0750);
+  const std::string path = home_.NativePath("target/tool");
+  const uid_t owner = geteuid() == 0 ? 65534 : geteuid();
+  EXPECT_EQ(chown(path.c_str(), owner, static_cast<gid_t>(-1)) + chmod(path.c_str(), 0750), 0);
   EXPECT_EQ(Extract(), kDone) << unzip_->FailureText();
   EXPECT_EQ(home_.Read("target/tool"), "new");
   EXPECT_EQ(RightsOf("target/tool"), 0750U) << "its rights stay";
+  struct stat replaced {};
+  EXPECT_EQ(stat(path.c_str(), &replaced), 0);
+  EXPECT_EQ(replaced.st_uid, owner);
   kill(running, SIGKILL);
   EXPECT_EQ(waitpid(running, nullptr, 0), running);
 }

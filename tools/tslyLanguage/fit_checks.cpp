@@ -40,14 +40,14 @@ class FitCheck {
   std::vector<Finding> Run() {
     using namespace text_key;
     const VerifyControls& c = dialog_.controls;
-    for (const ResourceKey& key : {kTitle, kMainCaption})
-      Wrapped(key, key.key == kTitle.key ? c.lblInfo100 : c.lblInfo101);
+    Wrapped(kTitle, c.lblInfo100);
+    Wrapped(kMainCaption, c.lblInfo101);
     for (const ResourceKey& key : {kLastCheckDone, kLastCheckNever}) Wrapped(key, c.lblInfo104);
     for (const ResourceKey& key : {kPendingUpdates1, kPendingUpdates2}) Wrapped(key, c.lblInfo201);
-    for (const ResourceKey& key : {kOk, kClose, kInstallLater, kInstallNow}) {
-      const Control& button = key.key == kOk.key ? c.cmdOK : c.cmdClose;
-      OneLine(key, button.GetFont(), button.Width() - 2 * kButtonMargin);
-    }
+    OnButton(kOk, c.cmdOK);
+    OnButton(kClose, c.cmdClose);
+    OnButton(kInstallLater, c.cmdLater);
+    OnButton(kInstallNow, c.cmdInstall);
     for (const ResourceKey& key : {kCheckNow, kStatusResolvingHost, kStatusHostResolved, kStatusConnecting,
                                    kStatusConnected, kStatusRequesting, kStatusRequested, kStatusReceiving}) {
       OneLine(key, c.lblInfo105.GetFont(), c.cmdOK.Left() - kGap - c.lblInfo105.Left());
@@ -101,6 +101,9 @@ class FitCheck {
     } else if (size.height > toolkit_.MeasureText("", Adapted(font), std::nullopt).height) {
       Tell(key, "it has several lines, and there is room for one");
     }
+  }
+  void OnButton(const ResourceKey& key, const Control& button) {
+    OneLine(key, button.GetFont(), button.Width() - 2 * kButtonMargin);
   }
   void Wrapped(const ResourceKey& key, const Control& label) {
     const Font font = Adapted(label.GetFont());
