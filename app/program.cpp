@@ -36,6 +36,7 @@ Program::Program(const Platform& platform, std::int32_t start_mode, std::string 
               .netCommand = platform.transfer,
               .unzip = platform.unzip,
               .files = platform.files,
+              .profiles = platform.profiles,
               .clock = platform.clock,
               .locale = platform.locale,
               .shell = platform.shell,

@@ -119,12 +119,33 @@ void MeasureList() {
               Median(plain));
 }
 
+// From the last state of the transfer until the list is painted, and until all of it is gone again.
+void MeasureLongOffer(int modules) {
+  BenchApp<QtToolkit> app;
+  HttpServer server;
+  server.Expect(Reply(Offer(modules)));
+  app.SetVersionValue(kValueVersionFileUrl, server.Url());
+  app.program.dialog.Show();
+  app.loop.LetEventsRun();
+  app.program.dialog.ShowTheResults();
+  app.toolkit.Refresh(app.program.dialog);
+  app.loop.LetEventsRun();
+  const double shown = Seconds(std::chrono::steady_clock::now() - app.transfer.completed);
+  const double gone = SecondsOf([&] {
+    app.program.dialog.Unload();
+    app.program.dialog.controls.UpdateItem.UnloadAllButModel();
+  });
+  std::printf("%d updates painted after %.3f s, gone after %.3f s, peak %.0f MB\n", modules, shown, gone,
+              PeakMegabytes());
+}
+
 }  // namespace
 }  // namespace tsly
 
 int main(int argc, char** argv) {
   if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(argc, argv);
+  if (argc > 1) return tsly::MeasureLongOffer(std::atoi(argv[1])), 0;
   tsly::MeasureModules();
   tsly::MeasureList();
 }

@@ -26,11 +26,12 @@ std::uint32_t PlainChecksum(Files& files, const std::string& path) {
     for (int bit = 0; bit < 8; ++bit) c = (c & 1) != 0 ? (c >> 1) ^ 0xEDB88320 : c >> 1;
     table[i] = c;
   }
-  std::unique_ptr<FileReader> file;
+  std::shared_ptr<OpenFile> file;
   files.OpenForReading(path, file);
   std::vector<char> chunk(8192);
   std::uint32_t crc = 0xFFFFFFFF;
-  for (std::size_t got = 0; file->Read(chunk, got) == 0 && got > 0;) {
+  std::size_t got = 0;
+  for (std::int64_t at = 0; file->ReadAt(at, chunk, got) == 0 && got > 0; at += static_cast<std::int64_t>(got)) {
     for (const char byte : std::span(chunk).first(got)) {
       crc = (crc >> 8) ^ table[(crc ^ static_cast<std::uint8_t>(byte)) & 0xFF];
     }
@@ -153,7 +154,9 @@ void HundredPacks(const std::string& pack_file) {
 
 int Unzip(const char* archive, const char* folder) {
   ArchiveUnzip unzip;
-  unzip.SetArchiveFile(archive);
+  std::shared_ptr<OpenFile> file;
+  PosixFiles().OpenForReading(archive, file);
+  unzip.SetArchiveFile(archive, file);
   unzip.SetExtractFolder(folder);
   std::string first, second;
   std::int32_t result = 0;

@@ -4,7 +4,6 @@
 // Whoever waits calls Wait; whoever only wants to stay alive calls LetEventsRun. Both can be called inside an event.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -19,20 +18,13 @@ class EventLoop {
  public:
   virtual ~EventLoop() = default;
 
-  // Serves all events that wait and returns; what these bring about may wait for the next call. About a nanosecond when
-  // none does inside a busy scope, so that a loop over bytes can afford it.
-  void LetEventsRun() {
-    if (may_wait_.load(std::memory_order_relaxed)) RunWaitingEvents();
-  }
+  // Serves all events that wait and returns; what these bring about may wait for the next call. Whether one was served.
+  // Costs about two microseconds when none waits.
+  virtual bool LetEventsRun() = 0;
 
   // Blocks, without using the processor, until at least one event has been served or the steady clock is later than
   // `until`.
   virtual void Wait(SteadyTime until) = 0;
-
-  // Round a long computation that calls LetEventsRun very often: between the two, LetEventsRun looks at a flag that is
-  // set within a few milliseconds of an event's arrival. Scopes may nest.
-  virtual void BeginBusy() = 0;
-  virtual void EndBusy() = 0;
 
   // Queues an event. The only member that other threads may call.
   virtual void Post(std::function<void()> event) = 0;
@@ -41,11 +33,6 @@ class EventLoop {
   // due when the timer was stopped is not delivered.
   virtual TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) = 0;
   virtual void StopTimer(TimerId timer) = 0;
-
- protected:
-  virtual void RunWaitingEvents() = 0;
-
-  std::atomic<bool> may_wait_{true};  // always true outside busy scopes
 };
 
 inline constexpr SteadyTime kForever = SteadyTime::max();

@@ -23,7 +23,9 @@ class Folders {
   virtual ~Folders() = default;
 
   // Fills `buffer` with the folder's path, without a backslash at its end, and a zero; makes the folder if it is
-  // missing. 0, or another number when there is no such folder or it doesn't fit the buffer.
+  // missing. 0, or another number when there is no such folder or it doesn't fit the buffer. A folder that can't be
+  // made or looked at only now (a full disk, too many open files) is named all the same: nothing goes to another place
+  // for that. A folder for everyone is always named.
   virtual int GetFolderPath(int csidl, std::span<char> buffer) = 0;
 
   // The folder of the program file, links resolved. May end in a backslash or not.

@@ -11,6 +11,8 @@
 
 namespace tsly {
 
+class OpenFile;
+
 class ProfileReader {
  public:
   virtual ~ProfileReader() = default;
@@ -28,6 +30,12 @@ class ProfileReader {
   // then one pair of equal quotes round them. An empty text for `section` or `key` names nothing: `fallback` is copied.
   virtual std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
                                                 std::span<char> buffer, const std::string& file) = 0;
+
+  // Reads `document` once, whole. From now on look-ups in `file`, by this spelling of the path, are answered from that
+  // reading, whatever happens to the file, until the path is pinned anew or unpinned. Null: a file without sections.
+  // 0, or the code of a read that failed; the path then reads as a file without sections.
+  virtual int Pin(const std::string& file, OpenFile* document) = 0;
+  virtual void Unpin(const std::string& file) = 0;
 };
 
 }  // namespace tsly

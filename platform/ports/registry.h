@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 
@@ -72,6 +73,10 @@ class RegistryEditor : public Registry {
 
   // Removes a key with all that is below it. 2: no such key; 87: an empty path.
   virtual int DeleteTree(RegKey root, const std::string& path) = 0;
+
+  // Runs `changes`, whose writes last all together when it gives 0, or none of them. Where roots are kept in files of
+  // their own, that holds for each file: a fault at the very end may leave one written and another not.
+  virtual int Together(const std::function<int()>& changes) = 0;
 };
 
 }  // namespace tsly

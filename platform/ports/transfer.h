@@ -3,7 +3,8 @@
 //
 // Belongs to the program's one thread. States are queued and delivered by the event loop, in order, one delivery at a
 // time, never inside a call of this interface; a handler may call anything here and may let events run. The response is
-// spooled to disk as it arrives; memory doesn't grow with it.
+// spooled to disk as it arrives; memory doesn't grow with it. The room on the disk is given back as soon as the
+// response has been read to its end, and at once when the transfer fails or is abandoned.
 #pragma once
 
 #include <cstdint>
@@ -51,10 +52,12 @@ class TransferControl {
   // Fails at once for an address that can't be used (12005, 12006); no state follows then.
   virtual Fault Execute(const std::string& url, const std::string& operation) = 0;
 
-  // Abandons the request, if one is on its way, with the states not yet delivered. The last error stays.
+  // Abandons the request, if one is on its way, with the states not yet delivered, and drops what there is of a
+  // response. The last error stays.
   virtual void Cancel() = 0;
 
-  // The next part of the response, at most `size` bytes; empty when all is read. A fault when it can't be read.
+  // The next part of the response, at most `size` bytes; empty when all is read, and after a failure. A fault when it
+  // can't be read.
   virtual Fault GetChunk(std::int32_t size, ChunkType type, std::string& chunk) = 0;
 
   // Number and text of the last error; 0 and "" without one.

@@ -11,11 +11,15 @@
 
 namespace tsly {
 
+class OpenFile;
+
 class UnzipComponent {
  public:
   virtual ~UnzipComponent() = default;
 
-  virtual Fault SetArchiveFile(const std::string& path) = 0;
+  // `file` is what Extract reads, and nothing else: the path may name another file by now. Null: the archive can't be
+  // opened. `path` is for messages.
+  virtual Fault SetArchiveFile(const std::string& path, std::shared_ptr<OpenFile> file) = 0;
   virtual Fault SetExtractFolder(const std::string& path) = 0;  // made if it is missing
   virtual Fault SetExtractOptionA(bool keep_folders) = 0;       // keep the folders of the archive
   virtual Fault SetExtractOptionB(bool replace_files) = 0;      // replace existing files

@@ -50,8 +50,8 @@ std::optional<std::vector<std::string_view>> GoodParts(std::string_view name) {
   return parts;
 }
 
-// What will stand in the target, to find two that could not stand there together: on a file system that doesn't tell
-// capitals apart as little as on one that does.
+// What will be in the target, to find two names that exclude each other on any file system: on one that ignores the
+// difference of capitals, and on one that doesn't.
 class TargetNames {
  public:
   // `path` ends in "/" for a folder. All folders above it are added too.

@@ -1,5 +1,5 @@
 // Judges the table of contents of an archive before a byte of it is unpacked: what leaves the target folder, what isn't
-// a plain file or folder, what could not stand side by side there, and what is too much. A pure function on values.
+// a plain file or folder, which names exclude each other there, and what is too much. A pure function on values.
 #pragma once
 
 #include <cstdint>
@@ -29,12 +29,19 @@ enum class UnzipResult : std::int32_t {
   kCannotWrite = 15,
 };
 
+// Why an extraction failed.
+struct UnzipFailure {
+  UnzipResult reason = UnzipResult::kDone;
+  std::string name;    // the entry, or the file or folder that the reason is about
+  std::string detail;  // what the system or the library said, where that says more
+};
+
 struct ArchiveEntry {
   enum class Kind { kFile, kFolder, kLink, kOther };
 
   std::string name;  // as the archive spells it; "/" and "\" both separate
   Kind kind = Kind::kFile;
-  std::int64_t size = 0;  // unpacked, as declared; negative: not told
+  std::int64_t size = 0;  // unpacked, as declared; negative: not stated
   bool encrypted = false;
 };
 

@@ -7,15 +7,17 @@
 #include <locale.h>
 #include <sys/stat.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <system_error>
 #include <vector>
 
 #include "base/text.h"
+#include "ports/files.h"
 #include "posix/paths.h"
 #include "posix/unpack_target.h"
+#include "posix/zip_table.h"
 
 namespace tsly {
 namespace {
@@ -25,6 +27,7 @@ using enum UnzipResult;
 constexpr std::size_t kBlock = std::size_t{128} << 10;
 // A table of contents can name the same bytes as many names; real packs are far below this.
 constexpr std::size_t kNameBytes = std::size_t{64} << 20;
+constexpr char kTableDiffers[] = "its table of contents doesn't fit what is in it";
 
 // libarchive gives names in the codeset of the thread's locale, and none at all in the C locale.
 class Utf8Names {
@@ -75,21 +78,27 @@ std::string NameOf(archive_entry* entry) {
   return is_done ? utf8.substr(0, utf8.size() - to_left) : std::string();
 }
 
-ArchiveEntry ValueOf(archive_entry* entry) {
-  return {.name = NameOf(entry),
+// The library doesn't know a name in UTF-8 that only the table holds.
+ArchiveEntry ValueOf(archive_entry* entry, const std::vector<ZipEntry>& table, std::size_t index) {
+  const bool is_renamed = index < table.size() && !table[index].utf8_name.empty();
+  return {.name = is_renamed ? table[index].utf8_name : NameOf(entry),
           .kind = KindOf(entry),
           .size = archive_entry_size_is_set(entry) != 0 ? archive_entry_size(entry) : -1,
           .encrypted = archive_entry_is_encrypted(entry) != 0};
 }
 
-// One pass over the archive; the descriptor stays the caller's.
+// One pass over the archive.
 class ZipReader {
  public:
-  explicit ZipReader(int file) : archive_(archive_read_new(), archive_read_free) {
+  explicit ZipReader(OpenFile& file) : file_(file), block_(kBlock), archive_(archive_read_new(), archive_read_free) {
     archive_read_support_format_zip_seekable(archive_.get());
-    lseek(file, 0, SEEK_SET);
-    is_open_ = archive_read_open_fd(archive_.get(), file, kBlock) == ARCHIVE_OK;
+    archive_read_set_read_callback(archive_.get(), Read);
+    archive_read_set_seek_callback(archive_.get(), Seek);
+    archive_read_set_callback_data(archive_.get(), this);
+    is_open_ = archive_read_open1(archive_.get()) == ARCHIVE_OK;
   }
+  ZipReader(const ZipReader&) = delete;
+  ZipReader& operator=(const ZipReader&) = delete;
 
   // False at the end of the archive and after a failure.
   bool Next(UnzipFailure& failure) {
@@ -103,7 +112,7 @@ class ZipReader {
   }
 
   archive_entry* Entry() const { return entry_; }
-  // Whether the present entry is stored or deflated; the library tells it in words.
+  // Whether the present entry is stored or deflated; the library says it in words.
   bool IsDeflated() const {
     const std::string_view words = archive_format_name(archive_.get());
     return words.find("deflation)") != words.npos || words.find("uncompressed)") != words.npos;
@@ -137,7 +146,7 @@ class ZipReader {
     return text == nullptr ? "" : text;
   }
 
-  // The library tells these apart in its texts alone; a text that it words anew falls back to the general reason.
+  // Only the texts of the library distinguish these; a text that it words anew falls back to the general reason.
   UnzipResult DataReason() const {
     static constexpr struct {
       const char* words;
@@ -155,6 +164,26 @@ class ZipReader {
     return kDamaged;
   }
 
+  static la_ssize_t Read(archive* archive, void* reader, const void** block) {
+    auto& self = *static_cast<ZipReader*>(reader);
+    std::size_t got = 0;
+    *block = self.block_.data();
+    if (self.file_.ReadAt(self.at_, self.block_, got) != 0) {
+      archive_set_error(archive, EIO, "it can't be read");
+      return -1;
+    }
+    self.at_ += static_cast<std::int64_t>(got);
+    return static_cast<la_ssize_t>(got);
+  }
+
+  static la_int64_t Seek(archive*, void* reader, la_int64_t offset, int whence) {
+    auto& self = *static_cast<ZipReader*>(reader);
+    std::int64_t from = whence == SEEK_CUR ? self.at_ : 0;
+    if (whence == SEEK_END && self.file_.Length(from) != 0) return ARCHIVE_FATAL;
+    if (offset < -from || offset > INT64_MAX - from) return ARCHIVE_FATAL;
+    return self.at_ = from + offset;
+  }
+
   static int WriteAll(int file, const char* bytes, std::size_t length) {
     while (length > 0) {
       const ssize_t done = write(file, bytes, length);
@@ -166,31 +195,45 @@ class ZipReader {
     return 0;
   }
 
+  OpenFile& file_;
+  std::int64_t at_ = 0;
+  std::vector<char> block_;
   std::unique_ptr<archive, int (*)(archive*)> archive_;
   archive_entry* entry_ = nullptr;
   bool is_open_ = false;
 };
 
-UnzipFailure ReadContents(int file, ArchiveLimits& limits, std::vector<ArchiveEntry>& entries) {
-  ZipReader reader(file);
-  UnzipFailure failure;
-  std::size_t name_bytes = 0;
-  while (reader.Next(failure)) {
-    entries.push_back(ValueOf(reader.Entry()));
-    name_bytes += entries.back().name.size();
-    limits.deflated_only = limits.deflated_only && reader.IsDeflated();
-    if (entries.size() > limits.entries || name_bytes > kNameBytes) return {kTooManyEntries, "", ""};
-  }
-  return failure;
+// Whether a name from the library can be what the table says. The library makes "/" of "\\", adds one to a folder's
+// name, and converts names; those of plain letters stay as they are.
+bool IsName(const ZipEntry& listed, std::string_view given) {
+  const auto is_plain = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (!listed.unicode.empty() || !std::ranges::all_of(listed.name, is_plain)) return true;
+  std::string_view name = listed.name;
+  while (name.ends_with('/') || name.ends_with('\\')) name.remove_suffix(1);
+  while (given.ends_with('/') || given.ends_with('\\')) given.remove_suffix(1);
+  const auto is_same = [](char a, char b) { return a == b || (a == '\\' && b == '/'); };
+  return std::ranges::equal(name, given, is_same);
 }
 
-// An archive of nothing is its end record alone, which the library doesn't take for one.
-bool IsEmptyArchive(int file, off_t length) {
-  constexpr std::size_t kEndRecord = 22;
-  std::array<char, kEndRecord> bytes{};
-  if (length != kEndRecord || pread(file, bytes.data(), bytes.size(), 0) != kEndRecord) return false;
-  const std::string_view record(bytes.data(), bytes.size());
-  return record.starts_with("PK\5\6") && record.substr(4).find_first_not_of('\0') == record.npos;
+// What the library finds, which has to be what the table lists, entry by entry.
+UnzipFailure ReadContents(OpenFile& file, ArchiveLimits& limits, std::vector<ZipEntry>& table,
+                          std::vector<ArchiveEntry>& entries) {
+  UnzipFailure failure = ReadZipTable(file, limits.entries, kNameBytes, table);
+  if (failure.reason != kDone || table.empty()) return failure;
+  ZipReader reader(file);
+  while (reader.Next(failure)) {
+    const std::size_t index = entries.size();
+    const ArchiveEntry entry = ValueOf(reader.Entry(), table, index);
+    const bool is_link = entry.kind == ArchiveEntry::Kind::kLink;  // of these the library doesn't give the size
+    if (index == table.size() || !IsName(table[index], entry.name) ||
+        (!is_link && static_cast<std::uint64_t>(entry.size) != table[index].size)) {
+      return {kDamaged, entry.name, kTableDiffers};
+    }
+    limits.deflated_only = limits.deflated_only && reader.IsDeflated();
+    entries.push_back(entry);
+  }
+  if (failure.reason == kDone && entries.size() != table.size()) return {kDamaged, "", kTableDiffers};
+  return failure;
 }
 
 void KeepTime(int file, archive_entry* entry) {
@@ -200,13 +243,14 @@ void KeepTime(int file, archive_entry* entry) {
   futimens(file, times);  // a file without its time is still the file
 }
 
-UnzipFailure UnpackAll(int file, const std::vector<ArchiveEntry>& entries, const std::vector<std::string>& paths,
-                       UnpackTarget& target) {
+UnzipFailure UnpackAll(OpenFile& file, const std::vector<ZipEntry>& table, const std::vector<ArchiveEntry>& entries,
+                       const std::vector<std::string>& paths, UnpackTarget& target) {
+  if (entries.empty()) return {};  // the library doesn't take an archive of nothing for one
   ZipReader reader(file);
   UnzipFailure failure;
   std::size_t index = 0;
   for (; reader.Next(failure); ++index) {
-    const ArchiveEntry entry = ValueOf(reader.Entry());
+    const ArchiveEntry entry = ValueOf(reader.Entry(), table, index);
     if (index == entries.size() || entry.name != entries[index].name || entry.size != entries[index].size) {
       return {kDamaged, entry.name, "the pack changed while it was read"};
     }
@@ -232,6 +276,10 @@ UnzipFailure PlacingFailure(const UnpackTarget& target, int error, const std::st
     case ENOSPC:
     case EDQUOT:
       return {kDiskFull, name, detail};
+    case EWOULDBLOCK:
+      return {kCannotWrite, name, "another program is unpacking into it"};
+    case EXDEV:
+      return {kCannotWrite, name, "its folder is on another disk than the one unpacked into; " + detail};
     default:
       return {kCannotWrite, name, detail};
   }
@@ -242,7 +290,7 @@ bool IsAboutThePack(UnzipResult reason) {
   return reason == kCannotOpen || reason == kNotAnArchive || reason == kTooManyEntries || reason == kDamaged;
 }
 
-// Without characters that would change the line that it stands in.
+// Without characters that would change the line that it is part of.
 std::string InOneLine(std::string text, char line_end) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = c == '\n' ? line_end : '?';
@@ -268,22 +316,22 @@ std::string Describe(const UnzipFailure& failure) {
     const char* before;  // the name in quotes follows, if there is one
     const char* after;
   } kTexts[] = {
-      {"",                                ""                                                                  },
-      {"The pack",                        "can't be opened"                                                   },
-      {"The pack",                        "is no ZIP archive, or its end is missing"                          },
-      {"The name",                        "in the pack isn't allowed"                                         },
-      {"The entry",                       "in the pack is a link or a device, which isn't allowed"            },
-      {"The name",                        "stands twice in the pack, or differs from another in capitals only"},
-      {"The entry",                       "can't be put in place: something else stands there"                },
-      {"The pack",                        "has too many entries"                                              },
-      {"The contents of the pack, up to", "are larger than the disk or than the pack can hold"                },
-      {"The file",                        "in the pack is encrypted"                                          },
-      {"The file",                        "in the pack is packed by a method that isn't known"                },
-      {"The file",                        "in the pack has a wrong checksum"                                  },
-      {"The file",                        "in the pack hasn't the size that the pack tells"                   },
-      {"The pack is damaged at",          ""                                                                  },
-      {"The disk is too full for",        ""                                                                  },
-      {"The file or folder",              "can't be written"                                                  },
+      {"",                                ""                                                              },
+      {"The pack",                        "can't be opened"                                               },
+      {"The pack",                        "is no ZIP archive, or its end is missing"                      },
+      {"The name",                        "in the pack isn't allowed"                                     },
+      {"The entry",                       "in the pack is a link or a device, which isn't allowed"        },
+      {"The name",                        "is in the pack twice, or differs from another in capitals only"},
+      {"The entry",                       "can't be put in place: something else is there"                },
+      {"The pack",                        "has too many entries"                                          },
+      {"The contents of the pack, up to", "are larger than the disk or than the pack can hold"            },
+      {"The file",                        "in the pack is encrypted"                                      },
+      {"The file",                        "in the pack is packed by a method that isn't known"            },
+      {"The file",                        "in the pack has a wrong checksum"                              },
+      {"The file",                        "in the pack doesn't have the size that the pack states"        },
+      {"The pack is damaged at",          ""                                                              },
+      {"The disk is too full for",        ""                                                              },
+      {"The file or folder",              "can't be written"                                              },
   };
   const auto index = static_cast<std::size_t>(failure.reason);
   if (failure.reason == kDone || index >= std::size(kTexts)) return {};
@@ -294,8 +342,9 @@ std::string Describe(const UnzipFailure& failure) {
   return text + '.';
 }
 
-Fault ArchiveUnzip::SetArchiveFile(const std::string& path) {
+Fault ArchiveUnzip::SetArchiveFile(const std::string& path, std::shared_ptr<OpenFile> file) {
   archive_file_ = path;
+  file_ = std::move(file);
   return {};
 }
 
@@ -325,16 +374,11 @@ std::string ArchiveUnzip::FailureText() { return Describe(failure_); }
 
 UnzipFailure ArchiveUnzip::Run() const {
   const Utf8Names utf8_names;
-  // Not blocking: the path may name a pipe that nobody writes to.
-  const Descriptor file(open(NativePath(archive_file_).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (!file || fstat(file.Get(), &status) < 0) return {kCannotOpen, "", SystemText(errno)};
-  if (!S_ISREG(status.st_mode)) return {kNotAnArchive, "", ""};
-  if (IsEmptyArchive(file.Get(), status.st_size)) return {};
-
-  ArchiveLimits limits{.archive_bytes = status.st_size};
+  ArchiveLimits limits;
+  if (!file_ || file_->Length(limits.archive_bytes) != 0) return {kCannotOpen, "", ""};
+  std::vector<ZipEntry> table;
   std::vector<ArchiveEntry> entries;
-  if (UnzipFailure failure = ReadContents(file.Get(), limits, entries); failure.reason != kDone) return failure;
+  if (UnzipFailure failure = ReadContents(*file_, limits, table, entries); failure.reason != kDone) return failure;
 
   UnpackTarget target;
   if (const int error = target.Open(NativePath(extract_folder_))) return PlacingFailure(target, error, extract_folder_);
@@ -342,7 +386,7 @@ UnzipFailure ArchiveUnzip::Run() const {
   const ArchiveVerdict verdict = JudgeArchive(entries, limits, keep_folders_);
   if (verdict.reason != kDone) return {verdict.reason, verdict.name, ""};
   if (const int error = target.MakeStaging()) return PlacingFailure(target, error, extract_folder_);
-  if (UnzipFailure failure = UnpackAll(file.Get(), entries, verdict.targets, target); failure.reason != kDone) {
+  if (UnzipFailure failure = UnpackAll(*file_, table, entries, verdict.targets, target); failure.reason != kDone) {
     return failure;
   }
   const auto [error, index] = target.Place(verdict.targets, replace_files_);

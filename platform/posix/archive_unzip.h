@@ -1,5 +1,6 @@
-// The unzip component on libarchive: judges the whole table of contents (archive_judge.h), unpacks everything into a
-// staging folder, and only when every size and checksum held moves it into place (unpack_target.h).
+// The unzip component on libarchive: holds what the library finds against the archive's table (zip_table.h), judges the
+// whole of it (archive_judge.h), unpacks everything into a staging folder, and only when every size and checksum held
+// moves it into place (unpack_target.h).
 //
 // Regular files and folders only. Executable bits and times are kept; owners and all other bits of the mode are not.
 #pragma once
@@ -11,19 +12,12 @@
 
 namespace tsly {
 
-// Why an extraction failed.
-struct UnzipFailure {
-  UnzipResult reason = UnzipResult::kDone;
-  std::string name;    // the entry, or the file or folder that the reason is about
-  std::string detail;  // what the system or the library said, where that tells more
-};
-
 // One sentence for the user; "" without a failure.
 std::string Describe(const UnzipFailure& failure);
 
 class ArchiveUnzip : public UnzipComponent {
  public:
-  Fault SetArchiveFile(const std::string& path) override;
+  Fault SetArchiveFile(const std::string& path, std::shared_ptr<OpenFile> file) override;
   Fault SetExtractFolder(const std::string& path) override;
   Fault SetExtractOptionA(bool keep_folders) override;
   Fault SetExtractOptionB(bool replace_files) override;
@@ -34,6 +28,7 @@ class ArchiveUnzip : public UnzipComponent {
   UnzipFailure Run() const;
 
   std::string archive_file_;
+  std::shared_ptr<OpenFile> file_;
   std::string extract_folder_;
   bool keep_folders_ = true;
   bool replace_files_ = true;

@@ -3,19 +3,29 @@
 #include <fcntl.h>
 #include <linux/close_range.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <string_view>
 
 #include "ports/system_codes.h"
 #include "posix/descriptor.h"
+#include "posix/posix_codes.h"
 
 namespace tsly {
 namespace {
+
+// For kernels without close_range.
+void CloseEachOnExec() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  for (int i = 3; i < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 1 << 20)); ++i) fcntl(i, F_SETFD, FD_CLOEXEC);
+}
 
 // Runs between fork and exec: system calls only.
 [[noreturn]] void BecomeProgram(char* const argv[], int status) {
@@ -27,13 +37,12 @@ namespace {
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
 
-  const int null = open("/dev/null", O_RDWR);
-  if (null >= 0) {
-    dup2(null, STDIN_FILENO);
-    dup2(null, STDOUT_FILENO);
+  // Closed first: a process at its limit of descriptors can still open one.
+  close(STDIN_FILENO);
+  if (open("/dev/null", O_RDWR) == STDIN_FILENO && dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO) {
+    if (close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) != 0) CloseEachOnExec();
+    execv(argv[0], argv);
   }
-  close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
-  execv(argv[0], argv);
   const int error = errno;
   [[maybe_unused]] const ssize_t told = write(status, &error, sizeof error);
   _exit(127);
@@ -61,7 +70,11 @@ StartedProcess StartProcess(const std::vector<std::string>& argv) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) < 0) return {-1, errno, true};
   const Descriptor reading(ends[0]);
-  Descriptor writing(ends[1]);
+  Descriptor given(ends[1]);
+  // The child replaces the lowest ones, without which a process may have been started.
+  Descriptor writing(fcntl(given.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  if (!writing) return {-1, errno, true};
+  given = Descriptor();
   const pid_t id = ForkWithoutSignals();
   if (id == 0) BecomeProgram(pointers.data(), writing.Get());
   if (id < 0) return {-1, errno, true};
@@ -104,7 +117,10 @@ std::string FindInPath(const std::string& name) {
 
 int JudgeProgram(const std::string& path) {
   struct stat status {};
-  if (stat(path.c_str(), &status) < 0) return errno == EACCES ? kAccessDenied : kFileNotFound;
+  if (stat(path.c_str(), &status) < 0) {
+    const int code = CodeOf(errno, kReadFault);
+    return code == kPathNotFound || code == kNameTooLong ? kFileNotFound : code;
+  }
   if (!S_ISREG(status.st_mode) || faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) < 0) return kAccessDenied;
 
   // A file may be run but not read; then only the attempt tells.

@@ -1,11 +1,8 @@
 #include "posix/code_page_text.h"
 
-#include <iconv.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <string_view>
 
 namespace tsly {
 namespace {
@@ -15,50 +12,6 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-class Converter {
- public:
-  explicit Converter(const std::string& codeset) : handle_(iconv_open("UTF-8", codeset.c_str())) {}
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-  ~Converter() {
-    if (*this) iconv_close(handle_);
-  }
-  explicit operator bool() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
-
-  std::string ToUtf8(std::string_view bytes, std::size_t unit) {
-    std::string text;
-    text.reserve(bytes.size());
-    char* in = const_cast<char*>(bytes.data());  // iconv's signature; it doesn't write there
-    std::size_t left = bytes.size();
-    while (left > 0) {
-      const int error = Convert(&in, &left, text);
-      if (error == 0 || error == E2BIG) continue;
-      Flush(text);
-      text += kReplacement;
-      const std::size_t skipped = std::min(unit, left);
-      in += skipped;
-      left -= skipped;
-    }
-    Flush(text);
-    return text;
-  }
-
- private:
-  // In some code pages a letter is held back until it is clear that no accent follows it.
-  void Flush(std::string& text) { Convert(nullptr, nullptr, text); }
-
-  int Convert(char** in, std::size_t* left, std::string& text) {
-    std::array<char, 16384> piece;
-    char* out = piece.data();
-    std::size_t room = piece.size();
-    const int error = iconv(handle_, in, left, &out, &room) == static_cast<std::size_t>(-1) ? errno : 0;
-    text.append(piece.data(), piece.size() - room);
-    return error;
-  }
-
-  iconv_t handle_;
-};
-
 // What the converter calls a code page.
 std::string CodesetOf(std::uint32_t code_page) {
   if (code_page == 20866) return "KOI8-R";
@@ -67,9 +20,7 @@ std::string CodesetOf(std::uint32_t code_page) {
   return "CP" + std::to_string(code_page);
 }
 
-std::string AsciiOnly(std::string_view bytes) {
-  std::string text;
-  text.reserve(bytes.size());
+void AddAsciiOnly(std::string_view bytes, std::string& text) {
   for (const char c : bytes) {
     if (static_cast<unsigned char>(c) < 0x80) {
       text += c;
@@ -77,21 +28,73 @@ std::string AsciiOnly(std::string_view bytes) {
       text += kReplacement;
     }
   }
-  return text;
 }
 
 }  // namespace
 
-std::string DecodeText(std::string bytes, std::optional<std::uint32_t> code_page) {
+TextDecoder::~TextDecoder() {
+  if (form_ == Form::kConverted) iconv_close(handle_);
+}
+
+void TextDecoder::Add(std::string_view bytes, bool is_last, std::string& text) {
+  if (form_ == Form::kUnknown) Begin(bytes, text);
+  if (form_ == Form::kPlain) {
+    text += bytes;
+  } else if (form_ == Form::kAsciiOnly) {
+    AddAsciiOnly(bytes, text);
+  } else {
+    Convert(bytes, is_last, text);
+  }
+}
+
+// Two bytes of UTF-16 become three at most, as does one of a code page.
+void TextDecoder::Begin(std::string_view& bytes, std::string& text) {
   if (bytes.starts_with(kUtf16Mark)) {
-    return Converter("UTF-16LE").ToUtf8(std::string_view(bytes).substr(kUtf16Mark.size()), 2);
+    bytes.remove_prefix(kUtf16Mark.size());
+    BeginConverted("UTF-16LE", 2);
+    text.reserve(size_ / 2 * 3 + 3);
+  } else if (code_page_ && *code_page_ != kUtf8CodePage) {
+    BeginConverted(CodesetOf(*code_page_), 1);
+    text.reserve(size_ * 3);
+  } else {
+    if (bytes.starts_with(kUtf8Mark)) bytes.remove_prefix(kUtf8Mark.size());
+    form_ = Form::kPlain;
+    text.reserve(size_);
   }
-  if (code_page && *code_page != kUtf8CodePage) {
-    Converter converter(CodesetOf(*code_page));
-    return converter ? converter.ToUtf8(bytes, 1) : AsciiOnly(bytes);
+}
+
+void TextDecoder::BeginConverted(const std::string& codeset, std::size_t unit) {
+  handle_ = iconv_open("UTF-8", codeset.c_str());
+  form_ = reinterpret_cast<std::intptr_t>(handle_) != -1 ? Form::kConverted : Form::kAsciiOnly;
+  unit_ = unit;
+}
+
+void TextDecoder::Convert(std::string_view bytes, bool is_last, std::string& text) {
+  rest_ += bytes;
+  char* in = rest_.data();
+  std::size_t left = rest_.size();
+  while (left > 0) {
+    const int error = ConvertPiece(&in, &left, text);
+    if (error == 0 || error == E2BIG) continue;
+    if (error == EINVAL && !is_last) break;
+    // In some code pages a letter is held back until it is clear that no accent follows it.
+    ConvertPiece(nullptr, nullptr, text);
+    text += kReplacement;
+    const std::size_t skipped = std::min(unit_, left);
+    in += skipped;
+    left -= skipped;
   }
-  if (bytes.starts_with(kUtf8Mark)) bytes.erase(0, kUtf8Mark.size());
-  return bytes;
+  rest_.erase(0, rest_.size() - left);
+  if (is_last) ConvertPiece(nullptr, nullptr, text);
+}
+
+int TextDecoder::ConvertPiece(char** in, std::size_t* left, std::string& text) {
+  std::array<char, 16384> piece;
+  char* out = piece.data();
+  std::size_t room = piece.size();
+  const int error = iconv(handle_, in, left, &out, &room) == static_cast<std::size_t>(-1) ? errno : 0;
+  text.append(piece.data(), piece.size() - room);
+  return error;
 }
 
 }  // namespace tsly

@@ -102,7 +102,14 @@ std::int32_t BrokenConnectionNumber(const CurlFailure& failure) {
   return unreadable ? kInvalidServerResponse : kConnectionAborted;
 }
 
+// libcurl asks for an address in a thread of its own, and has one result for a name that nobody knows and for a thread
+// that could not be made.
+bool IsUnaskedName(const CurlFailure& failure) {
+  return failure.result == CURLE_COULDNT_RESOLVE_HOST && failure.detail.find("thread failed") != std::string::npos;
+}
+
 std::int32_t Number(const CurlFailure& failure) {
+  if (IsUnaskedName(failure)) return kInternalError;
   const bool bad_target = failure.result == CURLE_UNSUPPORTED_PROTOCOL || failure.result == CURLE_URL_MALFORMAT;
   if (failure.redirecting && bad_target) return kRedirectFailed;
   if (failure.result == CURLE_SEND_ERROR || failure.result == CURLE_RECV_ERROR) return BrokenConnectionNumber(failure);

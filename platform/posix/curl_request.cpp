@@ -189,6 +189,7 @@ void CurlRequest::Finish(CURLcode result) {
     states_.Complete();
   } else {
     error_ = Judge(result);
+    spool_.Clear();  // before anybody is told: on a full disk the next line of the log needs the room
     states_.Fail();
   }
   End();

@@ -28,7 +28,6 @@ CurlTransfer::~CurlTransfer() { Cancel(); }
 Fault CurlTransfer::Execute(const std::string& url, const std::string& operation) {
   Cancel();
   error_ = {};
-  spool_.Clear();
   std::string address;
   if (Fault fault = UsableAddress(url, address)) return fault;
   if (!EqualIgnoringCase(operation, "GET")) return InternetError(kInternetInvalidOperation);
@@ -46,6 +45,7 @@ void CurlTransfer::Cancel() {
   request_.reset();
   if (delivery_) delivery_->abandoned = true;
   delivery_.reset();
+  spool_.Clear();
 }
 
 void CurlTransfer::Schedule(const std::shared_ptr<Delivery>& delivery) {
@@ -68,8 +68,10 @@ void CurlTransfer::DeliverNext(const std::shared_ptr<Delivery>& delivery) {
 
 Fault CurlTransfer::GetChunk(std::int32_t size, ChunkType, std::string& chunk) {
   const int code = spool_.Read(static_cast<std::size_t>(std::max(size, 0)), chunk);
-  // Read to its end, a whole response gives its room on the disk back: a pack is unpacked next.
-  if (code == 0 && size > 0 && chunk.empty() && request_ && request_->HasEnded()) spool_.Clear();
+  // Read to its end, a whole response gives its room on the disk back: a pack is unpacked next. So does one that can't
+  // be read any further.
+  const bool at_end = code == 0 && size > 0 && chunk.empty() && request_ && request_->HasEnded();
+  if (at_end || code != 0) spool_.Clear();
   return code == 0 ? Fault{} : InternetError(code);
 }
 

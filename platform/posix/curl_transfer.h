@@ -32,7 +32,7 @@ class CurlTransfer : public TransferControl {
   void SetProtocol(std::int16_t) override {}  // the address tells it
   Fault Execute(const std::string& url, const std::string& operation) override;
   void Cancel() override;
-  // Also hands out what has arrived of a response that is still on its way, or was cut off.
+  // Also hands out what has arrived of a response that is still on its way.
   Fault GetChunk(std::int32_t size, ChunkType type, std::string& chunk) override;
   std::int32_t ResponseCode() override { return error_.number; }
   std::string ResponseInfo() override { return error_.description; }

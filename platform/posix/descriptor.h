@@ -22,6 +22,7 @@ class Descriptor {
 
   explicit operator bool() const { return number_ >= 0; }
   int Get() const { return number_; }
+  int Release() { return std::exchange(number_, -1); }  // somebody else closes it from now on
 
   // For a writer that must know how closing went: some file systems report a full disk only then. 0 or -1 with errno.
   int Close() { return close(std::exchange(number_, -1)); }

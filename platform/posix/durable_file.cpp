@@ -22,7 +22,8 @@ int LastCode() { return CodeOf(errno, kWriteFault); }
 int SyncFolder(const fs::path& folder) {
   const Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!descriptor && errno == EACCES) return kSuccess;  // a folder that may be written but not listed
-  return descriptor && fsync(descriptor.Get()) == 0 ? kSuccess : LastCode();
+  if (!descriptor) return LastCode();
+  return fsync(descriptor.Get()) == 0 || errno == EINVAL ? kSuccess : LastCode();  // EINVAL: nothing to be done there
 }
 
 int WriteAll(int descriptor, std::string_view content) {
@@ -66,10 +67,16 @@ int MakeFolders(const fs::path& folder, mode_t mode) {
     if (mkdir(folder.c_str(), mode) != 0) return errno == EEXIST ? kSuccess : LastCode();
   }
   if (chmod(folder.c_str(), mode) != 0) return LastCode();
-  return SyncFolder(folder.parent_path());
+  // The folder above may be one that a killed process has just made.
+  const int code = SyncFolder(folder.parent_path());
+  return code == kSuccess ? SyncFolder(folder.parent_path().parent_path()) : code;
 }
 
 int MakeEmptyFile(const fs::path& file, mode_t mode) {
+  // Who finds the file takes its folder for lasting, and another process may just have made that one.
+  const fs::path folder = file.parent_path();
+  if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return LastCode();
+  if (const int code = SyncFolder(folder.parent_path()); code != kSuccess) return code;
   const Descriptor descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!descriptor) return errno == EEXIST ? kSuccess : LastCode();
   return fchmod(descriptor.Get(), mode) == 0 ? kSuccess : LastCode();
@@ -79,7 +86,9 @@ int ReplaceFile(const fs::path& file, std::string_view content, mode_t least_mod
   std::error_code failure;
   const fs::path target = fs::canonical(file, failure);  // a link stays a link
   struct stat old {};
-  if (failure || stat(target.c_str(), &old) != 0) return failure ? CodeOf(failure.value(), kWriteFault) : LastCode();
+  if (!failure && stat(target.c_str(), &old) != 0) failure.assign(errno, std::generic_category());
+  if (failure == std::errc::no_such_file_or_directory) return kSharingViolation;  // removed by somebody
+  if (failure) return CodeOf(failure.value(), kWriteFault);
   const fs::path fresh = target.native() + "-new";
   unlink(fresh.c_str());  // of a writer that was killed
   int code = WriteNewFile(fresh, content, old, (old.st_mode & 0777) | least_mode);

@@ -99,7 +99,6 @@ Home InUsualPlaces() {
   home.own_common_documents = own / "CommonDocuments";
   home.common_pictures = machine / "CommonPictures";
   home.own_common_pictures = own / "CommonPictures";
-  home.temp = FolderFromEnvironment("TMPDIR", "/tmp");
   return home;
 }
 

@@ -17,7 +17,7 @@ struct Home {
   std::filesystem::path common_app_data, own_common_app_data;
   std::filesystem::path common_documents, own_common_documents;
   std::filesystem::path common_pictures, own_common_pictures;
-  std::filesystem::path temp;
+  std::filesystem::path temp;  // empty: a private folder below the system's one for temporary files
 
   static Home FromEnvironment();
 };

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "ports/files.h"
+#include "ports/system_codes.h"
 #include "posix/code_page_text.h"
 #include "posix/descriptor.h"
 #include "posix/paths.h"
@@ -31,18 +33,44 @@ std::int64_t Now() {
   return Nanoseconds(now);
 }
 
-bool ReadWhole(const Descriptor& file, std::size_t size, std::string& bytes) {
-  bytes.resize(size);
-  std::size_t filled = 0;
-  while (filled < size) {
-    const ssize_t count = read(file.Get(), bytes.data() + filled, size - filled);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return false;
-    if (count == 0) break;  // the file became shorter meanwhile
-    filled += static_cast<std::size_t>(count);
+// `read_at(offset, buffer, got)` gives a result code and, at the end, 0 for `got`. The bytes are decoded piece by
+// piece, so that memory never holds all of them besides their text. A file that ends before `size` was not read whole.
+template <typename ReadAt>
+int ReadText(std::size_t size, std::optional<std::uint32_t> code_page, ReadAt read_at, std::string& text) {
+  TextDecoder decoder(code_page, size);
+  std::vector<char> piece(std::min(size, std::size_t{1} << 16));
+  for (std::size_t offset = 0; offset < size; offset += piece.size()) {
+    piece.resize(std::min(piece.size(), size - offset));
+    for (std::size_t filled = 0, got = 0; filled < piece.size(); filled += got) {
+      const int code = read_at(offset + filled, std::span(piece).subspan(filled), got);
+      if (code != kSuccess) return code;
+      if (got == 0) return kReadFault;
+    }
+    decoder.Add({piece.data(), piece.size()}, offset + piece.size() == size, text);
   }
-  bytes.resize(filled);
-  return true;
+  return kSuccess;
+}
+
+int ReadFile(int file, std::size_t size, std::optional<std::uint32_t> code_page, std::string& text) {
+  const auto read_at = [&](std::size_t offset, std::span<char> buffer, std::size_t& got) {
+    ssize_t count = -1;
+    do count = pread(file, buffer.data(), buffer.size(), static_cast<off_t>(offset));
+    while (count < 0 && errno == EINTR);
+    got = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    return count < 0 ? kReadFault : kSuccess;
+  };
+  return ReadText(size, code_page, read_at, text);
+}
+
+// A document above the limit reads as one without sections, as a file does.
+int ReadDocument(OpenFile& document, std::optional<std::uint32_t> code_page, std::string& text) {
+  std::int64_t length = 0;
+  if (const int code = document.Length(length); code != kSuccess) return code;
+  if (length > kSizeLimit) return kSuccess;
+  const auto read_at = [&](std::size_t offset, std::span<char> buffer, std::size_t& got) {
+    return document.ReadAt(static_cast<std::int64_t>(offset), buffer, got);
+  };
+  return ReadText(static_cast<std::size_t>(length), code_page, read_at, text);
 }
 
 std::uint32_t CopyText(std::string_view text, std::span<char> buffer) {
@@ -51,22 +79,35 @@ std::uint32_t CopyText(std::string_view text, std::span<char> buffer) {
   return static_cast<std::uint32_t>(length);
 }
 
-// A list whose last zero would be the buffer's last character counts as cut, too.
-std::uint32_t CopyNames(const std::vector<std::string_view>& names, std::span<char> buffer) {
-  if (buffer.size() < 2) return CopyText("", buffer);
-  const std::size_t room = buffer.size() - 2;
-  std::size_t length = 0;
-  for (const std::string_view name : names) {
-    length += name.copy(buffer.data() + length, room - length);
-    if (length == room) {
-      buffer[length + 1] = buffer[length] = '\0';
-      return static_cast<std::uint32_t>(length);
-    }
-    buffer[length++] = '\0';
+// A list of names in a buffer. One whose last zero would be the buffer's last character counts as cut, too.
+class NameList {
+ public:
+  explicit NameList(std::span<char> buffer) : buffer_(buffer) {}
+
+  // False when nothing more fits.
+  bool Add(std::string_view name) {
+    is_empty_ = false;
+    if (buffer_.size() < 2) return false;
+    const std::size_t room = buffer_.size() - 2;
+    length_ += name.copy(buffer_.data() + length_, room - length_);
+    is_cut_ = length_ == room;
+    if (!is_cut_) buffer_[length_++] = '\0';
+    return !is_cut_;
   }
-  buffer[length] = '\0';
-  return static_cast<std::uint32_t>(length);
-}
+  bool IsEmpty() const { return is_empty_; }
+
+  std::uint32_t End() {
+    if (buffer_.size() < 2) return CopyText("", buffer_);
+    buffer_[length_] = '\0';
+    if (is_cut_) buffer_[length_ + 1] = '\0';
+    return static_cast<std::uint32_t>(length_);
+  }
+
+ private:
+  std::span<char> buffer_;
+  std::size_t length_ = 0;
+  bool is_empty_ = true, is_cut_ = false;
+};
 
 }  // namespace
 
@@ -79,8 +120,25 @@ std::uint32_t IniReader::GetPrivateProfileString(const char* section, const char
   if (section != nullptr && key != nullptr) {
     return CopyText(index->Value(section, key).value_or(otherwise), buffer);
   }
-  const auto names = section == nullptr ? index->SectionNames() : index->KeyNames(section);
-  return names.empty() ? CopyText(otherwise, buffer) : CopyNames(names, buffer);
+  NameList names(buffer);
+  const auto add = [&](std::string_view name) { return names.Add(name); };
+  if (section == nullptr) {
+    index->EachSection(add);
+  } else {
+    index->EachKey(section, add);
+  }
+  return names.IsEmpty() ? CopyText(otherwise, buffer) : names.End();
+}
+
+int IniReader::Pin(const std::string& file, OpenFile* document) {
+  // First the memory of what was read before goes.
+  pinned_.erase(file);
+  cache_.remove_if([&](const CachedFile& cached) { return cached.path == file; });
+  std::string text;
+  const int code = document != nullptr ? ReadDocument(*document, code_page_, text) : kSuccess;
+  if (code != kSuccess) text.clear();
+  pinned_[file] = std::make_unique<IniIndex>(std::move(text));
+  return code;
 }
 
 bool IniReader::StampOf(const struct stat& status, Stamp& stamp) {
@@ -97,6 +155,7 @@ bool IniReader::IsUnchanged(const CachedFile& file) {
 }
 
 const IniIndex* IniReader::Open(const std::string& path) {
+  if (const auto pinned = pinned_.find(path); pinned != pinned_.end()) return pinned->second.get();
   const auto cached = std::find_if(cache_.begin(), cache_.end(), [&](const CachedFile& f) { return f.path == path; });
   if (cached == cache_.end()) return Load(path);
   if (!IsUnchanged(*cached)) {
@@ -112,15 +171,16 @@ const IniIndex* IniReader::Load(const std::string& path) {
   const std::int64_t begin = Now();
   const Descriptor file(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
-  Stamp stamp;
-  std::string bytes;
+  Stamp stamp, after;
+  std::string text;
   if (!file || fstat(file.Get(), &status) != 0 || !StampOf(status, stamp)) return nullptr;
-  if (!ReadWhole(file, static_cast<std::size_t>(stamp.size), bytes)) return nullptr;
+  if (ReadFile(file.Get(), static_cast<std::size_t>(stamp.size), code_page_, text) != kSuccess) return nullptr;
   ++read_count_;
+  const bool unchanged = fstat(file.Get(), &status) == 0 && StampOf(status, after) && after == stamp;
   // The time of change alone tells the age: the time of modification can be set to anything.
-  const bool settled = begin - stamp.changed > kSettlingTime;
-  cache_.push_front({path, native, CorePath(native) == path, settled, stamp,
-                     std::make_unique<IniIndex>(DecodeText(std::move(bytes), code_page_))});
+  const bool settled = unchanged && begin - stamp.changed > kSettlingTime;
+  cache_.push_front(
+      {path, native, CorePath(native) == path, settled, stamp, std::make_unique<IniIndex>(std::move(text))});
   if (cache_.size() > kCachedFiles) cache_.pop_back();
   return cache_.front().index.get();
 }

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +25,8 @@ class IniReader : public ProfileReader {
 
   std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
                                         std::span<char> buffer, const std::string& file) override;
+  int Pin(const std::string& file, OpenFile* document) override;
+  void Unpin(const std::string& file) override { pinned_.erase(file); }
 
   // How many times a file was read, so that tests and measurements see what the cache saves.
   int ReadCount() const { return read_count_; }
@@ -50,6 +53,7 @@ class IniReader : public ProfileReader {
   const IniIndex* Load(const std::string& path);
 
   std::optional<std::uint32_t> code_page_;
+  std::map<std::string, std::unique_ptr<IniIndex>> pinned_;
   std::list<CachedFile> cache_;  // the last used in front
   int read_count_ = 0;
 };

@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 
 #include "base/text.h"
+#include "posix/private_folder.h"
 
 namespace tsly {
 namespace {
@@ -17,16 +17,16 @@ namespace {
 // Below a device no name exists and none can be made, whatever rights the process has.
 constexpr char kNowhere[] = "/dev/null/nowhere";
 
+// U+F05C: systems whose paths can't hold a character of a name move it there, to the private use area.
+constexpr std::string_view kBackslashInName = "\xEF\x81\x9C";
+
 constexpr std::string_view kTempDrivePath = "C:\\TEMP";
 
-bool IsFolder(const char* path) {
-  struct stat status {};
-  return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-std::string SystemTempFolder() {
-  const char* folder = std::getenv("TMPDIR");
-  return folder != nullptr && folder[0] == '/' && IsFolder(folder) ? folder : "/tmp";
+// Byte by byte: names need not be text.
+void Exchange(std::string& path, std::string_view from, std::string_view to) {
+  for (auto at = path.find(from); at != path.npos; at = path.find(from, at + to.size())) {
+    path.replace(at, from.size(), to);
+  }
 }
 
 bool HasDriveLetter(std::string_view path) {
@@ -81,16 +81,27 @@ std::string NativePath(const std::string& core_path) {
   if (core_path.find('\0') != std::string::npos) return kNowhere;
   std::string path = core_path;
   if (IsBelowTempDrivePath(path)) {
-    path.replace(0, kTempDrivePath.size(), SystemTempFolder());
+    const std::string folder = KeptFolderBelow(SystemTempFolder()).string();
+    if (folder.empty()) return kNowhere;
+    path.replace(0, kTempDrivePath.size(), folder);
   } else if (HasDriveLetter(path)) {
     return kNowhere;
   }
   std::replace(path.begin(), path.end(), '\\', '/');
-  return InExistingCapitals(path);
+  return InExistingCapitals(NativeName(path));
 }
+
+std::string NativeName(const std::string& core_name) {
+  std::string name = core_name;
+  Exchange(name, kBackslashInName, "\\");
+  return name;
+}
+
+bool HasCoreForm(std::string_view native_path) { return native_path.find(kBackslashInName) == native_path.npos; }
 
 std::string CorePath(const std::string& native_path) {
   std::string path = native_path;
+  Exchange(path, "\\", kBackslashInName);
   std::replace(path.begin(), path.end(), '/', '\\');
   return path;
 }

@@ -31,6 +31,7 @@ constexpr Row kCodes[] = {
     {EBUSY,        kSharingViolation},
     {ETXTBSY,      kSharingViolation},
     {EINVAL,       kInvalidParameter},
+    {ENOMEM,       kNotEnoughMemory },
     {ENOSPC,       kDiskFull        },
     {EDQUOT,       kDiskFull        },
     {EFBIG,        kDiskFull        },

@@ -22,6 +22,7 @@ namespace tsly {
 namespace {
 
 constexpr std::size_t kWriteBuffer = 64 * 1024;
+constexpr mode_t kUserFile = 0600;
 constexpr std::size_t kCopyBuffer = 256 * 1024;
 
 std::size_t LastPart(const std::string& native) { return native.rfind('/') + 1; }
@@ -43,8 +44,9 @@ int FailureOn(const std::string& native, int error, int otherwise) {
 }
 
 // O_NONBLOCK matters to pipes and devices only, which are then refused.
-int OpenFile(const std::string& native, int flags, Descriptor& file, mode_t mode = 0666) {
+int OpenRegular(const std::string& native, int flags, Descriptor& file, mode_t mode = 0666) {
   file = Descriptor(open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
+  if (!file && errno == ELOOP && (flags & O_NOFOLLOW) != 0) return kAccessDenied;
   if (!file) return FailureOn(native, errno, kAccessDenied);
   struct stat status {};
   if (fstat(file.Get(), &status) != 0) return CodeOf(errno, kAccessDenied);
@@ -74,19 +76,58 @@ int CloseWritten(Descriptor& file) {
   return file.Close() == 0 || errno == EINTR ? kSuccess : CodeOf(errno, kWriteFault);
 }
 
-class PosixFileReader : public FileReader {
+// What is in memory still may never reach the disk; a rename that does would then name a file without contents.
+int SyncPath(const std::string& native, int flags) {
+  const Descriptor file(open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  return !file || fsync(file.Get()) == 0 || errno == EINVAL ? kSuccess : CodeOf(errno, kWriteFault);
+}
+
+bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+class PosixOpenFile : public OpenFile {
  public:
-  explicit PosixFileReader(Descriptor file) : file_(std::move(file)) {}
-  int Read(std::span<char> buffer, std::size_t& got) override { return ReadSome(file_, buffer, got); }
+  explicit PosixOpenFile(Descriptor file) : file_(std::move(file)) {}
+
+  int Length(std::int64_t& length) override {
+    struct stat status {};
+    if (fstat(file_.Get(), &status) != 0) return CodeOf(errno, kReadFault);
+    length = status.st_size;
+    return kSuccess;
+  }
+
+  int ReadAt(std::int64_t offset, std::span<char> buffer, std::size_t& got) override {
+    ssize_t count = 0;
+    do count = pread(file_.Get(), buffer.data(), buffer.size(), offset);
+    while (count < 0 && errno == EINTR);
+    got = count > 0 ? static_cast<std::size_t>(count) : 0;
+    return count < 0 ? CodeOf(errno, kReadFault) : kSuccess;
+  }
+
+  bool IsAt(const std::string& path) override {
+    struct stat ours {
+    }, there{};
+    return fstat(file_.Get(), &ours) == 0 && stat(NativePath(path).c_str(), &there) == 0 && SameFile(ours, there);
+  }
 
  private:
   Descriptor file_;
 };
 
-// After a failed write nothing more reaches the file: a gap in it would be worse than its being short.
-class PosixFileWriter : public FileWriter {
+// The file has no name at all until Commit where the file system can do that, so that a killed process leaves nothing;
+// elsewhere a hidden one beside the final name.
+class PosixNewFile : public NewFile {
  public:
-  explicit PosixFileWriter(Descriptor file) : file_(std::move(file)) { held_.reserve(kWriteBuffer); }
+  explicit PosixNewFile(std::string native) : native_(std::move(native)) { held_.reserve(kWriteBuffer); }
+  ~PosixNewFile() override {
+    if (!aside_.empty()) unlink(aside_.c_str());
+  }
+
+  int Open() {
+    const std::string folder = ParentOf(native_);
+    file_ = Descriptor(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kUserFile));
+    if (!file_ && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) return OpenAside(folder);
+    return file_ ? kSuccess : CodeOf(errno == ENOENT || errno == ENOTDIR ? ENOTDIR : errno, kAccessDenied);
+  }
 
   int Write(std::string_view bytes) override {
     if (!file_) return kInvalidHandle;
@@ -99,19 +140,66 @@ class PosixFileWriter : public FileWriter {
     return failure_;
   }
 
-  int Close() override {
+  // For a file that stays: the owner and the rights are those of `former`, whose place it takes, or else the rights of
+  // `model`, with writing for its owner alone. It is on the disk before it has its name.
+  int Settle(const struct stat* former, const struct stat& model) {
+    Flush();
+    mode_t mode = (former != nullptr ? former : &model)->st_mode & (former != nullptr ? 0777 : 0755);
+    // Rights of a group are for the group that had them.
+    if (former != nullptr && fchown(file_.Get(), former->st_uid, former->st_gid) != 0) mode &= 0755;
+    const bool done = fchmod(file_.Get(), mode) == 0 && fsync(file_.Get()) == 0;
+    if (failure_ == kSuccess && !done) failure_ = CodeOf(errno, kWriteFault);
+    return failure_;
+  }
+
+  int Commit(std::shared_ptr<OpenFile>& file) override {
     if (!file_) return kInvalidHandle;
     Flush();
-    const int closing = CloseWritten(file_);
-    return failure_ != kSuccess ? failure_ : closing;
+    // Some file systems report a full disk only when a descriptor of the file is closed.
+    Descriptor copy(fcntl(file_.Get(), F_DUPFD_CLOEXEC, 0));
+    if (failure_ == kSuccess) failure_ = copy ? CloseWritten(copy) : CodeOf(errno, kWriteFault);
+    if (failure_ == kSuccess) failure_ = TakeName();
+    if (failure_ != kSuccess) {
+      file_ = Descriptor();
+      return failure_;
+    }
+    file = std::make_shared<PosixOpenFile>(std::move(file_));
+    return kSuccess;
   }
 
  private:
+  static constexpr int kTries = 100;  // against another process that names its own file so each time
+
+  int OpenAside(const std::string& folder) {
+    aside_ = folder + "/.tsl-XXXXXX";
+    file_ = Descriptor(mkostemp(aside_.data(), O_CLOEXEC));
+    if (file_) return kSuccess;
+    aside_.clear();
+    return CodeOf(errno, kAccessDenied);
+  }
+
+  int TakeName() {
+    if (!aside_.empty()) {
+      if (rename(aside_.c_str(), native_.c_str()) != 0) return CodeOf(errno, kAccessDenied);
+      aside_.clear();
+      return kSuccess;
+    }
+    const std::string nameless = "/proc/self/fd/" + std::to_string(file_.Get());
+    for (int i = 0; i < kTries; ++i) {
+      if (linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, native_.c_str(), AT_SYMLINK_FOLLOW) == 0) return kSuccess;
+      if (errno != EEXIST) return CodeOf(errno, kAccessDenied);
+      if (unlink(native_.c_str()) != 0 && errno != ENOENT) return CodeOf(errno, kAccessDenied);
+    }
+    return kSharingViolation;
+  }
+
   void Flush() {
     if (failure_ == kSuccess) failure_ = WriteAll(file_, held_);
     held_.clear();
   }
 
+  std::string native_;
+  std::string aside_;  // the file's name until Commit, if it has one
   Descriptor file_;
   std::string held_;
   int failure_ = kSuccess;
@@ -128,11 +216,14 @@ int FindByPattern(const std::string& folder, const std::string& pattern, std::ve
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
   if (!entries) return errno == ENOENT ? kPathNotFound : CodeOf(errno, kPathNotFound);
   const std::string lower = LowerCase(pattern);
+  errno = 0;
   while (const dirent* entry = readdir(entries.get())) {
     if (FitsPattern(LowerCase(entry->d_name), lower) && IsRegular(entries.get(), entry)) {
-      names.emplace_back(entry->d_name);
+      names.push_back(CorePath(entry->d_name));
     }
+    errno = 0;
   }
+  if (errno != 0) return CodeOf(errno, kReadFault);
   std::sort(names.begin(), names.end());
   return names.empty() ? kFileNotFound : kSuccess;
 }
@@ -141,26 +232,61 @@ int FindByName(const std::string& native, std::vector<std::string>& names) {
   struct stat status {};
   if (stat(native.c_str(), &status) != 0) return FailureOn(native, errno, kFileNotFound);
   if (!S_ISREG(status.st_mode)) return kFileNotFound;
-  names.push_back(native.substr(LastPart(native)));
+  names.push_back(CorePath(native.substr(LastPart(native))));
   return kSuccess;
 }
 
-// Opens the target of a copy, and tells whether it is new.
-int OpenTarget(const std::string& native, mode_t mode, Descriptor& target, bool& is_new) {
-  const int code = OpenFile(native, O_WRONLY | O_CREAT | O_EXCL, target, mode);
-  is_new = code == kSuccess;
-  return code == kAlreadyExists ? OpenFile(native, O_WRONLY, target) : code;
-}
-
-int CopyContents(const Descriptor& source, Descriptor& target) {
-  if (ftruncate(target.Get(), 0) != 0) return CodeOf(errno, kWriteFault);
+template <typename Write>
+int CopyContents(const Descriptor& source, Write write_piece) {
   const auto buffer = std::make_unique<std::array<char, kCopyBuffer>>();
   for (;;) {
     std::size_t got = 0;
     if (const int code = ReadSome(source, *buffer, got); code != kSuccess) return code;
-    if (got == 0) return CloseWritten(target);
-    if (const int code = WriteAll(target, {buffer->data(), got}); code != kSuccess) return code;
+    if (got == 0) return kSuccess;
+    if (const int code = write_piece(std::string_view(buffer->data(), got)); code != kSuccess) return code;
   }
+}
+
+// For a folder that can't be written to, into a file there that can.
+int CopyInPlace(const Descriptor& source, const std::string& native) {
+  Descriptor target;
+  if (const int code = OpenRegular(native, O_WRONLY | O_NOFOLLOW, target); code != kSuccess) return code;
+  if (ftruncate(target.Get(), 0) != 0) return CodeOf(errno, kWriteFault);
+  const auto write_piece = [&](std::string_view piece) { return WriteAll(target, piece); };
+  if (const int code = CopyContents(source, write_piece); code != kSuccess) return code;
+  if (fsync(target.Get()) != 0) return CodeOf(errno, kWriteFault);
+  return CloseWritten(target);
+}
+
+// A file that others could have put in its place, or given a second name, is none to write to.
+bool IsOwnFile(const Descriptor& file, const std::string& native) {
+  struct stat status {
+  }, folder{};
+  return fstat(file.Get(), &status) == 0 && status.st_nlink <= 1 &&
+         (status.st_uid == geteuid() ||
+          (stat(ParentOf(native).c_str(), &folder) == 0 && status.st_uid == folder.st_uid));
+}
+
+// All of `text` at the end or nothing of it: after half a line the next one would not begin a line. What other
+// processes have added meanwhile stays.
+int AppendWhole(const Descriptor& file, std::string_view text) {
+  off_t begin = 0, written = 0;
+  int code = kSuccess;
+  while (code == kSuccess && !text.empty()) {
+    const ssize_t count = write(file.Get(), text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) code = count < 0 ? CodeOf(errno, kWriteFault) : kDiskFull;
+    if (count <= 0) continue;
+    if (written == 0) begin = lseek(file.Get(), 0, SEEK_CUR) - count;
+    written += count;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  if (code == kSuccess || written == 0) return code;
+  struct stat status {};
+  const off_t end = lseek(file.Get(), 0, SEEK_CUR);
+  const bool is_last = fstat(file.Get(), &status) == 0 && status.st_size == end && end - begin == written;
+  if (is_last && ftruncate(file.Get(), begin) != 0) return CodeOf(errno, code);
+  return code;
 }
 
 // Never replaces a file, not even one that another process makes at this moment; where the file system can't promise
@@ -192,66 +318,73 @@ int PosixFiles::Rename(const std::string& from, const std::string& to) {
   const std::string source = NativePath(from);
   std::string target = NativePath(to);
   // A change of nothing but capitals finds the file itself as its target.
-  if (target == source) target.replace(LastPart(target), std::string::npos, to, to.find_last_of("\\/") + 1);
-  if (RenameToNewName(source, target) == 0) return kSuccess;
+  if (target == source) target = ParentOf(source) + NativeName(to.substr(to.find_last_of("\\/") + 1));
+  if (const int code = SyncPath(source, O_RDONLY); code != kSuccess) return code;
+  if (RenameToNewName(source, target) == 0) return SyncPath(ParentOf(target), O_RDONLY | O_DIRECTORY);
   const int error = errno;
   return error == ENOENT && !IsFolder(ParentOf(target)) ? kPathNotFound : FailureOn(source, error, kAccessDenied);
 }
 
 int PosixFiles::Copy(const std::string& from, const std::string& to) {
   const std::string source_path = NativePath(from), target_path = NativePath(to);
-  Descriptor source, target;
-  bool is_new = false;
-  struct stat source_status {
-  }, target_status{};
-  if (const int code = OpenFile(source_path, O_RDONLY, source); code != kSuccess) return code;
-  if (fstat(source.Get(), &source_status) != 0) return CodeOf(errno, kReadFault);
-  const mode_t mode = source_status.st_mode & 0777;
-  if (const int code = OpenTarget(target_path, mode, target, is_new); code != kSuccess) return code;
-  if (fstat(target.Get(), &target_status) != 0) return CodeOf(errno, kWriteFault);
-  if (source_status.st_dev == target_status.st_dev && source_status.st_ino == target_status.st_ino) {
-    return kSharingViolation;  // onto itself: truncating the target would lose the contents
+  Descriptor source;
+  struct stat model {
+  }, target{};
+  if (const int code = OpenRegular(source_path, O_RDONLY, source); code != kSuccess) return code;
+  if (fstat(source.Get(), &model) != 0) return CodeOf(errno, kReadFault);
+  if (stat(target_path.c_str(), &target) == 0 && SameFile(model, target)) return kSharingViolation;
+  const bool replaces = lstat(target_path.c_str(), &target) == 0 && S_ISREG(target.st_mode);
+
+  PosixNewFile copy(target_path);
+  const int code = copy.Open();
+  if (code == kAccessDenied && replaces) return CopyInPlace(source, target_path);
+  if (code != kSuccess) return code;
+  std::shared_ptr<OpenFile> stored;
+  if (const int failure = CopyContents(source, [&](std::string_view piece) { return copy.Write(piece); })) {
+    return failure;
   }
-  const int code = CopyContents(source, target);
-  if (code != kSuccess && is_new) unlink(target_path.c_str());
-  return code;
+  if (const int failure = copy.Settle(replaces ? &target : nullptr, model)) return failure;
+  if (const int failure = copy.Commit(stored)) return failure;
+  return SyncPath(ParentOf(target_path), O_RDONLY | O_DIRECTORY);
 }
 
-int PosixFiles::MakeFolder(const std::string& path) {
+int PosixFiles::MakeFolder(const std::string& path, FolderUse use) {
   const std::string native = NativePath(path);
-  if (mkdir(native.c_str(), 0777) == 0) return kSuccess;
-  return errno == ENOENT ? kPathNotFound : CodeOf(errno, kAccessDenied);
+  if (mkdir(native.c_str(), use == FolderUse::kUserAlone ? 0700 : 0755) != 0) {
+    return errno == ENOENT ? kPathNotFound : CodeOf(errno, kAccessDenied);
+  }
+  if (use == FolderUse::kUserAlone) return kSuccess;
+  // What the umask took is given back.
+  const Descriptor folder(open(native.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  return folder && fchmod(folder.Get(), 0755) == 0 ? kSuccess : CodeOf(errno, kAccessDenied);
 }
 
 int PosixFiles::Append(const std::string& path, std::string_view text) {
-  Descriptor file;
-  if (const int code = OpenFile(NativePath(path), O_WRONLY | O_APPEND | O_CREAT, file); code != kSuccess) return code;
-  const ssize_t count = write(file.Get(), text.data(), text.size());
-  if (count < 0) return CodeOf(errno, kWriteFault);
-  if (static_cast<std::size_t>(count) != text.size()) return kDiskFull;
-  return CloseWritten(file);
-}
-
-int PosixFiles::Length(const std::string& path, std::int64_t& length) {
   const std::string native = NativePath(path);
-  struct stat status {};
-  if (stat(native.c_str(), &status) != 0) return FailureOn(native, errno, kAccessDenied);
-  if (!S_ISREG(status.st_mode)) return kAccessDenied;
-  length = status.st_size;
-  return kSuccess;
+  Descriptor file;
+  const int code = OpenRegular(native, O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, file, kUserFile);
+  if (code != kSuccess) return code;
+  if (!IsOwnFile(file, native)) return kAccessDenied;
+  const int written = AppendWhole(file, text), closed = CloseWritten(file);
+  return written != kSuccess ? written : closed;
 }
 
-int PosixFiles::OpenForReading(const std::string& path, std::unique_ptr<FileReader>& reader) {
+int PosixFiles::MakeEmptyFile(const std::string& path) {
   Descriptor file;
-  if (const int code = OpenFile(NativePath(path), O_RDONLY, file); code != kSuccess) return code;
-  reader = std::make_unique<PosixFileReader>(std::move(file));
-  return kSuccess;
+  return OpenRegular(NativePath(path), O_WRONLY | O_CREAT | O_EXCL, file, kUserFile);
 }
 
-int PosixFiles::OpenForWriting(const std::string& path, std::unique_ptr<FileWriter>& writer) {
-  Descriptor file;
-  if (const int code = OpenFile(NativePath(path), O_WRONLY | O_CREAT, file); code != kSuccess) return code;
-  writer = std::make_unique<PosixFileWriter>(std::move(file));
+int PosixFiles::Create(const std::string& path, std::unique_ptr<NewFile>& file) {
+  auto created = std::make_unique<PosixNewFile>(NativePath(path));
+  const int code = created->Open();
+  if (code == kSuccess) file = std::move(created);
+  return code;
+}
+
+int PosixFiles::OpenForReading(const std::string& path, std::shared_ptr<OpenFile>& file) {
+  Descriptor opened;
+  if (const int code = OpenRegular(NativePath(path), O_RDONLY, opened); code != kSuccess) return code;
+  file = std::make_shared<PosixOpenFile>(std::move(opened));
   return kSuccess;
 }
 

@@ -12,11 +12,13 @@ class PosixFiles : public Files {
   int Delete(const std::string& path) override;
   int Rename(const std::string& from, const std::string& to) override;
   int Copy(const std::string& from, const std::string& to) override;
-  int MakeFolder(const std::string& path) override;
+  int MakeFolder(const std::string& path, FolderUse use) override;
   int Append(const std::string& path, std::string_view text) override;
-  int Length(const std::string& path, std::int64_t& length) override;
-  int OpenForReading(const std::string& path, std::unique_ptr<FileReader>& reader) override;
-  int OpenForWriting(const std::string& path, std::unique_ptr<FileWriter>& writer) override;
+  int MakeEmptyFile(const std::string& path) override;
+  int Create(const std::string& path, std::unique_ptr<NewFile>& file) override;
+  int OpenForReading(const std::string& path, std::shared_ptr<OpenFile>& file) override;
+  int JoinList(const std::string& path, std::unique_ptr<SharedList>& list,
+               bool& alone) override;  // posix_shared_list.cpp
 };
 
 }  // namespace tsly

@@ -1,15 +1,19 @@
 #include "posix/posix_folders.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <iterator>
 
 #include "base/text.h"
 #include "ports/system_codes.h"
 #include "posix/descriptor.h"
+#include "posix/durable_file.h"
 #include "posix/paths.h"
 #include "posix/posix_codes.h"
 
@@ -18,36 +22,64 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Whom a folder that has to be made is for. Only what the user keeps for himself follows his umask.
+enum class Rights { kUserAlone, kUserChooses, kEveryone };
+
 struct FolderRow {
   int csidl;
   fs::path Home::*folder;
   fs::path Home::*own;  // takes its place where the user can't write it; null: he gets the folder as it is
+  Rights rights;
 };
 
 constexpr FolderRow kFolders[] = {
-    {kCsidlPersonal,        &Home::documents,        nullptr                    },
-    {kCsidlMyPictures,      &Home::pictures,         nullptr                    },
-    {kCsidlProgramFiles,    &Home::program_files,    nullptr                    },
-    {kCsidlAppData,         &Home::app_data,         nullptr                    },
-    {kCsidlCommonAppData,   &Home::common_app_data,  &Home::own_common_app_data },
-    {kCsidlCommonDocuments, &Home::common_documents, &Home::own_common_documents},
-    {kCsidlCommonPictures,  &Home::common_pictures,  &Home::own_common_pictures },
+    {kCsidlPersonal,        &Home::documents,        nullptr,                     Rights::kUserChooses},
+    {kCsidlMyPictures,      &Home::pictures,         nullptr,                     Rights::kUserChooses},
+    {kCsidlProgramFiles,    &Home::program_files,    nullptr,                     Rights::kEveryone   },
+    {kCsidlAppData,         &Home::app_data,         nullptr,                     Rights::kUserAlone  },
+    {kCsidlCommonAppData,   &Home::common_app_data,  &Home::own_common_app_data,  Rights::kEveryone   },
+    {kCsidlCommonDocuments, &Home::common_documents, &Home::own_common_documents, Rights::kEveryone   },
+    {kCsidlCommonPictures,  &Home::common_pictures,  &Home::own_common_pictures,  Rights::kEveryone   },
 };
 
-int MakeWithParents(const fs::path& folder) {
-  std::error_code failure;
-  fs::create_directories(folder, failure);
-  return CodeOf(failure.value(), kPathNotFound);
+constexpr mode_t kUserAlone = 0700, kEveryone = 0755;
+
+int MakeMissing(const fs::path& folder, Rights rights) {
+  if (rights == Rights::kEveryone) return MakeFolders(folder, kEveryone);
+  if (rights == Rights::kUserAlone) return MakeFolders(folder, kUserAlone);
+  if (const int code = MakeFolders(folder.parent_path(), kUserAlone); code != kSuccess) return code;
+  return mkdir(folder.c_str(), kEveryone) == 0 || errno == EEXIST ? kSuccess : CodeOf(errno, kPathNotFound);
 }
 
-bool IsWritable(const fs::path& folder) { return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0; }
+int MakeWithParents(const fs::path& folder, Rights rights) {
+  struct stat status {};
+  if (const int code = MakeMissing(folder, rights); code != kSuccess) return code;
+  if (stat(folder.c_str(), &status) != 0) return errno == ENOENT ? kPathNotFound : CodeOf(errno, kReadFault);
+  return S_ISDIR(status.st_mode) ? kSuccess : kPathNotFound;
+}
+
+// Whether the reason lasts for which a folder could not be made or looked at. One that goes by (a full disk, no
+// descriptor left, a device that doesn't answer) moves nothing to another place: there the program would do its work
+// for good, and record it. What needs the folder fails by itself then.
+bool Lasts(int code) {
+  constexpr int kLasting[] = {kFileNotFound, kPathNotFound, kAccessDenied, kNameTooLong, kInvalidParameter};
+  return std::find(std::begin(kLasting), std::end(kLasting), code) != std::end(kLasting);
+}
+
+bool IsClosed(const fs::path& folder) {
+  if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0) return false;
+  return errno == EACCES || errno == EPERM || errno == EROFS;
+}
 
 int FolderFor(const Home& home, const FolderRow& row, fs::path& folder) {
   folder = home.*row.folder;
-  const int code = MakeWithParents(folder);
-  if (row.own == nullptr || (code == kSuccess && IsWritable(folder))) return code;
-  folder = home.*row.own;
-  return MakeWithParents(folder);
+  int code = MakeWithParents(folder, row.rights);
+  if (row.own != nullptr && (code == kSuccess ? IsClosed(folder) : Lasts(code))) {
+    folder = home.*row.own;
+    code = MakeWithParents(folder, Rights::kUserAlone);
+  }
+  // The last resort is named in any case: without a name, what is meant for it would go to the root of all folders.
+  return row.own == nullptr && Lasts(code) ? code : kSuccess;
 }
 
 // With a zero behind it; false if both don't fit.
@@ -64,6 +96,7 @@ int PosixFolders::GetFolderPath(int csidl, std::span<char> buffer) {
     if (row.csidl != csidl) continue;
     fs::path folder;
     if (const int code = FolderFor(home_, row, folder); code != kSuccess) return code;
+    if (!HasCoreForm(folder.string())) return kPathNotFound;
     return CopyOut(CorePath(folder.string()), buffer) ? kSuccess : kMoreData;
   }
   return kInvalidParameter;
@@ -75,8 +108,14 @@ std::string PosixFolders::ProgramFolder() {
 }
 
 std::uint32_t PosixFolders::GetTempPath(std::span<char> buffer) {
-  if (MakeWithParents(home_.temp) != kSuccess) return 0;
-  const std::string folder = WithBackslash(CorePath(home_.temp.string()));
+  fs::path native = home_.temp;
+  if (native.empty()) {
+    native = private_temp_.Below(SystemTempFolder());
+  } else if (MakeWithParents(native, Rights::kUserAlone) != kSuccess || !IsWrittenByUserAlone(native)) {
+    native = private_temp_.Below(native);
+  }
+  if (native.empty() || !HasCoreForm(native.string())) return 0;
+  const std::string folder = WithBackslash(CorePath(native.string()));
   return CopyOut(folder, buffer) ? static_cast<std::uint32_t>(folder.size()) : 0;
 }
 

@@ -3,6 +3,7 @@
 
 #include "ports/folders.h"
 #include "posix/home.h"
+#include "posix/private_folder.h"
 
 namespace tsly {
 
@@ -17,6 +18,7 @@ class PosixFolders : public Folders {
 
  private:
   Home home_;
+  PrivateFolder private_temp_;
 };
 
 }  // namespace tsly

@@ -49,6 +49,12 @@ int CodeOfExec(int error) {
       return kFileNotFound;
     case ENOEXEC:
       return kBadExeFormat;
+    case EAGAIN:
+    case ENOMEM:
+      return kNotEnoughMemory;
+    case EMFILE:
+    case ENFILE:
+      return kTooManyOpenFiles;
     default:
       return kAccessDenied;
   }

@@ -11,8 +11,10 @@
 namespace tsly {
 namespace {
 
-// The result of reading the overlay: what can't be read for good counts as empty, a busy file doesn't.
-int Readable(int code) { return code == kRegistryCorrupt || code == kAccessDenied ? kSuccess : code; }
+// Whether a row of the overlay was written over the value as the machine has it.
+bool Counts(const StoredValue& above, const StoredValue& below) {
+  return above.base == below.data && above.stamp == below.stamp;
+}
 
 // Names by their folded form: the first one entered stays.
 using Names = std::map<std::string, std::string>;
@@ -52,7 +54,7 @@ int RegistryTree::HasKey(const std::string& path, bool& there) {
   if (path.empty()) return kSuccess;
   KeyState above = KeyState::kMissing;
   KeyState below = KeyState::kMissing;
-  int code = overlay_ != nullptr ? Readable(overlay_->FindKey(Overlaid(path), above)) : kSuccess;
+  int code = ReadOverlay([&] { return overlay_->FindKey(Overlaid(path), above); });
   if (code != kSuccess || above == KeyState::kThere) return code;
   code = store_.FindKey(Stored(path), below);
   there = below == KeyState::kThere;
@@ -67,7 +69,7 @@ int RegistryTree::KeyNames(const std::string& path, std::vector<std::string>& na
   int code = store_.KeyNames(Stored(path), names);
   if (code != kSuccess || overlay_ == nullptr) return code;
   std::vector<std::string> overlaid;
-  code = Readable(overlay_->KeyNames(Overlaid(path), overlaid));
+  code = ReadOverlay([&] { return overlay_->KeyNames(Overlaid(path), overlaid); });
   if (code != kSuccess || overlaid.empty()) return code;
   return MergeNames(names, overlaid,
                     [&](const std::string& name, bool& there) { return HasKey(JoinKeyPath(path, name), there); });
@@ -77,7 +79,7 @@ int RegistryTree::ValueNames(const std::string& path, std::vector<std::string>& 
   int code = store_.ValueNames(Stored(path), names);
   if (code != kSuccess || overlay_ == nullptr) return code;
   std::vector<std::string> overlaid;
-  code = Readable(overlay_->ValueNames(Overlaid(path), overlaid));
+  code = ReadOverlay([&] { return overlay_->ValueNames(Overlaid(path), overlaid); });
   if (code != kSuccess || overlaid.empty()) return code;
   return MergeNames(names, overlaid, [&](const std::string& name, bool& there) {
     std::optional<RegistryData> data;
@@ -87,20 +89,16 @@ int RegistryTree::ValueNames(const std::string& path, std::vector<std::string>& 
   });
 }
 
+// The overlay first: a row that another process writes in between, over a later value of the machine, then shows as
+// that value at worst, which was current when this began or later.
 int RegistryTree::FindValue(const std::string& path, const std::string& name, std::optional<RegistryData>& data) {
-  int code = MachineData(path, name, data);
-  if (code != kSuccess || overlay_ == nullptr) return code;
   std::optional<StoredValue> above;
-  code = Readable(overlay_->FindValue(Overlaid(path), name, above));
-  if (code != kSuccess || !above) return code;
-  if (above->base == data) {
-    data = std::move(above->data);
-  } else {
-    // Out of date for good: it must not come back when the administrator goes back to the former value. Where the
-    // overlay can't be written now, the next look tries again.
-    overlay_->Write([&] { return EraseIfOutdated(path, name); });
-  }
-  return kSuccess;
+  int code = ReadOverlay([&] { return overlay_->FindValue(Overlaid(path), name, above); });
+  if (code != kSuccess) return code;
+  StoredValue below;
+  code = Below(path, name, below);
+  data = std::move(above && Counts(*above, below) ? above->data : below.data);
+  return code;
 }
 
 int RegistryTree::MakeKey(const std::string& path, bool& created) {
@@ -112,8 +110,10 @@ int RegistryTree::MakeKey(const std::string& path, bool& created) {
   code = store_.Write([&] { return store_.PutKey(root_, path); });
   if (code != kSuccess && !GoesToOverlay(code)) return code;
   // A deletion that the overlay still holds would go on hiding what the machine's file has now.
-  if (code == kSuccess) code = HasKey(path, there);
-  if (there) return code;
+  if (code == kSuccess) {
+    code = HasKey(path, there);
+    if (code != kSuccess || there || overlay_ == nullptr) return code;
+  }
   return overlay_->Write([&] { return overlay_->PutKey(overlay_root_, path); });
 }
 
@@ -122,18 +122,16 @@ int RegistryTree::SetValue(const std::string& path, const std::string& name, Reg
   int code = HasKey(path, there);
   if (code != kSuccess) return code;
   if (!there) return kKeyDeleted;
-  StoredValue value{name, std::move(data), {}};
+  StoredValue value{name, std::move(data), {}, 0};
   code = store_.Write([&] {
     const int made = store_.PutKey(root_, path);
     return made == kSuccess ? store_.PutValue(Stored(path), value) : made;
   });
   if (code == kSuccess) return ForgetOverlaidValue(path, name);
   if (!GoesToOverlay(code)) return code;
-  code = MachineData(path, name, value.base);
-  if (code != kSuccess) return code;
   return overlay_->Write([&] {
     const int made = overlay_->PutKey(overlay_root_, path);
-    return made == kSuccess ? overlay_->PutValue(Overlaid(path), value) : made;
+    return made == kSuccess ? PutOverlaid(path, std::move(value)) : made;
   });
 }
 
@@ -142,14 +140,14 @@ int RegistryTree::DeleteValue(const std::string& path, const std::string& name) 
   int code = FindValue(path, name, visible);
   if (code != kSuccess) return code;
   if (!visible) return kFileNotFound;
-  StoredValue deletion{name, {}, {}};
-  code = MachineData(path, name, deletion.base);
+  StoredValue below;
+  code = Below(path, name, below);
   if (code != kSuccess) return code;
-  if (!deletion.base) return ForgetOverlaidValue(path, name);
+  if (!below.data) return ForgetOverlaidValue(path, name);
   code = store_.Write([&] { return store_.EraseValue(Stored(path), name); });
   if (code == kSuccess) return ForgetOverlaidValue(path, name);
   if (!GoesToOverlay(code)) return code;
-  return overlay_->Write([&] { return overlay_->PutValue(Overlaid(path), deletion); });
+  return overlay_->Write([&] { return PutOverlaid(path, {name, {}, {}, 0}); });
 }
 
 int RegistryTree::DeleteTree(const std::string& path) {
@@ -174,12 +172,33 @@ std::string RegistryTree::Overlaid(const std::string& path) const {
   return JoinKeyPath(overlay_root_, LowerCase(path));
 }
 
-// What the root's own file holds.
-int RegistryTree::MachineData(const std::string& path, const std::string& name, std::optional<RegistryData>& data) {
-  std::optional<StoredValue> below;
-  const int code = store_.FindValue(Stored(path), name, below);
-  data = below ? std::move(below->data) : std::nullopt;
+// What the root's own file holds; without data: no such value.
+int RegistryTree::Below(const std::string& path, const std::string& name, StoredValue& value) {
+  std::optional<StoredValue> found;
+  const int code = store_.FindValue(Stored(path), name, found);
+  value = found ? std::move(*found) : StoredValue{};
   return code;
+}
+
+// What can't be read for good counts as empty: a file that is broken or denied twice in a row, since a single fault of
+// the system may look like either.
+template <typename Reading>
+int RegistryTree::ReadOverlay(Reading&& reading) {
+  if (overlay_ == nullptr) return kSuccess;
+  const auto is_for_good = [](int code) { return code == kRegistryCorrupt || code == kAccessDenied; };
+  int code = reading();
+  if (is_for_good(code)) code = reading();
+  return is_for_good(code) ? kSuccess : code;
+}
+
+// Inside a transaction of the overlay, so that a row that replaces another was not written over an earlier value.
+int RegistryTree::PutOverlaid(const std::string& path, StoredValue value) {
+  StoredValue below;
+  const int code = Below(path, value.name, below);
+  if (code != kSuccess) return code;
+  value.base = std::move(below.data);
+  value.stamp = below.stamp;
+  return overlay_->PutValue(Overlaid(path), value);
 }
 
 // Whether all that the machine's file holds in a key and below it is deleted in the merged view.
@@ -207,43 +226,30 @@ int RegistryTree::PutDeletions(const std::string& path) {
   std::vector<std::string> names;
   int code = store_.ValueNames(Stored(path), names);
   for (std::size_t i = 0; code == kSuccess && i < names.size(); ++i) {
-    StoredValue deletion{names[i], {}, {}};
-    code = MachineData(path, names[i], deletion.base);
-    if (code == kSuccess) code = overlay_->PutValue(Overlaid(path), deletion);
+    code = PutOverlaid(path, {names[i], {}, {}, 0});
   }
   if (code == kSuccess) code = store_.KeyNames(Stored(path), names);
   for (std::size_t i = 0; code == kSuccess && i < names.size(); ++i) code = PutDeletions(JoinKeyPath(path, names[i]));
   return code == kSuccess ? overlay_->PutKey(overlay_root_, path, KeyState::kDeleted) : code;
 }
 
-// Inside a transaction of the overlay. Another process of the user may have written the value since it was judged, over
-// a later value of the machine: the row is read first, so that what it was written over can't be newer than the other.
-int RegistryTree::EraseIfOutdated(const std::string& path, const std::string& name) {
-  std::optional<StoredValue> above;
-  std::optional<RegistryData> data;
-  int code = overlay_->FindValue(Overlaid(path), name, above);
-  if (code == kSuccess) code = MachineData(path, name, data);
-  if (code != kSuccess || !above || above->base == data) return code;
-  return overlay_->EraseValue(Overlaid(path), name);
-}
-
 // After a write that the root's own file took: a row of the overlay would hide it, or come back with its next change.
 int RegistryTree::ForgetOverlaidValue(const std::string& path, const std::string& name) {
   if (overlay_ == nullptr) return kSuccess;
   std::optional<StoredValue> above;
-  int code = Readable(overlay_->FindValue(Overlaid(path), name, above));
+  int code = ReadOverlay([&] { return overlay_->FindValue(Overlaid(path), name, above); });
   if (code != kSuccess || !above) return code;
   code = overlay_->Write([&] { return overlay_->EraseValue(Overlaid(path), name); });
   if (code == kSuccess) return code;
-  std::optional<RegistryData> data;
-  const int read = MachineData(path, name, data);
-  return read == kSuccess && above->base != data ? kSuccess : code;  // the row doesn't count any more
+  StoredValue below;
+  const int read = Below(path, name, below);
+  return read == kSuccess && !Counts(*above, below) ? kSuccess : code;
 }
 
 int RegistryTree::ForgetOverlaidTree(const std::string& path) {
   if (overlay_ == nullptr) return kSuccess;
   bool any = false;
-  const int code = Readable(overlay_->HasTree(Overlaid(path), any));
+  const int code = ReadOverlay([&] { return overlay_->HasTree(Overlaid(path), any); });
   if (code != kSuccess || !any) return code;
   return overlay_->Write([&] { return overlay_->EraseTree(Overlaid(path)); });
 }

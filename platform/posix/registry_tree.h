@@ -1,10 +1,10 @@
 // One root of the settings registry as this user sees it: the root's own file, and for the machine's roots an overlay
 // in the user's file that takes the writes he has no right to.
 //
-// A row of the overlay, a value or a deletion, counts only while the machine's value is still the one that it was
-// written over, so that an administrator's later change wins; one that is seen not to count any more is removed. A
-// deletion of a key counts while nothing visible is left below it. An overlay that can't be read (broken, no right)
-// hides nothing of the machine's.
+// A row of the overlay, a value or a deletion, counts only while the machine's value has not been changed since it was
+// written, so that an administrator's later change wins, for good: both what was there and its stamp must be the same.
+// A deletion of a key counts while nothing visible is left below it. An overlay that can't be read for good (broken, no
+// right) hides nothing of the machine's; one that can't be read now gives a code. Reading changes nothing.
 //
 // Owned by SqliteRegistry, one thread. Paths are as the caller wrote them, "" for the root; results are codes of
 // ports/system_codes.h.
@@ -37,10 +37,12 @@ class RegistryTree {
  private:
   std::string Stored(const std::string& path) const;
   std::string Overlaid(const std::string& path) const;
-  int MachineData(const std::string& path, const std::string& name, std::optional<RegistryData>& data);
+  int Below(const std::string& path, const std::string& name, StoredValue& value);
+  template <typename Reading>
+  int ReadOverlay(Reading&& reading);
+  int PutOverlaid(const std::string& path, StoredValue value);
   int NothingLeft(const std::string& path, bool& nothing);
   int PutDeletions(const std::string& path);
-  int EraseIfOutdated(const std::string& path, const std::string& name);
   int ForgetOverlaidValue(const std::string& path, const std::string& name);
   int ForgetOverlaidTree(const std::string& path);
   bool GoesToOverlay(int code) const;

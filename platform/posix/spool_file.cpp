@@ -1,7 +1,6 @@
 #include "posix/spool_file.h"
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -48,11 +47,19 @@ int SpoolFile::Open() {
   if (descriptor_ >= 0) return kSuccess;
   // Not every file system makes files without a name.
   if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return WriteCode(errno);
-  std::string name = (folder / "spoolXXXXXX").string();
-  descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor_ < 0) return WriteCode(errno);
-  ::unlink(name.c_str());
-  return kSuccess;
+  return OpenWithoutName(folder / "tsl-spool");
+}
+
+// Makes the file and takes its name away at once. A killed process may leave that name; the next one takes it away. Who
+// loses his name to another process keeps his file.
+int SpoolFile::OpenWithoutName(const std::filesystem::path& name) {
+  constexpr int kTries = 100;
+  for (int i = 0; i < kTries && descriptor_ < 0; ++i) {
+    descriptor_ = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor_ < 0 && errno != EEXIST) return WriteCode(errno);
+    if (::unlink(name.c_str()) != 0 && errno != ENOENT) return WriteCode(errno);
+  }
+  return descriptor_ < 0 ? kWriteFault : kSuccess;
 }
 
 int SpoolFile::Append(std::span<const char> bytes) {

@@ -28,6 +28,7 @@ class SpoolFile {
 
  private:
   int Open();
+  int OpenWithoutName(const std::filesystem::path& name);
   int Refill();
 
   std::function<std::filesystem::path()> folder_;

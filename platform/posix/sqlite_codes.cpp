@@ -2,18 +2,27 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
+
 #include "ports/system_codes.h"
 #include "posix/posix_codes.h"
 
 namespace tsly {
 namespace {
 
-// SQLite may fail for a reason of its own, with no error number of the system.
-int CodeOfSystemError(int error, int otherwise) { return error != 0 ? CodeOf(error, otherwise) : otherwise; }
+// SQLite may fail for a reason of its own, with no error number of the system. A file that is gone in the middle of its
+// use is no sign that there is none.
+int CodeOfSystemError(int error, int unnumbered, int unknown) {
+  if (error == ENOENT || error == ENOTDIR) return kSharingViolation;
+  return error != 0 ? CodeOf(error, unknown) : unnumbered;
+}
 
 }  // namespace
 
 int CodeOfSqlite(int code, sqlite3* connection) {
+  if (code == SQLITE_IOERR_NOMEM) return kNotEnoughMemory;
+  const bool reading = code == SQLITE_IOERR_READ || code == SQLITE_IOERR_SHORT_READ;
+  const int fault = reading ? kReadFault : kWriteFault;
   switch (code & 0xFF) {
     case SQLITE_OK:
     case SQLITE_DONE:
@@ -24,7 +33,7 @@ int CodeOfSqlite(int code, sqlite3* connection) {
     case SQLITE_AUTH:
       return kAccessDenied;
     case SQLITE_CANTOPEN:
-      return CodeOfSystemError(sqlite3_system_errno(connection), kAccessDenied);
+      return CodeOfSystemError(sqlite3_system_errno(connection), kAccessDenied, kReadFault);
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
     case SQLITE_PROTOCOL:
@@ -36,8 +45,7 @@ int CodeOfSqlite(int code, sqlite3* connection) {
     case SQLITE_TOOBIG:
       return kInvalidParameter;
     case SQLITE_IOERR:
-      return CodeOfSystemError(sqlite3_system_errno(connection),
-                               code == SQLITE_IOERR_READ || code == SQLITE_IOERR_SHORT_READ ? kReadFault : kWriteFault);
+      return CodeOfSystemError(sqlite3_system_errno(connection), fault, fault);
     default:  // SQLITE_CORRUPT, SQLITE_NOTADB, and tables of another shape
       return kRegistryCorrupt;
   }

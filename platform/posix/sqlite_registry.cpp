@@ -126,6 +126,18 @@ int SqliteRegistry::DeleteTree(RegKey root, const std::string& path) {
   return open->tree->DeleteTree(JoinKeyPath(open->path, path));
 }
 
+int SqliteRegistry::Together(const std::function<int()>& changes) {
+  user_.Gather();
+  machine_.Gather();
+  int code = changes();
+  for (SqliteStore* store : {&machine_, &user_}) {
+    const int finished = store->Finish(code == kSuccess);
+    if (code == kSuccess) code = finished;
+  }
+  ++writes_;
+  return code;
+}
+
 SqliteRegistry::OpenKey* SqliteRegistry::Find(RegKey key) {
   const auto found = open_.find(key);
   return found != open_.end() ? &found->second : nullptr;

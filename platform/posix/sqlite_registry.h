@@ -32,6 +32,7 @@ class SqliteRegistry : public RegistryEditor {
   int EnumerateKeys(RegKey key, std::uint32_t index, std::string& name) override;
   int DeleteValue(RegKey key, const std::string& name) override;
   int DeleteTree(RegKey root, const std::string& path) override;
+  int Together(const std::function<int()>& changes) override;
 
  private:
   // The names as one walk sees them: read at index 0, and again after a write of ours.

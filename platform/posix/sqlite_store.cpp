@@ -9,7 +9,7 @@
 #include <chrono>
 #include <memory>
 #include <thread>
-#include <variant>
+#include <utility>
 
 #include "base/key_path.h"
 #include "base/text.h"
@@ -17,53 +17,18 @@
 #include "posix/durable_file.h"
 #include "posix/posix_codes.h"
 #include "posix/sqlite_codes.h"
+#include "posix/sqlite_schema.h"
 
 namespace tsly {
 namespace {
 
 constexpr auto kLongestWait = std::chrono::seconds(5);
 constexpr auto kPause = std::chrono::milliseconds(1);
-constexpr std::int64_t kTablesVersion = 1;
 
 constexpr mode_t kPrivateMode = 0600;
 constexpr mode_t kSharedMode = 0644;
 constexpr mode_t kPrivateFolderMode = 0700;
 constexpr mode_t kSharedFolderMode = 0755;
-
-// Names and paths have a folded column of their own, since SQLite folds ASCII letters only.
-constexpr char kMakeTables[] =
-    "CREATE TABLE keys(parent TEXT, folded TEXT, name TEXT NOT NULL, deleted INTEGER NOT NULL,"
-    " PRIMARY KEY(parent, folded)) WITHOUT ROWID;"
-    "CREATE TABLE vals(key TEXT, folded TEXT, name TEXT NOT NULL, type INTEGER, data BLOB, base_type INTEGER,"
-    " base_data BLOB, PRIMARY KEY(key, folded)) WITHOUT ROWID;"
-    "PRAGMA user_version = 1";
-
-// EXTRA also makes the deletion of the journal last, without which a power failure could undo a finished write.
-constexpr char kPrivateSettings[] = "PRAGMA synchronous = EXTRA; PRAGMA journal_mode = DELETE";
-// The changes of a shared file stay in memory, and only the lock on the old file is used.
-constexpr char kSharedSettings[] = "PRAGMA cache_spill = OFF; PRAGMA journal_mode = MEMORY";
-
-constexpr char kTablesQuery[] = "PRAGMA user_version";
-constexpr char kForeignTables[] = "SELECT count(*) FROM sqlite_master";
-constexpr char kFindKey[] = "SELECT deleted FROM keys WHERE parent = ?1 AND folded = ?2";
-constexpr char kFindValue[] = "SELECT name, type, data, base_type, base_data FROM vals WHERE key = ?1 AND folded = ?2";
-constexpr char kKeyNames[] = "SELECT name FROM keys WHERE parent = ?1 ORDER BY folded";
-constexpr char kValueNames[] = "SELECT name FROM vals WHERE key = ?1 ORDER BY folded";
-constexpr char kPutKey[] =
-    "INSERT INTO keys VALUES(?1, ?2, ?3, ?4)"
-    " ON CONFLICT DO UPDATE SET deleted = excluded.deleted WHERE deleted <> excluded.deleted";
-constexpr char kPutValue[] =
-    "INSERT INTO vals VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7) ON CONFLICT DO UPDATE SET"
-    " type = excluded.type, data = excluded.data, base_type = excluded.base_type, base_data = excluded.base_data";
-constexpr char kEraseValue[] = "DELETE FROM vals WHERE key = ?1 AND folded = ?2";
-// Everything below a key lies between its path with "\" behind it and with "]", the next character.
-constexpr char kEraseKey[] = "DELETE FROM keys WHERE parent = ?1 AND folded = ?2";
-constexpr char kEraseKeysBelow[] = "DELETE FROM keys WHERE parent = ?1 OR (parent > ?1 || '\\' AND parent < ?1 || ']')";
-constexpr char kEraseValuesBelow[] = "DELETE FROM vals WHERE key = ?1 OR (key > ?1 || '\\' AND key < ?1 || ']')";
-constexpr char kHasTree[] =
-    "SELECT EXISTS(SELECT 1 FROM vals WHERE key = ?1 OR (key > ?1 || '\\' AND key < ?1 || ']'))"
-    " OR EXISTS(SELECT 1 FROM keys WHERE parent = ?1 OR (parent > ?1 || '\\' AND parent < ?1 || ']'))"
-    " OR EXISTS(SELECT 1 FROM keys WHERE parent = ?2 AND folded = ?3)";
 
 // SQLite's own time-out pauses longer and longer, up to 100 ms, and a process that writes without a break then keeps
 // others out for seconds: the lock is free for less than a millisecond between two of its writes.
@@ -96,38 +61,21 @@ std::string ImmutableUri(const std::filesystem::path& file) {
   return uri + "?immutable=1";
 }
 
-std::string Column(sqlite3_stmt* row, int column) {
-  const void* bytes = sqlite3_column_blob(row, column);
-  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, column));
-  return bytes != nullptr ? std::string(static_cast<const char*>(bytes), size) : std::string();
+bool ReadData(sqlite3_stmt* row, int column, std::optional<RegistryData>& data) {
+  if (sqlite3_column_type(row, column) == SQLITE_NULL) return true;
+  data = RegistryData{static_cast<std::uint32_t>(sqlite3_column_int64(row, column)), {}};
+  return sqlite3_column_type(row, column) == SQLITE_INTEGER && ReadBlob(row, column + 1, data->bytes);
 }
 
-std::optional<RegistryData> DataColumns(sqlite3_stmt* row, int column) {
-  if (sqlite3_column_type(row, column) == SQLITE_NULL) return std::nullopt;
-  return RegistryData{static_cast<std::uint32_t>(sqlite3_column_int64(row, column)), Column(row, column + 1)};
+SqliteParameter TypeOf(const std::optional<RegistryData>& data) {
+  return SqliteParameter(data ? SqliteParameter::Value(std::int64_t{data->type}) : SqliteParameter::Value());
+}
+
+SqliteParameter BytesOf(const std::optional<RegistryData>& data) {
+  return SqliteParameter(data ? SqliteParameter::Value(SqliteParameter::Blob{data->bytes}) : SqliteParameter::Value());
 }
 
 }  // namespace
-
-struct SqliteStore::Parameter {
-  struct Blob {
-    std::string_view bytes;
-  };
-  using Value = std::variant<std::monostate, std::int64_t, std::string_view, Blob>;
-
-  Parameter(const std::string& text) : value(std::string_view(text)) {}  // NOLINT: a list of these reads as arguments
-  Parameter(std::int64_t number) : value(number) {}                      // NOLINT
-  explicit Parameter(Value any) : value(any) {}
-
-  static Parameter Type(const std::optional<RegistryData>& data) {
-    return Parameter(data ? Value(std::int64_t{data->type}) : Value());
-  }
-  static Parameter Bytes(const std::optional<RegistryData>& data) {
-    return Parameter(data ? Value(Blob{data->bytes}) : Value());
-  }
-
-  Value value;
-};
 
 SqliteStore::SqliteStore(std::filesystem::path file, Kind kind) : file_(std::move(file)), kind_(kind) {}
 
@@ -140,13 +88,18 @@ int SqliteStore::FindKey(const std::string& key, KeyState& state) {
   state = KeyState::kMissing;
   return Read(kFindKey, {place.parent, place.folded}, [&](sqlite3_stmt* row) {
     state = sqlite3_column_int(row, 0) != 0 ? KeyState::kDeleted : KeyState::kThere;
+    return sqlite3_column_type(row, 0) == SQLITE_INTEGER;
   });
 }
 
 int SqliteStore::FindValue(const std::string& key, const std::string& name, std::optional<StoredValue>& value) {
   value.reset();
   return Read(kFindValue, {key, LowerCase(name)}, [&](sqlite3_stmt* row) {
-    value = StoredValue{Column(row, 0), DataColumns(row, 1), DataColumns(row, 3)};
+    const bool stored = sqlite3_column_type(row, 0) != SQLITE_NULL;
+    const bool changed = sqlite3_column_type(row, 5) != SQLITE_NULL;
+    if (!stored && !changed) return true;
+    value = StoredValue{name, {}, {}, sqlite3_column_int64(row, 5)};
+    return !stored || (ReadText(row, 0, value->name) && ReadData(row, 1, value->data) && ReadData(row, 3, value->base));
   });
 }
 
@@ -160,25 +113,58 @@ int SqliteStore::ValueNames(const std::string& key, std::vector<std::string>& na
 
 int SqliteStore::Names(const char* sql, const std::string& key, std::vector<std::string>& names) {
   names.clear();
-  return Read(sql, {key}, [&](sqlite3_stmt* row) { names.push_back(Column(row, 0)); });
+  return Read(sql, {key}, [&](sqlite3_stmt* row) { return ReadText(row, 0, names.emplace_back()); });
 }
 
 int SqliteStore::HasTree(const std::string& key, bool& any) {
   const KeyPlace place = PlaceOf(key);
   any = false;
-  return Read(kHasTree, {key, place.parent, place.folded},
-              [&](sqlite3_stmt* row) { any = sqlite3_column_int(row, 0) != 0; });
+  return Read(kHasTree, {key, place.parent, place.folded}, [&](sqlite3_stmt* row) {
+    any = sqlite3_column_int(row, 0) != 0;
+    return true;
+  });
 }
 
 // --- Changing
 
 int SqliteStore::Write(const std::function<int()>& changes) {
-  int code = Begin();
-  if (code == kSuccess) code = changes();
-  if (code == kSuccess) code = kind_ == Kind::kPrivate ? Run("COMMIT") : Publish();
+  if (gathered_ != kSuccess) return gathered_;
+  int code = changing_ ? kSuccess : Begin();
+  if (code == kSuccess) {
+    changing_ = true;
+    code = changes();
+    if (gathering_ && code == kSuccess) return code;
+    if (gathering_) gathered_ = code;
+  }
+  return End(code);
+}
+
+void SqliteStore::Gather() { gathering_ = true; }
+
+int SqliteStore::Finish(bool keep) {
+  gathering_ = false;
+  int code = std::exchange(gathered_, kSuccess);
+  if (!changing_) return code;
+  if (keep) return End(code);
+  Disconnect();
+  return code;
+}
+
+// Ends the open change, for good if nothing has failed so far.
+int SqliteStore::End(int code) {
+  const bool ends_well = code == kSuccess;
+  if (ends_well) code = kind_ == Kind::kPrivate ? Run("COMMIT") : Publish();
+  changing_ = false;
+  const bool is_kept = ends_well && code != kSuccess && IsLockLeft();
   // Closing rolls back. A shared file that was replaced is to be opened anew in any case.
   if (code != kSuccess || kind_ == Kind::kShared) Disconnect();
-  return code;
+  return is_kept ? kSuccess : code;
+}
+
+// Whether a COMMIT failed in nothing but letting go of its lock: the change is on the disk, and closing drops the lock.
+bool SqliteStore::IsLockLeft() const {
+  const int reason = connection_ != nullptr ? sqlite3_extended_errcode(connection_) : SQLITE_OK;
+  return kind_ == Kind::kPrivate && (reason == SQLITE_IOERR_RDLOCK || reason == SQLITE_IOERR_UNLOCK);
 }
 
 int SqliteStore::PutKey(const std::string& root, const std::string& path, KeyState state) {
@@ -196,23 +182,35 @@ int SqliteStore::PutKey(const std::string& root, const std::string& path, KeySta
 }
 
 int SqliteStore::PutValue(const std::string& key, const StoredValue& value) {
-  return Run(kPutValue, {key, LowerCase(value.name), value.name, Parameter::Type(value.data),
-                         Parameter::Bytes(value.data), Parameter::Type(value.base), Parameter::Bytes(value.base)});
+  const std::string folded = LowerCase(value.name);
+  int code = kSuccess;
+  if (kind_ == Kind::kShared) {
+    code = Run(kStampNewData, {key, folded, TypeOf(value.data), BytesOf(value.data)});
+  } else {
+    code = value.stamp != 0 ? Run(kPutStamp, {key, folded, value.stamp}) : Run(kEraseStamp, {key, folded});
+  }
+  if (code != kSuccess) return code;
+  return Run(kPutValue, {key, folded, value.name, TypeOf(value.data), BytesOf(value.data), TypeOf(value.base),
+                         BytesOf(value.base)});
 }
 
 int SqliteStore::EraseValue(const std::string& key, const std::string& name) {
-  return Run(kEraseValue, {key, LowerCase(name)});
+  const std::string folded = LowerCase(name);
+  const int code = Run(kind_ == Kind::kShared ? kStampErased : kEraseStamp, {key, folded});
+  return code == kSuccess ? Run(kEraseValue, {key, folded}) : code;
 }
 
 int SqliteStore::EraseTree(const std::string& key) {
   const KeyPlace place = PlaceOf(key);
   int code = Run(kEraseKey, {place.parent, place.folded});
   if (code == kSuccess) code = Run(kEraseKeysBelow, {key});
+  if (code == kSuccess) code = Run(kind_ == Kind::kShared ? kStampErasedBelow : kEraseStampsBelow, {key});
   if (code == kSuccess) code = Run(kEraseValuesBelow, {key});
   return code;
 }
 
 int SqliteStore::CheckWritable() {
+  if (changing_) return kSuccess;
   const int code = ConnectForWriting();
   if (code != kSuccess || connection_ == nullptr) return code;
   if (sqlite3_db_readonly(connection_, "main") != 0) return kAccessDenied;
@@ -248,34 +246,34 @@ int SqliteStore::Connect(Use use) {
   const int flags = for_reading_ ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE;
   const int opened = sqlite3_open_v2(name.c_str(), &connection_, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   if (opened != SQLITE_OK) {
-    const int failure = Result(opened);
+    const int failure = CodeOfSqlite(opened, connection_);
     Disconnect();
     return failure;
   }
   sqlite3_extended_result_codes(connection_, 1);
-  return Result(sqlite3_busy_handler(connection_, WaitForLock, nullptr));
+  return CodeOfSqlite(sqlite3_busy_handler(connection_, WaitForLock, nullptr), connection_);
 }
 
 void SqliteStore::Disconnect() {
-  for (const auto& [sql, statement] : statements_) sqlite3_finalize(statement);
-  statements_.clear();
+  statements_.Clear();
   sqlite3_close(connection_);
   connection_ = nullptr;
-  has_tables_ = write_ready_ = false;
+  tables_ = 0;
+  write_ready_ = changing_ = false;
 }
 
+// Another process may bring tables of the former version up at any time.
 int SqliteStore::ReadTables() {
-  if (has_tables_) return kSuccess;
-  std::int64_t version = 0;
-  const int code = Run(kTablesQuery, {}, [&](sqlite3_stmt* row) { version = sqlite3_column_int64(row, 0); });
+  if (tables_ == kTablesVersion) return kSuccess;
+  std::int64_t version = 0, all = 0, ours = 0;
+  int code = Count(kTablesQuery, version);
+  if (code == kSuccess) code = Count(kAllTables, all);
+  if (code == kSuccess) code = Count(kOurTables, ours);
   if (code != kSuccess) return code;
-  has_tables_ = version == kTablesVersion;
-  if (has_tables_) return kSuccess;
-  // Without a version the file is new; one that holds something is a database of somebody else.
-  std::int64_t tables = 0;
-  const int counted = Run(kForeignTables, {}, [&](sqlite3_stmt* row) { tables = sqlite3_column_int64(row, 0); });
-  if (counted != kSuccess) return counted;
-  return version == 0 && tables == 0 ? kSuccess : kRegistryCorrupt;
+  tables_ = version;
+  const bool is_new = version == 0 && all == 0;
+  const bool is_ours = (version == kTablesVersion && ours == 3) || (version == kFormerTablesVersion && ours == 2);
+  return is_new || is_ours ? kSuccess : kRegistryCorrupt;
 }
 
 // As Connect; a connection from before the right to write came is made anew.
@@ -297,8 +295,8 @@ int SqliteStore::PrepareToWrite() {
   if (connection_ == nullptr) return kSharingViolation;  // removed again by somebody
   if (sqlite3_db_readonly(connection_, "main") != 0) return kAccessDenied;
   if (write_ready_) return kSuccess;
-  code = Result(sqlite3_exec(connection_, kind_ == Kind::kPrivate ? kPrivateSettings : kSharedSettings, nullptr,
-                             nullptr, nullptr));
+  code = ReadTables();  // the settings change a foreign file that has another kind of journal
+  if (code == kSuccess) code = Execute(kind_ == Kind::kPrivate ? kPrivateSettings : kSharedSettings);
   write_ready_ = code == kSuccess;
   return code;
 }
@@ -315,85 +313,65 @@ int SqliteStore::Begin() {
     if (std::chrono::steady_clock::now() > deadline) return kSharingViolation;
     Disconnect();
   }
-  has_tables_ = false;
+  tables_ = 0;
   const int code = ReadTables();
-  if (code != kSuccess || has_tables_) return code;
-  const int made = Result(sqlite3_exec(connection_, kMakeTables, nullptr, nullptr, nullptr));
-  has_tables_ = made == kSuccess;
-  return made;
+  return code == kSuccess && tables_ != kTablesVersion ? MakeTables() : code;
+}
+
+int SqliteStore::MakeTables() {
+  int code = tables_ == 0 ? Execute(kMakeFormerTables) : kSuccess;
+  if (code == kSuccess) code = Execute(kAddStamps);
+  if (code == kSuccess) tables_ = kTablesVersion;
+  return code;
 }
 
 // Writes the database as the open transaction sees it into a new file, under the lock of the old one.
 int SqliteStore::Publish() {
+  const int whole = Run(kReadEveryPage, {}, [](sqlite3_stmt* row) {
+    std::string finding;
+    return ReadText(row, 0, finding) && finding == "ok";
+  });
+  if (whole != kSuccess) return whole;
   sqlite3_int64 size = 0;
   const std::unique_ptr<unsigned char, void (*)(void*)> image(sqlite3_serialize(connection_, "main", &size, 0),
                                                               sqlite3_free);
-  if (!image) return kWriteFault;
+  if (!image) return kNotEnoughMemory;
+  if (Moved()) return kSharingViolation;  // by somebody who heeds no lock
   return ReplaceFile(file_, {reinterpret_cast<const char*>(image.get()), static_cast<std::size_t>(size)}, kSharedMode);
 }
 
 // --- Statements
 
-int SqliteStore::Prepare(const char* sql, sqlite3_stmt*& statement) {
-  sqlite3_stmt*& kept = statements_[sql];
-  if (kept == nullptr) {
-    const int code = sqlite3_prepare_v3(connection_, sql, -1, SQLITE_PREPARE_PERSISTENT, &kept, nullptr);
-    if (code != SQLITE_OK) return code;
-  }
-  statement = kept;
-  return SQLITE_OK;
+int SqliteStore::Run(const char* sql, Parameters parameters, const SqliteStatements::TakeRow& take) {
+  return statements_.Run(
+      connection_, sql, parameters, take ? take : [](sqlite3_stmt*) { return true; });
 }
 
-int SqliteStore::Bind(sqlite3_stmt* statement, std::initializer_list<Parameter> parameters) {
-  int index = 0;
-  for (const Parameter& parameter : parameters) {
-    ++index;
-    int code = SQLITE_OK;
-    if (const auto* number = std::get_if<std::int64_t>(&parameter.value)) {
-      code = sqlite3_bind_int64(statement, index, *number);
-    } else if (const auto* text = std::get_if<std::string_view>(&parameter.value)) {
-      code = sqlite3_bind_text64(statement, index, text->data(), text->size(), SQLITE_STATIC, SQLITE_UTF8);
-    } else if (const auto* blob = std::get_if<Parameter::Blob>(&parameter.value)) {
-      code = sqlite3_bind_blob64(statement, index, blob->bytes.data(), blob->bytes.size(), SQLITE_STATIC);
-    }
-    if (code != SQLITE_OK) return code;
-  }
-  return SQLITE_OK;
+int SqliteStore::Count(const char* sql, std::int64_t& number) {
+  return Run(sql, {}, [&](sqlite3_stmt* row) {
+    number = sqlite3_column_int64(row, 0);
+    return true;
+  });
 }
 
-template <typename Row>
-int SqliteStore::Run(const char* sql, std::initializer_list<Parameter> parameters, Row&& row) {
-  sqlite3_stmt* statement = nullptr;
-  int code = Prepare(sql, statement);
-  if (code == SQLITE_OK) code = Bind(statement, parameters);
-  if (code == SQLITE_OK) {
-    while ((code = sqlite3_step(statement)) == SQLITE_ROW) row(statement);
-  }
-  const int result = Result(code);
-  sqlite3_reset(statement);  // tells the step's failure once more
-  sqlite3_clear_bindings(statement);
-  return result;
+int SqliteStore::Execute(const char* sql) {
+  return CodeOfSqlite(sqlite3_exec(connection_, sql, nullptr, nullptr, nullptr), connection_);
 }
 
-int SqliteStore::Run(const char* sql, std::initializer_list<Parameter> parameters) {
-  return Run(sql, parameters, [](sqlite3_stmt*) {});
-}
-
-template <typename Row>
-int SqliteStore::Read(const char* sql, std::initializer_list<Parameter> parameters, Row&& row) {
-  // Inside a change, what it has changed so far is to be seen.
-  int code = Connect(connection_ != nullptr && !for_reading_ ? Use::kWriting : Use::kReading);
+int SqliteStore::Read(const char* sql, Parameters parameters, const SqliteStatements::TakeRow& take) {
+  // Inside a change, what it has changed so far is to be seen, and its lock is to be kept.
+  const bool writing = connection_ != nullptr && !for_reading_;
+  int code = changing_ ? kSuccess : Connect(writing ? Use::kWriting : Use::kReading);
   if (code != kSuccess || connection_ == nullptr) return code;
-  // The first reading of a connection asks for three things; in one transaction they need the file's lock once.
-  const bool first = !has_tables_;
+  // The first reading of a connection asks for several things; in one transaction they need the file's lock once.
+  const bool first = tables_ != kTablesVersion;
   if (first) code = Run("BEGIN");
   if (code == kSuccess) code = ReadTables();
-  if (code == kSuccess && has_tables_) code = Run(sql, parameters, row);
+  if (code == kSuccess && tables_ == kFormerTablesVersion && sql == kFindValue) sql = kFindFormerValue;
+  if (code == kSuccess && tables_ != 0) code = Run(sql, parameters, take);
   if (code == kSuccess && first) code = Run("COMMIT");
-  if (code != kSuccess) Disconnect();
+  if (code != kSuccess && !changing_) Disconnect();
   return code;
 }
-
-int SqliteStore::Result(int code) const { return CodeOfSqlite(code, connection_); }
 
 }  // namespace tsly

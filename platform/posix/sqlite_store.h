@@ -2,7 +2,9 @@
 //
 // Owned by SqliteRegistry, one thread. A file that is missing or empty reads as empty and is made, with its folders, at
 // the first write; one that is no database of ours gives 1009 and is never written. The connection is made at the first
-// use, kept, and made anew when another file has taken the path. Results are codes of ports/system_codes.h.
+// use, kept, and made anew when another file has taken the path. A file of the former version, which has no stamps, is
+// read as it is and brought up at the first write. Results are codes of ports/system_codes.h: a read that gives 0 found
+// what is there, or made sure that nothing is; it never gives 2.
 //
 // Keys are named by their folded path with the root in front ("hkcu\software\acme").
 #pragma once
@@ -13,12 +15,9 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
-struct sqlite3;
-struct sqlite3_stmt;
+#include "posix/sqlite_statements.h"
 
 namespace tsly {
 
@@ -32,6 +31,9 @@ struct StoredValue {
   std::string name;
   std::optional<RegistryData> data;  // nothing: the row stands for a deletion
   std::optional<RegistryData> base;  // of an overlay's row: what was there when it was written
+  // A random number that the shared kind gives a value with each change, its deletion included; the private kind keeps
+  // the one of `base`. 0: unchanged since there are stamps.
+  std::int64_t stamp = 0;
 };
 
 enum class KeyState { kMissing, kThere, kDeleted };  // kDeleted: an overlay's row that stands for a deletion
@@ -54,6 +56,7 @@ class SqliteStore {
   SqliteStore& operator=(const SqliteStore&) = delete;
 
   int FindKey(const std::string& key, KeyState& state);
+  // A value that is gone comes without data, for its stamp.
   int FindValue(const std::string& key, const std::string& name, std::optional<StoredValue>& value);
   // Names in the order of their folded form, rows of deletions included.
   int KeyNames(const std::string& key, std::vector<std::string>& names);
@@ -65,8 +68,14 @@ class SqliteStore {
   int CheckWritable();
 
   // Runs `changes`, which uses the routines below, and makes all of it last, or nothing if it gives a code. 5: no right
-  // to write here. 32: another writer has held the file for more than five seconds.
+  // to write here. 32: another writer has held the file for more than five seconds. Only where the very last step fails
+  // (the deletion of the journal, the folder's way to the disk) may what gave a code be there after all.
   int Write(const std::function<int()>& changes);
+
+  // From Gather to Finish all writes are one, which lasts with Finish(true) or not at all: a write that fails after it
+  // has got the file undoes those before it, and Finish gives its code.
+  void Gather();
+  int Finish(bool keep);
 
   // A key with all its parents; the last part as `state` says.
   int PutKey(const std::string& root, const std::string& path, KeyState state = KeyState::kThere);
@@ -76,7 +85,6 @@ class SqliteStore {
   int EraseTree(const std::string& key);
 
  private:
-  struct Parameter;
   enum class Use { kReading, kWriting };
 
   bool Moved() const;
@@ -86,25 +94,28 @@ class SqliteStore {
   int ReadTables();
   int PrepareToWrite();
   int Begin();
+  int End(int code);
+  bool IsLockLeft() const;
+  int MakeTables();
   int Publish();
-  int Prepare(const char* sql, sqlite3_stmt*& statement);
-  int Bind(sqlite3_stmt* statement, std::initializer_list<Parameter> parameters);
-  template <typename Row>
-  int Run(const char* sql, std::initializer_list<Parameter> parameters, Row&& row);
-  int Run(const char* sql, std::initializer_list<Parameter> parameters = {});
-  template <typename Row>
-  int Read(const char* sql, std::initializer_list<Parameter> parameters, Row&& row);
+  using Parameters = std::initializer_list<SqliteParameter>;
+  int Run(const char* sql, Parameters parameters = {}, const SqliteStatements::TakeRow& take = {});
+  int Count(const char* sql, std::int64_t& number);
+  int Execute(const char* sql);
+  int Read(const char* sql, Parameters parameters, const SqliteStatements::TakeRow& take);
   int Names(const char* sql, const std::string& key, std::vector<std::string>& names);
-  int Result(int code) const;
 
   std::filesystem::path file_;
   Kind kind_;
   sqlite3* connection_ = nullptr;
   bool for_reading_ = false;  // the connection is for reading only
   FileStamp opened_;          // of the file when it was opened
-  bool has_tables_ = false;   // seen once, they stay
+  std::int64_t tables_ = 0;   // the version of the file's tables, 0 for a new file
   bool write_ready_ = false;  // the connection's settings for writing are made
-  std::unordered_map<const char*, sqlite3_stmt*> statements_;
+  bool changing_ = false;     // the write lock is held
+  bool gathering_ = false;
+  int gathered_ = 0;  // the first failure since Gather
+  SqliteStatements statements_;
 };
 
 }  // namespace tsly

@@ -2,6 +2,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -9,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <numeric>
 
@@ -18,6 +21,10 @@ namespace tsly {
 namespace {
 
 constexpr int kStep = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr char kStaging[] = ".tsly-unpack-";
+constexpr char kLeftBehind[] = ".tsly-former-";
+// For the user to write and for all to read, whatever his mask takes: packs for all users are installed by one of them.
+constexpr mode_t kProgram = 0755, kFile = 0644;
 
 struct PathSplit {
   std::string_view folder;  // "" or "a/b/"
@@ -29,15 +36,76 @@ PathSplit SplitPath(std::string_view path) {
   return {path.substr(0, start), std::string(path.substr(start))};
 }
 
+// "." and ".." are left out.
 template <typename Visitor>
-void ForEachName(int folder, Visitor visit) {
-  const int listed = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(listed < 0 ? nullptr : fdopendir(listed), closedir);
-  if (!entries) return;
-  while (const dirent* entry = readdir(entries.get())) visit(entry->d_name);
+int ForEachName(int folder, Visitor visit) {
+  Descriptor listed(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listed) return errno;
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(listed.Get()), closedir);
+  if (!entries) return errno;
+  listed.Release();
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(entries.get());
+    if (entry == nullptr) return errno;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") visit(entry->d_name);
+  }
 }
 
 int ErrorOf(int returned) { return returned < 0 ? errno : 0; }
+
+// Gives back what the user's mask took. A file system that keeps no rights has the same ones for all of its files.
+int GiveRights(int file, mode_t rights) {
+  struct stat status {};
+  if (fstat(file, &status) < 0) return errno;
+  if ((status.st_mode & rights) == rights || fchmod(file, (status.st_mode & 07777) | rights) == 0) return 0;
+  return errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS ? 0 : errno;
+}
+
+bool IsSame(const struct stat& one, const struct stat& other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+// Whether `folder` is still the one of that name in `parent`.
+bool IsNamed(int folder, int parent, const std::string& name) {
+  struct stat ours {
+  }, there{};
+  return fstat(folder, &ours) == 0 && fstatat(parent, name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
+         IsSame(ours, there);
+}
+
+// The names of staged files and of former ones are numbers. Any other, and the file may be the only copy: of such a
+// folder nothing is removed.
+bool MayGo(int staging) {
+  bool only_numbers = true;
+  const int error = ForEachName(staging, [&only_numbers](std::string_view name) {
+    only_numbers = only_numbers && name.find_first_not_of("0123456789") == name.npos;
+  });
+  return error == 0 && only_numbers;
+}
+
+// Tries again after a failure: nothing may be unpacked into this folder for a long time, and nobody else removes it.
+void Remove(int staging, int parent, const std::string& name) {
+  for (int tries = 2; tries > 0; --tries) {
+    ForEachName(staging, [staging](const char* file) { unlinkat(staging, file, 0); });
+    if (unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0) return;
+  }
+}
+
+// What killed processes of this user left.
+void RemoveAbandoned(int parent) {
+  ForEachName(parent, [parent](const char* name) {
+    if (!std::string_view(name).starts_with(kStaging)) return;
+    const Descriptor staging(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!staging || fstat(staging.Get(), &status) < 0 || status.st_uid != geteuid() || (status.st_mode & 077) != 0) {
+      return;
+    }
+    if (flock(staging.Get(), LOCK_EX | LOCK_NB) < 0 || !IsNamed(staging.Get(), parent, name)) return;
+    if (MayGo(staging.Get())) Remove(staging.Get(), parent, name);
+  });
+}
 
 }  // namespace
 
@@ -62,68 +130,80 @@ int FolderChain::EnterChild(const std::string& name) {
   Descriptor child(openat(Present(), name.c_str(), kStep));
   bool is_new = false;
   if (!child && errno == ENOENT) {
-    std::string spelled = InOtherCapitals(name);
+    std::string spelled;
+    if (const int error = InOtherCapitals(name, spelled)) return error;
     if (spelled.empty()) {
-      if (mkdirat(Present(), name.c_str(), 0777) < 0) return errno;
-      is_new = true;
+      is_new = mkdirat(Present(), name.c_str(), kProgram) == 0;
+      if (!is_new && errno != EEXIST) return errno;  // another process may have made it since
+      if (is_new) NoteMade(name);
       spelled = name;
-      std::string path;
-      for (std::size_t i = 1; i < levels_.size(); ++i) path += levels_[i].name + '/';
-      made_.push_back(path + name);
     }
     child = Descriptor(openat(Present(), spelled.c_str(), kStep));
   }
   if (!child) return errno;
+  if (is_new) {
+    const Descriptor made(openat(child.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!made) return errno;
+    if (const int error = GiveRights(made.Get(), kProgram)) return error;
+  }
   levels_.push_back({name, std::move(child), is_new, {}, false});
   return 0;
 }
 
-std::string FolderChain::InOtherCapitals(const std::string& name) {
+void FolderChain::NoteMade(const std::string& name) {
+  std::string path;
+  for (std::size_t i = 1; i < levels_.size(); ++i) path += levels_[i].name + '/';
+  made_.push_back(path + name);
+}
+
+int FolderChain::InOtherCapitals(const std::string& name, std::string& spelled) {
+  spelled.clear();
   Level& level = levels_.back();
-  if (level.is_new) return {};
+  if (level.is_new) return 0;
   if (!level.is_listed) {
-    level.is_listed = true;
-    ForEachName(Present(), [&level](const char* found) {
+    const int error = ForEachName(Present(), [&level](const char* found) {
       // Of several names that differ in their capitals the first in byte order counts, as everywhere.
-      std::string& spelled = level.spelled[LowerCase(found)];
-      if (spelled.empty() || found < spelled) spelled = found;
+      std::string& first = level.spelled[LowerCase(found)];
+      if (first.empty() || found < first) first = found;
     });
+    if (error != 0) return error;
+    level.is_listed = true;
   }
   const auto found = level.spelled.find(LowerCase(name));
-  return found == level.spelled.end() ? std::string() : found->second;
+  if (found != level.spelled.end()) spelled = found->second;
+  return 0;
 }
 
-std::string FolderChain::Find(const std::string& name) {
+int FolderChain::Find(const std::string& name, std::string& spelled) {
   struct stat status {};
-  const bool is_there = fstatat(Present(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-  return is_there ? name : InOtherCapitals(name);
+  if (fstatat(Present(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) {
+    return errno == ENOENT ? InOtherCapitals(name, spelled) : errno;
+  }
+  spelled = name;
+  return 0;
 }
 
-int FolderChain::RemoveMade() {
-  int first_error = 0;
+void FolderChain::RemoveMade() {
   while (!made_.empty()) {
     const std::string path = std::move(made_.back());
     made_.pop_back();  // before Enter, which adds what it makes anew
     const auto [folder, name] = SplitPath(path);
-    int error = Enter(folder);
-    if (error == 0) error = ErrorOf(unlinkat(Present(), name.c_str(), AT_REMOVEDIR));
-    if (first_error == 0) first_error = error;
+    if (Enter(folder) == 0) unlinkat(Present(), name.c_str(), AT_REMOVEDIR);
   }
-  return first_error;
 }
 
 UnpackTarget::~UnpackTarget() {
-  if (!staging_ || !left_behind_.empty()) return;
-  ForEachName(staging_.Get(), [this](const char* name) { unlinkat(staging_.Get(), name, 0); });
-  unlinkat(root_.Get(), staging_name_.c_str(), AT_REMOVEDIR);
+  if (staging_ && left_behind_.empty()) Remove(staging_.Get(), Target(), staging_name_);
+  if (chain_ && !is_done_) chain_->RemoveMade();
 }
 
 int UnpackTarget::Open(std::string folder) {
   if (folder.empty()) return ENOENT;
   while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  if (folder == "/") return EPERM;
   for (;;) {
-    root_ = Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (root_) break;
+    target_ = Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (target_) break;
     if (errno != ENOENT || folder == "." || folder == "/") return errno;
     const auto [parent, name] = SplitPath(folder);
     if (!name.empty()) missing_.insert(0, name + '/');
@@ -133,57 +213,130 @@ int UnpackTarget::Open(std::string folder) {
   return 0;
 }
 
-int UnpackTarget::MakeStaging() {
-  std::string staging = root_path_ + "/.tsly-unpack-XXXXXX";
-  if (mkdtemp(staging.data()) == nullptr) return errno;
-  staging_name_ = SplitPath(staging).name;
-  staging_ = Descriptor(openat(root_.Get(), staging_name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  return staging_ ? 0 : errno;
-}
-
 std::int64_t UnpackTarget::FreeBytes() const {
   struct statvfs space {};
-  if (fstatvfs(root_.Get(), &space) < 0) return 0;
+  if (fstatvfs(Target(), &space) < 0) return 0;
   return static_cast<std::int64_t>(space.f_bavail * space.f_frsize);
 }
 
-Descriptor UnpackTarget::Create(std::size_t index, bool is_executable) {
-  return Descriptor(openat(staging_.Get(), std::to_string(index).c_str(),
-                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, is_executable ? 0777 : 0666));
+int UnpackTarget::MakeStaging() {
+  Descriptor root(fcntl(Target(), F_DUPFD_CLOEXEC, 0));
+  if (!root) return errno;
+  chain_.emplace(std::move(root));
+  if (const int error = chain_->Enter(missing_)) return error;
+  target_ = Descriptor(fcntl(chain_->Present(), F_DUPFD_CLOEXEC, 0));
+  if (!target_) return errno;
+  RemoveAbandoned(Target());
+
+  for (int left = 100; left > 0; --left) {
+    std::uint32_t number = 0;
+    if (getrandom(&number, sizeof number, 0) < 0) return errno;
+    staging_name_ = kStaging + std::to_string(number);
+    if (mkdirat(Target(), staging_name_.c_str(), 0700) < 0) {
+      if (errno == EEXIST) continue;
+      return errno;
+    }
+    const int error = LockStaging();
+    if (error == 0) return 0;
+    staging_ = Descriptor();
+    unlinkat(Target(), staging_name_.c_str(), AT_REMOVEDIR);
+    if (error != EWOULDBLOCK) return error;
+  }
+  return EEXIST;
 }
 
-UnpackTarget::Outcome UnpackTarget::Place(std::span<const std::string> paths, bool replace) {
-  // What is put in place is on the disk by then: the caller records what it installed, and that must not outlive the
-  // files when the power fails.
-  if (syncfs(staging_.Get()) < 0) return {errno, paths.size()};
-  FolderChain chain{Descriptor(fcntl(root_.Get(), F_DUPFD_CLOEXEC, 0))};
-  Outcome outcome{chain.Enter(missing_), paths.size()};
+// EWOULDBLOCK: another process took the new folder for an abandoned one, before it was locked.
+int UnpackTarget::LockStaging() {
+  staging_ = Descriptor(openat(Target(), staging_name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!staging_) return errno == ENOENT ? EWOULDBLOCK : errno;
+  // Where nothing can be locked, nobody else gets the lock either.
+  if (flock(staging_.Get(), LOCK_EX | LOCK_NB) < 0 && errno != EOPNOTSUPP && errno != ENOSYS) return errno;
+  return IsNamed(staging_.Get(), Target(), staging_name_) ? 0 : EWOULDBLOCK;
+}
 
-  // In the order of the paths each folder is entered once.
-  std::vector<std::size_t> order(paths.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::ranges::sort(order, {}, [paths](std::size_t index) { return std::string_view(paths[index]); });
-  for (auto index = order.begin(); outcome.error == 0 && index != order.end(); ++index) {
-    if (paths[*index].empty()) continue;
-    outcome = {PlaceOne(chain, missing_ + paths[*index], *index, replace), *index};
+Descriptor UnpackTarget::Create(std::size_t index, bool is_executable) {
+  const mode_t rights = is_executable ? kProgram : kFile;
+  Descriptor file(openat(staging_.Get(), std::to_string(index).c_str(),
+                         O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, rights));
+  if (file) errno = GiveRights(file.Get(), rights);
+  return file && errno == 0 ? std::move(file) : Descriptor();
+}
+
+// While another process places its files, or takes them back after a failure, this one waits: the versions of two don't
+// mix. EWOULDBLOCK after half a minute, as the other one may hang.
+int UnpackTarget::LockTarget() {
+  constexpr timespec kPause{0, 50'000'000};
+  lock_ = Descriptor(openat(Target(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!lock_) return errno;
+  for (int left = 600; flock(lock_.Get(), LOCK_EX | LOCK_NB) < 0; --left) {
+    if (errno == EOPNOTSUPP || errno == ENOSYS) return 0;  // nobody else gets a lock there either
+    if (errno != EWOULDBLOCK || left == 0) return errno;
+    nanosleep(&kPause, nullptr);
   }
-  if (outcome.error != 0 && Undo(chain, paths) != 0) left_behind_ = root_path_ + '/' + staging_name_;
+  return 0;
+}
+
+// The caller records what it installed, and that must not outlive the files when the power fails: contents are on the
+// disk before a name leads to them, names before success is reported. One call for the whole file system, as the order
+// in which file systems store the renames of single folders differs; the second one has little left to write.
+UnpackTarget::Outcome UnpackTarget::Place(std::span<const std::string> paths, bool replace) {
+  Outcome outcome{ErrorOf(syncfs(staging_.Get())), paths.size()};
+  if (outcome.error == 0) outcome.error = LockTarget();
+  if (outcome.error == 0) outcome.error = PlaceAll(paths, replace, outcome.index);
+  if (outcome.error == 0) outcome.error = ErrorOf(syncfs(staging_.Get()));
+  is_done_ = outcome.error == 0;
+  if (is_done_) {
+    lock_ = Descriptor();
+  } else {
+    Undo(paths);  // the lock is held until the folders that were made are removed
+  }
   return outcome;
 }
 
-int UnpackTarget::PlaceOne(FolderChain& chain, const std::string& path, std::size_t index, bool replace) {
+// `index` is the one that an error is about.
+int UnpackTarget::PlaceAll(std::span<const std::string> paths, bool replace, std::size_t& index) {
+  // In the order of the paths each folder is entered once.
+  std::vector<std::size_t> order(paths.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::ranges::sort(order, {}, [paths](std::size_t at) { return std::string_view(paths[at]); });
+  for (const std::size_t at : order) {
+    if (paths[at].empty()) continue;
+    if (const int error = PlaceOne(missing_ + paths[at], at, replace)) return index = at, error;
+  }
+  return 0;
+}
+
+int UnpackTarget::PlaceOne(const std::string& path, std::size_t index, bool replace) {
   const auto [folder, name] = SplitPath(path);
-  if (const int error = chain.Enter(folder)) return error;
+  if (const int error = chain_->Enter(folder)) return error;
   if (name.empty()) return 0;
 
   const std::string staged = std::to_string(index);
-  const std::string present = chain.Find(name);
+  std::string present;
+  if (const int error = chain_->Find(name, present)) return error;
   if (!present.empty() && !replace) return 0;
-  Placed placed{index, present.empty() ? name : present, ""};
-  const int error = present.empty() ? ErrorOf(renameat(staging_.Get(), staged.c_str(), chain.Present(), name.c_str()))
-                                    : Swap(staged, chain.Present(), present, placed.former);
+  struct stat file {};
+  if (fstatat(staging_.Get(), staged.c_str(), &file, AT_SYMLINK_NOFOLLOW) < 0) return errno;
+  Placed placed{index, file.st_ino, present.empty() ? name : present, ""};
+  const int error = present.empty() ? ErrorOf(renameat(staging_.Get(), staged.c_str(), chain_->Present(), name.c_str()))
+                                    : Swap(staged, chain_->Present(), present, placed.former);
   if (error == 0) placed_.push_back(std::move(placed));
   return error;
+}
+
+// The file's owner and the rights that he gave it stay; a pack made where there are none of these says nothing of them.
+// A file that can't be given to its former owner must not be closed to him either.
+int UnpackTarget::KeepRights(const std::string& staged, const struct stat& former) {
+  struct stat ours {};
+  if (fstatat(staging_.Get(), staged.c_str(), &ours, AT_SYMLINK_NOFOLLOW) < 0) return errno;
+  const bool same_owner =
+      (former.st_uid == ours.st_uid && former.st_gid == ours.st_gid) ||
+      fchownat(staging_.Get(), staged.c_str(), former.st_uid, former.st_gid, AT_SYMLINK_NOFOLLOW) == 0 ||
+      former.st_uid == ours.st_uid;
+  mode_t mode = (same_owner ? former.st_mode : ours.st_mode | (former.st_mode & 0111)) & 0777;
+  if ((ours.st_mode & 0100) != 0) mode |= (mode & 0444) >> 2;  // who may read it may run it
+  if (mode == (ours.st_mode & 0777)) return 0;
+  return ErrorOf(fchmodat(staging_.Get(), staged.c_str(), mode, 0));
 }
 
 // The staged file takes the place of the one in the folder, which goes into staging, there called `former`.
@@ -191,45 +344,51 @@ int UnpackTarget::Swap(const std::string& staged, int folder, const std::string&
   struct stat status {};
   if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
-  // The file's owner and the rights that he gave it stay; a pack made where there are none of these says nothing of
-  // them. A file that can't be given to its former owner must not be closed to him either.
-  struct stat ours {};
-  if (S_ISREG(status.st_mode) && fstatat(staging_.Get(), staged.c_str(), &ours, AT_SYMLINK_NOFOLLOW) == 0) {
-    const bool same_owner = status.st_uid == ours.st_uid || fchownat(staging_.Get(), staged.c_str(), status.st_uid,
-                                                                     status.st_gid, AT_SYMLINK_NOFOLLOW) == 0;
-    mode_t mode = (same_owner ? status.st_mode : ours.st_mode | (status.st_mode & 0111)) & 0777;
-    if ((ours.st_mode & 0100) != 0) mode |= (mode & 0444) >> 2;  // who may read it may run it
-    fchmodat(staging_.Get(), staged.c_str(), mode, 0);
+  if (S_ISREG(status.st_mode)) {
+    if (const int error = KeepRights(staged, status)) return error;
   }
   former = staged;
   if (renameat2(staging_.Get(), staged.c_str(), folder, name.c_str(), RENAME_EXCHANGE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;
 
-  // A file system that can't exchange two names.
-  former = staged + ".former";
-  if (renameat(folder, name.c_str(), staging_.Get(), former.c_str()) < 0) return errno;
-  if (renameat(staging_.Get(), staged.c_str(), folder, name.c_str()) == 0) return 0;
-  const int error = errno;
-  if (renameat(staging_.Get(), former.c_str(), folder, name.c_str()) < 0) {
-    left_behind_ = root_path_ + '/' + staging_name_;
+  // A file system that can't exchange two names. Between the first two renames the user's file is in staging alone;
+  // its name keeps it from being removed there should this process end meanwhile.
+  const std::string only_copy = staged + ".former";
+  if (renameat(folder, name.c_str(), staging_.Get(), only_copy.c_str()) < 0) return errno;
+  if (renameat(staging_.Get(), staged.c_str(), folder, name.c_str()) < 0) {
+    const int error = errno;
+    if (renameat(staging_.Get(), only_copy.c_str(), folder, name.c_str()) < 0) LeaveBehind();
+    return error;
   }
-  return error;
+  if (renameat(staging_.Get(), only_copy.c_str(), staging_.Get(), former.c_str()) < 0) former = only_copy;
+  return 0;
 }
 
-int UnpackTarget::Undo(FolderChain& chain, std::span<const std::string> paths) {
-  int first_error = 0;
+void UnpackTarget::Undo(std::span<const std::string> paths) {
+  bool is_lost = false;
   for (; !placed_.empty(); placed_.pop_back()) {
-    const auto& [index, name, former] = placed_.back();
-    int error = chain.Enter(missing_ + std::string(SplitPath(paths[index]).folder));
-    if (error == 0 && !former.empty()) {
-      error = ErrorOf(renameat(staging_.Get(), former.c_str(), chain.Present(), name.c_str()));
-    } else if (error == 0) {
-      error = ErrorOf(unlinkat(chain.Present(), name.c_str(), 0));
+    const auto& [index, file, name, former] = placed_.back();
+    struct stat now {};
+    int error = chain_->Enter(missing_ + std::string(SplitPath(paths[index]).folder));
+    if (error == 0 && fstatat(chain_->Present(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) < 0 && errno != ENOENT) {
+      error = errno;
     }
-    if (first_error == 0) first_error = error;
+    if (now.st_ino != 0 && now.st_ino != file) continue;  // somebody else replaced it since, and may have recorded it
+    if (former.empty()) {
+      if (error == 0) unlinkat(chain_->Present(), name.c_str(), 0);
+    } else if (error != 0 || renameat(staging_.Get(), former.c_str(), chain_->Present(), name.c_str()) < 0) {
+      is_lost = true;
+    }
   }
-  const int error = chain.RemoveMade();
-  return first_error != 0 ? first_error : error;
+  if (is_lost) LeaveBehind();
+}
+
+// Staging holds files of the user that could not be put back: under its new name it stays.
+void UnpackTarget::LeaveBehind() {
+  if (!left_behind_.empty()) return;
+  const std::string kept = kLeftBehind + staging_name_.substr(std::string_view(kStaging).size());
+  if (renameat(Target(), staging_name_.c_str(), Target(), kept.c_str()) == 0) staging_name_ = kept;
+  left_behind_ = root_path_ + '/' + missing_ + staging_name_;
 }
 
 }  // namespace tsly

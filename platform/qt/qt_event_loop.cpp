@@ -5,7 +5,6 @@
 #include <QSocketNotifier>
 #include <QTimerEvent>
 #include <algorithm>
-#include <condition_variable>
 #include <mutex>
 #include <utility>
 
@@ -14,8 +13,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// How often LetEventsRun looks for events inside a busy scope.
-constexpr milliseconds kBusyTick{1};
 // A pass of the dispatcher serves what it finds at its start, so "all that wait" takes several; a chain of events that
 // breed events must not hold the caller for ever.
 constexpr int kMostPasses = 64;
@@ -25,16 +22,6 @@ constexpr milliseconds kLongestInterval = std::chrono::hours(24);
 milliseconds IntervalBeyond(SteadyTime left) {
   const auto whole = std::chrono::duration_cast<milliseconds>(std::max(left, SteadyTime::zero()));
   return std::min(whole + milliseconds(1), kLongestInterval);
-}
-
-void TickUntilStopped(const std::stop_token& stop, std::atomic<bool>& flag) {
-  std::mutex mutex;
-  std::condition_variable_any wake;
-  std::unique_lock lock(mutex);
-  while (!stop.stop_requested()) {
-    wake.wait_for(lock, stop, kBusyTick, [] { return false; });
-    if (!stop.stop_requested()) flag.store(true, std::memory_order_relaxed);
-  }
 }
 
 }  // namespace
@@ -94,11 +81,10 @@ void QtEventLoop::Wait(SteadyTime until) {
   StopTimer(deadline);
 }
 
-void QtEventLoop::RunWaitingEvents() {
-  if (busy_scopes_ > 0) may_wait_.store(false, std::memory_order_relaxed);
-  for (int pass = 0; pass < kMostPasses; ++pass) {
-    if (!Turn(false)) break;
-  }
+bool QtEventLoop::LetEventsRun() {
+  int passes = 0;
+  while (passes < kMostPasses && Turn(false)) ++passes;
+  return passes > 0;
 }
 
 bool QtEventLoop::Turn(bool may_block) {
@@ -128,23 +114,11 @@ void QtEventLoop::LeaveTurn() {
 
 void QtEventLoop::DestroyAtOutermost(QObject* object) { doomed_.emplace_back(object); }
 
-void QtEventLoop::BeginBusy() {
-  if (busy_scopes_++ > 0) return;
-  ticker_ = std::jthread([this](const std::stop_token& stop) { TickUntilStopped(stop, may_wait_); });
-}
-
-void QtEventLoop::EndBusy() {
-  if (--busy_scopes_ > 0) return;
-  ticker_ = {};
-  may_wait_.store(true, std::memory_order_relaxed);
-}
-
 void QtEventLoop::Post(std::function<void()> event) {
   {
     const std::lock_guard lock(posted_guard_);
     posted_.push_back(std::move(event));
   }
-  may_wait_.store(true, std::memory_order_relaxed);  // a busy scope needn't wait for its ticker
   receiver_->WakeUp();
 }
 

@@ -12,7 +12,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "ports/clock.h"
@@ -30,8 +29,7 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   ~QtEventLoop() override;
 
   void Wait(SteadyTime until) override;
-  void BeginBusy() override;
-  void EndBusy() override;
+  bool LetEventsRun() override;
   void Post(std::function<void()> event) override;
   TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
   void StopTimer(TimerId timer) override;
@@ -46,9 +44,6 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
 
   // Destroys a widget or notifier once no call of this loop is on the stack: only then is none of its own frames.
   void DestroyAtOutermost(QObject* object);
-
- protected:
-  void RunWaitingEvents() override;
 
  private:
   class Receiver;
@@ -88,9 +83,6 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   std::map<TimerId, Timer> timers_;
   std::map<const void*, TimerId> alarms_;
   std::map<int, Watched> watched_;
-
-  int busy_scopes_ = 0;
-  std::jthread ticker_;
 };
 
 }  // namespace tsly

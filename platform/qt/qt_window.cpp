@@ -56,6 +56,15 @@ QRect PlaceOf(const Control& control, const std::vector<const Control*>& buttons
   return place;
 }
 
+// Whether no position of a scroll bar can bring the control into its panel: its numbers have 16 bits. A list of
+// thousands would else cost a widget for each text.
+bool IsBeyondReach(const Control& control) {
+  for (const Control* at = &control; at->Parent() != nullptr; at = at->Parent()) {
+    if (at->Look().rect.top > kFarAway + at->Parent()->Height()) return true;
+  }
+  return false;
+}
+
 QString ObjectName(const Control& control) {
   const QString name = QString::fromStdString(control.Name());
   return control.Index() < 0 ? name : QStringLiteral("%1(%2)").arg(name).arg(control.Index());
@@ -124,7 +133,10 @@ void FormWindow::DrawControls() {
   buttons_.clear();
   std::copy_if(form_->Controls().begin(), form_->Controls().end(), std::back_inserter(buttons_),
                [](const Control* control) { return control->Kind() == ControlKind::Button; });
-  for (const Control* control : form_->Controls()) DrawControl(*control);
+  in_reach_.clear();
+  std::copy_if(form_->Controls().begin(), form_->Controls().end(), std::back_inserter(in_reach_),
+               [](const Control* control) { return !IsBeyondReach(*control); });
+  for (const Control* control : in_reach_) DrawControl(*control);
   bool others = drawn_.size() != before;
   std::erase_if(drawn_, [&](const auto& entry) {
     if (entry.second.pass == pass_) return false;
@@ -160,7 +172,7 @@ void FormWindow::DrawControl(const Control& control) {
 // there already.
 void FormWindow::OrderTabs() {
   std::unordered_map<const Control*, std::vector<const Control*>> children;
-  for (const Control* control : form_->Controls()) children[control->Parent()].push_back(control);
+  for (const Control* control : in_reach_) children[control->Parent()].push_back(control);
   QWidget* last = nullptr;
   const std::function<void(const Control*)> walk = [&](const Control* parent) {
     for (const Control* control : children[parent]) {
@@ -179,10 +191,10 @@ void FormWindow::OrderTabs() {
 // it, everything else by the one before it, or else as what it lies in.
 void FormWindow::NameControls() {
   std::unordered_map<const Control*, const Control*> first_in, before;
-  for (const Control* control : form_->Controls()) {
+  for (const Control* control : in_reach_) {
     if (control->Kind() == ControlKind::Label) first_in.emplace(control->Parent(), control);
   }
-  for (const Control* control : form_->Controls()) {
+  for (const Control* control : in_reach_) {
     if (control->Kind() == ControlKind::Label) before[control->Parent()] = control;
     if (control->Kind() == ControlKind::Label || control->Kind() == ControlKind::Button) continue;
     const Control* label = first_in.contains(control) ? first_in[control] : before[control->Parent()];

@@ -61,7 +61,9 @@ class FormWindow final : public QWidget {
   std::uint64_t pass_ = 0;
   Rect outer_;  // of the form when the window was placed last
   std::unordered_map<ControlId, Drawn> drawn_;
-  std::vector<const Control*> buttons_;  // of the form, as of the last drawing
+  // Of the form, as of the last drawing.
+  std::vector<const Control*> buttons_;
+  std::vector<const Control*> in_reach_;  // those that have a widget
 };
 
 }  // namespace tsly

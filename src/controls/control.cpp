@@ -28,8 +28,9 @@ Control::Control(Form& form, Control* parent, ControlKind kind, std::string name
 }
 
 Control::~Control() {
+  // From the end: what was made last goes first.
   auto& controls = form_.controls_;
-  controls.erase(std::find(controls.begin(), controls.end(), this));
+  controls.erase(std::find(controls.rbegin(), controls.rend(), this).base() - 1);
   form_.CountChange();
 }
 

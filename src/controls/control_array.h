@@ -18,6 +18,9 @@ class ControlArray {
 
   // `make` builds the element of an index with the model's design.
   explicit ControlArray(Make make) : make_(std::move(make)) { elements_[0] = make_(0); }
+  ~ControlArray() { UnloadAllButModel(); }
+  ControlArray(const ControlArray&) = delete;
+  ControlArray& operator=(const ControlArray&) = delete;
 
   Element& operator()(std::int32_t index) const {
     const auto found = elements_.find(index);
@@ -35,7 +38,10 @@ class ControlArray {
     return *element;
   }
 
-  void UnloadAllButModel() { elements_.erase(std::next(elements_.begin()), elements_.end()); }
+  // From the last on, the order that costs the form least.
+  void UnloadAllButModel() {
+    while (elements_.size() > 1) elements_.erase(std::prev(elements_.end()));
+  }
 
   std::size_t Count() const { return elements_.size(); }  // the model included
 

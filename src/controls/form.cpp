@@ -14,19 +14,37 @@ void Form::Load() {
   ++load_number_;
   OnReset();
   toolkit_.Open(*this);
-  OnLoad();
+  loading_ = true;
+  Guard([this] { OnLoad(); });
+  loading_ = false;
+  RunWaiting();
+}
+
+void Form::LoadThen(std::function<void()> deed) {
+  waiting_.push_back(std::move(deed));
+  Load();
+  RunWaiting();
+}
+
+void Form::RunWaiting() {
+  while (!loading_ && !waiting_.empty()) {
+    const auto deed = std::move(waiting_.front());
+    waiting_.pop_front();
+    Guard(deed);
+  }
 }
 
 void Form::Show(Keyboard keyboard) {
   Load();
-  if (!loaded_ || visible_) return;  // a load can end in an unload
+  if (!loaded_ || loading_ || visible_) return;  // a load can end in an unload
   visible_ = true;
   CountChange();
   toolkit_.Show(*this, keyboard);
 }
 
 void Form::Unload(std::int32_t mode) {
-  if (!loaded_) return;
+  // A load under way ends first; what it set up, its caller unloads.
+  if (!loaded_ || loading_) return;
   bool cancel = false;
   OnQueryUnload(cancel, mode);
   // The question may have unloaded the form itself, by a road of its own.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -35,8 +36,12 @@ class Form {
   Form& operator=(const Form&) = delete;
   virtual ~Form() = default;
 
-  // Loading. Load runs OnLoad once per load; Unload asks OnQueryUnload, then runs OnUnload.
+  // Loading. Load runs OnLoad once per load; Unload asks OnQueryUnload, then runs OnUnload. While OnLoad runs, Show and
+  // Unload do nothing.
   void Load();
+  // Loads, then runs `deed`. A message of OnLoad lets events run, and so this may be called while a load is under way:
+  // `deed` then runs when that load has ended, after those of earlier callers. Nothing is shown before.
+  void LoadThen(std::function<void()> deed);
   void Show(Keyboard keyboard = Keyboard::kTake);  // loads first if need be
   void Unload(std::int32_t mode = kUnloadByProgram);
   bool Loaded() const { return loaded_; }
@@ -100,6 +105,7 @@ class Form {
   friend class ScrollBar;
   friend class Label;
   void CountChange() { ++changes_; }
+  void RunWaiting();
 
   std::vector<Control*> controls_;
   std::string caption_;
@@ -107,6 +113,8 @@ class Form {
   Color back_color_;
   Rect outer_;
   bool loaded_ = false;
+  bool loading_ = false;  // OnLoad has not come back
+  std::deque<std::function<void()>> waiting_;
   bool visible_ = false;
   bool unloading_ = false;
   std::uint64_t load_number_ = 0;

@@ -2,22 +2,27 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "ports/clock.h"
 
 namespace tsly {
 
+class OpenFile;
+
 struct DocumentRun {
   std::uint64_t number = 0;           // counts the fetches of the process
   std::uint8_t DocumentReceived = 0;  // 0 nothing yet, 1 received, 2 failed
   std::uint8_t DocumentKind = 0;
   std::string DocumentFile;
+  std::shared_ptr<OpenFile> file;  // the document as it was stored, whatever DocumentFile names later; null: none was
   bool ShowStatus = false;
   bool DocumentIsBinary = false;
   SteadyTime DocumentDeadline{};  // moved ahead by every state of the transfer
   std::string DocumentError;      // for the message box; empty until an error state arrives
   bool PackDataWritten = false;
+  bool cut_off = false;  // the response couldn't be read to its end: what is stored is a part of it
 };
 
 }  // namespace tsly

@@ -125,19 +125,22 @@ void frmVerify::SaveDocument() {
   const std::string file_name = document_.DocumentFile;
   if (needs_.global.FileExists(file_name)) needs_.files.Delete(file_name);
   needs_.global.WriteLog(1, "StateChanged: Opening temp file \"" + file_name + "\"");
-  // A file that can't be made or written is no failure here: whoever reads the document finds out.
-  std::unique_ptr<FileWriter> file;
-  needs_.files.OpenForWriting(file_name, file);
+  // A file that can't be made or written whole is no failure here: there is none then, and whoever reads the document
+  // finds out.
+  std::unique_ptr<NewFile> file;
+  needs_.files.Create(file_name, file);
   const bool binary = document_.DocumentIsBinary;
   needs_.global.WriteLog(1, binary ? "StateChanged: Writing binary file" : "StateChanged: Writing text file");
   std::string chunk;
-  while (!needs_.netCommand.GetChunk(kChunkSize, binary ? ChunkType::icByteArray : ChunkType::icString, chunk) &&
-         !chunk.empty()) {
+  for (;;) {
+    const auto type = binary ? ChunkType::icByteArray : ChunkType::icString;
+    document_.cut_off = static_cast<bool>(needs_.netCommand.GetChunk(kChunkSize, type, chunk));
+    if (document_.cut_off || chunk.empty()) break;
     if (file) file->Write(chunk);
     if (binary) document_.PackDataWritten = true;
   }
   needs_.global.WriteLog(1, "StateChanged: Closing file");
-  if (file) file->Close();
+  if (file) file->Commit(document_.file);
   if (document_.DocumentReceived == 0) document_.DocumentReceived = 1;
   needs_.global.WriteLog(1, "DocumentReceived = " + std::to_string(document_.DocumentReceived));
 }

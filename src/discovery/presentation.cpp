@@ -153,6 +153,14 @@ std::string frmVerify::LocalizedText(const std::string& key) {
   return text.empty() ? read(kFallbackLanguage) : text;
 }
 
+// The default is a text of the language file, looked up only where the updates file lacks the key: a text that is
+// missing there must not cost a value that is here.
+std::string frmVerify::ReadUpdate(const std::string& section, const std::string& key, const ResourceKey& fallback) {
+  std::string value = needs_.global.ReadProfileString(section, key.c_str(), "", UpdatesIniFile);
+  if (!value.empty() || needs_.global.ProfileKeyExists(section, key, UpdatesIniFile)) return value;
+  return ResString(fallback);
+}
+
 void frmVerify::FillUpdateDataFromIni(std::int32_t Index, bool IsLast) {
   AvailableUpdate& item = controls.UpdateItem(Index);
   const std::string name = UpdateNames[static_cast<std::size_t>(Index)];
@@ -162,10 +170,7 @@ void frmVerify::FillUpdateDataFromIni(std::int32_t Index, bool IsLast) {
 
   item.UpdateElementName = name;
   item.SetItem(LocalizedText(name + ":Description"));
-  Step([&] {
-    item.UpdateElementVersion = needs_.global.ReadProfileString(
-        kSectionVersions, name.c_str(), ResString(text_key::kDefaultVersion).c_str(), UpdatesIniFile);
-  });
+  Step([&] { item.UpdateElementVersion = ReadUpdate(kSectionVersions, name, text_key::kDefaultVersion); });
   item.SetExplanation(LocalizedText(name + ":Summary"));
   item.UpdateElementDesc = LocalizedText(name + ":More info");
   item.UpdateElementDocType = DocumentKindOf(read(kKeyInstallPack, "no"));
@@ -181,7 +186,8 @@ void frmVerify::FillUpdateDataFromIni(std::int32_t Index, bool IsLast) {
   }
   std::string version;
   Step([&] { version = Replace(ResString(text_key::kVersionInformation), "[VERSION]", item.UpdateElementVersion); });
-  Step([&] { version = Replace(version, "[RELEASED]", read(kKeyReleased, ResString(text_key::kDefaultReleaseDate))); });
+  Step(
+      [&] { version = Replace(version, "[RELEASED]", ReadUpdate(name, kKeyReleased, text_key::kDefaultReleaseDate)); });
   item.SetVersion(version);
   Step([&] { item.SetMoreInfo(ResString(text_key::kClickForMoreInfo)); });
   item.SetHideBottomLine(IsLast);

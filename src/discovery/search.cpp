@@ -1,9 +1,13 @@
 // One search: fetch the updates file, and work out which modules are newer than the recorded ones.
+#include <algorithm>
+
 #include "base/text.h"
 #include "discovery/updates_file.h"
 #include "discovery/version_rules.h"
 #include "localization/MLocalization.h"
 #include "ports/clock.h"
+#include "ports/files.h"
+#include "ports/profile.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
 #include "shell/MGlobal.h"
@@ -23,10 +27,12 @@ bool frmVerify::RetrieveUpdates(bool Interactive) {
   std::string address = needs_.registry.TextOf(needs_.registry.GetRegSubkeyValue(
       kLocalMachine, SettingsKey, VersionSubkey, kValueVersionFileUrl, std::string(kUpdatesFileAddress)));
   if (Trim(address).empty()) address = kUpdatesFileAddress;
-  const bool received = GetDocument(kUpdatesFile, address, "updates.ini", "ini", Interactive, false);
+  document_.DocumentReceived = 0;
+  // Another site's updates file would be read in place of the one that can't be named for now.
+  bool received = !needs_.registry.FailedForNow();
+  received = received && GetDocument(kUpdatesFile, address, "updates.ini", "ini", Interactive, false);
+  received = received && TakeUpdatesFile() && CollectNewModules();
   if (received) {
-    UpdatesIniFile = document_.DocumentFile;
-    CollectNewModules();
     if (UpdateCount() > 0) {
       ApplyExcludes(UpdateNames, [this](const std::string& module) {
         return needs_.global.ReadProfileString(kSectionExcludes, module.c_str(), "", UpdatesIniFile);
@@ -38,11 +44,31 @@ bool frmVerify::RetrieveUpdates(bool Interactive) {
   return received;
 }
 
-void frmVerify::CollectNewModules() {
+// One reading serves the whole search and its offer: another process may store an updates file of its own under the
+// same name meanwhile. Nothing is concluded from a document that couldn't be read; one that couldn't be stored holds
+// nothing.
+bool frmVerify::TakeUpdatesFile() {
+  needs_.profiles.Unpin(UpdatesIniFile);
+  UpdatesIniFile = document_.DocumentFile;
+  OpenFile* const document = document_.cut_off ? nullptr : document_.file.get();
+  return needs_.profiles.Pin(UpdatesIniFile, document) == 0 && !document_.cut_off;
+}
+
+// False when the recorded versions can't be read for now: a module would be offered that is installed, or a newer one.
+bool frmVerify::CollectNewModules() {
   const std::string names = needs_.global.ReadProfileString(kSectionVersions, nullptr, "", UpdatesIniFile);
-  for (const std::string& name : Split(names, std::string_view("\0", 1))) {
-    if (!Trim(name).empty() && IsNewVersion(Trim(name), UpdatesIniFile)) UpdateNames.push_back(name);
+  std::string_view rest = names;
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find('\0'), rest.size());
+    const std::string name(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    if (Trim(name).empty()) continue;
+    if (IsNewVersion(Trim(name), UpdatesIniFile)) UpdateNames.push_back(name);
+    if (!needs_.registry.FailedForNow()) continue;
+    UpdateNames.assign(1, "");
+    return false;
   }
+  return true;
 }
 
 bool frmVerify::IsNewVersion(const std::string& ValueName, const std::string& IniFile) {

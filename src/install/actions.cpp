@@ -5,8 +5,11 @@
 #include "base/text.h"
 #include "install/action_line.h"
 #include "install/path_macros.h"
+#include "ports/files.h"
 #include "ports/shell.h"
+#include "ports/system_codes.h"
 #include "ports/unzip.h"
+#include "services/MTempFiles.h"
 #include "shell/MGlobal.h"
 #include "shell/frmVerify.h"
 
@@ -14,6 +17,7 @@ namespace tsly {
 namespace {
 
 constexpr std::int32_t kShowNormal = 1;
+constexpr const char* kReplaced = "The file has been replaced since it was checked.";
 
 // What is started for a verb, given its expanded argument.
 struct Start {
@@ -60,19 +64,36 @@ bool frmVerify::ApplyActionLine(const std::string& line) {
 
   const std::uint64_t load = LoadNumber();
   const Start start = StartOf(verb->work, action_.path);
-  if (const Fault fault = needs_.global.RunElevated(start.command, start.parameters, kShowNormal)) {
+  Fault fault = ReplacedSince(action_.path);
+  if (!fault) fault = needs_.global.RunElevated(start.command, start.parameters, kShowNormal);
+  // The user's consent may have taken minutes, between the first look and the start. A program that has deleted itself
+  // meanwhile is no other one.
+  if (!fault && IsLoad(load) && needs_.global.FileExists(document_.DocumentFile)) fault = ReplacedSince(action_.path);
+  if (fault) {
     if (IsLoad(load))
       ProcessFeedback(verb->failed_state, {"launch", action_.path, std::to_string(fault.number), fault.description});
     return false;
   }
-  if (verb->work == ActionWork::Execute) needs_.shell.EndProcess();
+  if (verb->work == ActionWork::Execute) {
+    needs_.temp_files.LeaveTempFiles();
+    needs_.shell.EndProcess();
+  }
   return true;
+}
+
+// A fault when a command names the downloaded document and another file has its name by now: what is started is what
+// was verified.
+Fault frmVerify::ReplacedSince(const std::string& command) {
+  const std::string& name = document_.DocumentFile;
+  if (LowerCase(command).find(LowerCase(name)) == std::string::npos) return {};
+  if (document_.file && document_.file->IsAt(name)) return {};
+  return {kSharingViolation, "ApplyUpdateActions", kReplaced};
 }
 
 bool frmVerify::Unzip(const std::string& folder) {
   const std::unique_ptr<UnzipComponent> component = needs_.unzip.Create();
   if (!component) throw RuntimeError{kErrorCannotCreateObject, "ApplyUpdateActions", "Can't create object"};
-  RaiseIf(component->SetArchiveFile(document_.DocumentFile));
+  RaiseIf(component->SetArchiveFile(document_.DocumentFile, document_.file));
   RaiseIf(component->SetExtractFolder(folder));
   RaiseIf(component->SetExtractOptionA(true));
   RaiseIf(component->SetExtractOptionB(true));

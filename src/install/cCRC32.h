@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -12,6 +13,7 @@ namespace tsly {
 
 class EventLoop;
 class Files;
+class OpenFile;
 
 class cCRC32 {
  public:
@@ -21,15 +23,17 @@ class cCRC32 {
   // raise an overflow.
   std::int32_t GetByteArrayCrc32(std::span<const std::uint8_t> buffer) const;
 
-  // Of a file's bytes; 0 for one that isn't there or is empty. Lets events run before each chunk and each byte, so the
-  // file may take its time. Raises nothing.
+  // Of a file's bytes; 0 for one that isn't there or is empty, and no file's checksum for one that can't be read whole.
+  // Lets events run before each chunk of 8192 bytes, and while some come, before each byte. Raises nothing.
   std::int32_t GetFileCrc32(const std::string& filename);
+
+  // The same of an open file. Nothing when it can't be read whole.
+  std::optional<std::int32_t> Crc32Of(OpenFile& file);
 
  private:
   std::uint32_t Next(std::uint32_t crc, std::uint8_t byte) const {
     return (crc >> 8) ^ Crc32Table[(crc ^ byte) & 0xFF];
   }
-  std::int64_t LengthOf(const std::string& filename);
 
   Files& files_;
   EventLoop& loop_;

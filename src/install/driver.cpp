@@ -87,7 +87,7 @@ bool frmVerify::InstallUpdate(std::int32_t i) {
     return false;
   }
   const std::int32_t size = ToInt32(item.UpdateElementSize).value_or(0);
-  const bool good = VerifyDocument(document_.DocumentFile, size, item.UpdateElementCRC);
+  const bool good = VerifyDocument(document_.file, size, item.UpdateElementCRC);
   if (!IsLoad(load)) return false;
   if (!good) {
     ProcessFeedback(fbVerifyFailure);
@@ -123,14 +123,18 @@ void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
   ProcessFeedback(fbFinished, {Replace(text, "[N-FAILED]", std::to_string(failed))});
 }
 
-bool frmVerify::VerifyDocument(std::string Filename, std::int32_t Size, std::string CRC) {
+// Of the document as it was stored, not of what its name leads to by now: the same bytes are unpacked later. By value:
+// the events that run meanwhile may begin another document.
+bool frmVerify::VerifyDocument(std::shared_ptr<OpenFile> File, std::int32_t Size, std::string CRC) {
   const std::uint64_t load = LoadNumber();
   ProcessFeedback(fbVerifying);
   std::int64_t length = 0;
-  needs_.files.Length(Filename, length);
-  cCRC32 checksum(needs_.files, needs_.loop);
-  const std::string computed = ChecksumText(Hex(checksum.GetFileCrc32(Filename)));
-  const bool good = computed == ChecksumText(CRC) && length == Size;
+  std::optional<std::int32_t> checksum = 0;
+  if (File) {
+    checksum = cCRC32(needs_.files, needs_.loop).Crc32Of(*File);
+    if (File->Length(length) != 0) checksum.reset();
+  }
+  const bool good = checksum && ChecksumText(Hex(*checksum)) == ChecksumText(CRC) && length == Size;
   if (IsLoad(load)) ProcessFeedback(fbVerifyResult, {good ? "ok" : "fail"});
   return good;
 }

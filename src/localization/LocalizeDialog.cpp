@@ -18,12 +18,10 @@ void frmVerify::LocalizeDialog() {
   const Control& panel = controls.picStep100;
   Move({Outer().left, Outer().top, panel.Width() + Outer().width - InnerWidth(),
         panel.Height() + Outer().height - InnerHeight()});
-  const std::uint64_t load = LoadNumber();
   if (!needs_.localization.InitLocalization()) {
     needs_.global.StartupFailed = true;
     return;
   }
-  if (!IsLoad(load)) return;
   needs_.localization.ApplyDialogFonts(*this);
   for (Control* step : controls.AllPicStep()) step->SetBorderStyle(0);
   for (Label* label : controls.AllLblInfo()) label->SetBorderStyle(0);

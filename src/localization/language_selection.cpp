@@ -122,12 +122,14 @@ void MLocalization::TakePendingLanguageFile(const std::string& folder, const std
 
 std::string MLocalization::SelectLanguage() {
   std::string name;
-  if (registry_.RegValueExists(kCurrentUser, SettingsKey, kValueLanguage, "")) {
-    name = registry_.TextOf(registry_.GetRegValue(kCurrentUser, SettingsKey, kValueLanguage, kEnglish));
-  }
+  const bool stored = registry_.RegValueExists(kCurrentUser, SettingsKey, kValueLanguage, "");
+  bool certain = registry_.WasCertain();
+  if (stored) name = registry_.TextOf(registry_.GetRegValue(kCurrentUser, SettingsKey, kValueLanguage, kEnglish));
   if (name.empty()) {
     name = registry_.TextOf(registry_.GetRegValue(kLocalMachine, SettingsKey, kValueDefaultLanguage, kEnglish));
-    registry_.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, name);
+    certain = certain && registry_.WasCertain();
+    // The user's own choice may be there and unreadable for now.
+    if (certain) registry_.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, name);
   }
   return name;
 }

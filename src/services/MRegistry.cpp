@@ -48,6 +48,12 @@ std::string WithZero(std::string text) {
 // the form for others (binary, two bytes a character) never comes up.
 bool MRegistry::IsSingleByteText(const std::string&) { return true; }
 
+bool MRegistry::WasCertain() const { return RegErrorNumber == kSuccess || RegErrorNumber == kFileNotFound; }
+
+bool MRegistry::FailedForNow() const {
+  return !WasCertain() && RegErrorNumber != kAccessDenied && RegErrorNumber != kRegistryCorrupt;
+}
+
 void MRegistry::ClearRegError() { SetRegError(0, ""); }
 
 void MRegistry::SetRegError(std::int32_t code, const std::string& text) {

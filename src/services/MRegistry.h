@@ -31,6 +31,13 @@ class MRegistry {
   std::int32_t RegErrorNumber = 0;
   std::string RegErrorText;
 
+  // Whether what the last routine read is certain: it was read, or isn't there. Otherwise it is a default that stands
+  // in for something unknown, and must not be stored.
+  bool WasCertain() const;
+  // Whether what it did failed for a reason that may pass, as while another process holds the store: nothing is to be
+  // concluded from the default then. A store that is damaged or closed to the user reads as its defaults for good.
+  bool FailedForNow() const;
+
   static bool IsSingleByteText(const std::string& text);
   void ClearRegError();
   void SetRegError(std::int32_t code, const std::string& text);

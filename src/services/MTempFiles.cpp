@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 
 #include "base/text.h"
 #include "ports/files.h"
 #include "ports/folders.h"
+#include "ports/system_codes.h"
 #include "shell/MGlobal.h"
 
 namespace tsly {
@@ -15,6 +17,11 @@ constexpr std::size_t kPathBuffer = 2048;
 constexpr int kCountedNames = 100000;
 constexpr const char* kPrefix = "tsl";
 
+// The list of the files handed out. Each line is a mark and a name. No document can take its name: theirs are trimmed.
+constexpr const char* kListName = " tslFiles.lst";
+constexpr char kHandedOut = '+';
+constexpr char kLeft = '-';
+
 std::string CountedName(int number, const std::string& extension) {
   std::string digits = std::to_string(number);
   digits.insert(0, 5 - digits.size(), '0');
@@ -23,8 +30,14 @@ std::string CountedName(int number, const std::string& extension) {
 
 }  // namespace
 
+MTempFiles::MTempFiles(MGlobal& global, Folders& folders, Files& files)
+    : global_(global), folders_(folders), files_(files) {}
+
+MTempFiles::~MTempFiles() = default;
+
 std::string MTempFiles::GetTempFile(const std::string& name, const std::string& extension) {
   const std::string folder = WithBackslash(Folder());
+  JoinList(folder);
   std::string path;
   if (!name.empty()) {
     path = folder + name;
@@ -33,10 +46,21 @@ std::string MTempFiles::GetTempFile(const std::string& name, const std::string& 
   } else {
     path = CountedFile(folder, extension);
   }
-  const bool listed =
-      std::any_of(TempFiles.begin(), TempFiles.end(), [&](const auto& p) { return EqualIgnoringCase(p, path); });
-  if (!listed) TempFiles.push_back(path);
+  Remember(path);
   return path;
+}
+
+// In the list before the file is made: a process that is killed in between leaves nothing that nobody knows of.
+bool MTempFiles::Remember(const std::string& path) {
+  const auto is_it = [&](const std::string& other) { return EqualIgnoringCase(other, path); };
+  if (std::any_of(TempFiles.begin(), TempFiles.end(), is_it)) return false;
+  TempFiles.push_back(path);
+  AddToList(kHandedOut, path);
+  return true;
+}
+
+void MTempFiles::AddToList(char mark, const std::string& path) {
+  if (list_ && path.starts_with(list_folder_)) list_->Add(mark + path.substr(list_folder_.size()));
 }
 
 std::string MTempFiles::Folder() {
@@ -44,7 +68,7 @@ std::string MTempFiles::Folder() {
   if (folder != "\\") return folder;
   std::vector<char> buffer(kPathBuffer, '\0');
   if (const std::uint32_t length = folders_.GetTempPath(buffer); length > 0) return std::string(buffer.data(), length);
-  files_.MakeFolder("C:\\TEMP\\");
+  files_.MakeFolder("C:\\TEMP\\", FolderUse::kUserAlone);
   return "C:\\TEMP\\";
 }
 
@@ -55,17 +79,62 @@ std::string MTempFiles::PlatformTempFile(const std::string& folder) {
 }
 
 std::string MTempFiles::CountedFile(const std::string& folder, const std::string& extension) {
-  int number = 0;
-  while (number < kCountedNames && global_.FileExists(folder + CountedName(number, extension))) ++number;
-  const std::string path = folder + CountedName(number < kCountedNames ? number : 0, extension);
-  std::unique_ptr<FileWriter> file;
-  if (files_.OpenForWriting(path, file) == 0) file->Close();
+  for (int number = 0; number < kCountedNames; ++number) {
+    std::string path = folder + CountedName(number, extension);
+    if (global_.FileExists(path)) continue;
+    const bool is_new = Remember(path);
+    // Another process may take the name between the two calls; then it isn't free either.
+    if (files_.MakeEmptyFile(path) != kAlreadyExists) return path;
+    if (!is_new) continue;
+    TempFiles.pop_back();
+    AddToList(kLeft, path);
+  }
+  std::string path = folder + CountedName(0, extension);
+  files_.MakeEmptyFile(path);
   return path;
 }
 
 void MTempFiles::DeleteTempFiles() {
-  for (const std::string& path : TempFiles) files_.Delete(path);
+  bool all_gone = true;
+  for (const std::string& path : TempFiles) all_gone = Delete(path) && all_gone;
   TempFiles.clear();
+  // A file that survives is left to a later process, so the list stays.
+  if (list_ && list_->BecomeAlone() && all_gone && DeleteLeftOver()) list_->Remove();
+  list_.reset();
+}
+
+void MTempFiles::LeaveTempFiles() {
+  for (const std::string& path : TempFiles) AddToList(kLeft, path);
+}
+
+void MTempFiles::JoinList(const std::string& folder) {
+  bool alone = false;
+  if (list_ || files_.JoinList(folder + kListName, list_, alone) != kSuccess) return;
+  list_folder_ = folder;
+  if (alone) list_->Share(DeleteLeftOver());
+  for (const std::string& path : TempFiles) AddToList(kHandedOut, path);  // from before, when it could not be joined
+}
+
+// False when the file is still there.
+bool MTempFiles::Delete(const std::string& path) {
+  std::shared_ptr<OpenFile> file;
+  return files_.Delete(path) == kSuccess || files_.OpenForReading(path, file) != kSuccess;
+}
+
+// Deletes what the list names. False when the list can't be read, or one of the files is still there.
+bool MTempFiles::DeleteLeftOver() {
+  std::vector<std::string> lines;
+  if (list_->Read(lines) != kSuccess) return false;
+  std::set<std::string> names;
+  for (const std::string& line : lines) {
+    // A name, never a way to somewhere else.
+    if (line.find_first_of("\\/") != std::string::npos) continue;
+    if (line.starts_with(kHandedOut)) names.insert(line.substr(1));
+    if (line.starts_with(kLeft)) names.erase(line.substr(1));
+  }
+  bool all_gone = true;
+  for (const std::string& name : names) all_gone = Delete(list_folder_ + name) && all_gone;
+  return all_gone;
 }
 
 }  // namespace tsly

@@ -41,39 +41,39 @@ void CheckNew::VerifyVersion() {
       needs_.global.WriteLog(1, "No search for updates.");
     } else {
       needs_.global.WriteLog(1, "Searching for updates.");
-      if (LoadDialog()) needs_.dialog.PrepareVerifyVersion();
+      LoadDialogThen([this] { needs_.dialog.PrepareVerifyVersion(); });
     }
     needs_.global.WriteLog(1, "Exiting VerifyVersion()");
   });
 }
 
 void CheckNew::ConfigureUpdater() {
-  needs_.dialog.Guard([this] {
-    if (LoadDialog()) needs_.dialog.DisplayWindow();
-  });
+  needs_.dialog.Guard([this] { LoadDialogThen([this] { needs_.dialog.DisplayWindow(); }); });
 }
 
 void CheckNew::Quit() { needs_.shell.EndProcess(); }
 
 bool CheckNew::CheckIsDue() {
-  const auto read = [this](const char* name, std::int32_t fallback) {
-    return needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, name, fallback);
+  bool failed = false;
+  const auto read = [&](const char* name, std::int32_t fallback) {
+    const RegData data = needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, name, fallback);
+    failed = failed || needs_.registry.FailedForNow();
+    return data;
   };
   const std::int32_t frequency = FrequencyOf(read(kValueCheckedEvery, kDefaultFrequency));
   const DateTime last_check = MRegistry::NumberOf(read(kValueCheckedOn, 0)).value_or(0) / kMinutesPerDay;
-  return IsCheckDue(frequency, last_check, needs_.clock.Now());
+  // The user may have said "never", or a check may have just ended; the client's next call decides.
+  return !failed && IsCheckDue(frequency, last_check, needs_.clock.Now());
 }
 
-// False: nothing more will happen for this client's call.
-bool CheckNew::LoadDialog() {
-  needs_.dialog.Load();
-  // The messages of a load let events run, and one of them may have closed the dialog again.
-  if (needs_.global.StartupFailed || !needs_.dialog.Loaded()) {
-    SetStatus(StatusIdle);
-    return false;
-  }
-  needs_.dialog.UpdaterObject = shared_from_this();
-  return true;
+// After a load that failed, nothing more will happen for this client's call. The messages of a load let events run:
+// this call may come in the middle of another one's load, and its client may let go of the object meanwhile.
+void CheckNew::LoadDialogThen(std::function<void()> deed) {
+  needs_.dialog.LoadThen([self = shared_from_this(), deed = std::move(deed)] {
+    if (self->needs_.global.StartupFailed || !self->needs_.dialog.Loaded()) return self->SetStatus(StatusIdle);
+    self->needs_.dialog.UpdaterObject = self;
+    deed();
+  });
 }
 
 }  // namespace tsly

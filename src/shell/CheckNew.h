@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "ports/automation.h"
@@ -46,7 +47,7 @@ class CheckNew final : public AutomationObject, public StatusReceiver, public st
 
  private:
   bool CheckIsDue();
-  bool LoadDialog();
+  void LoadDialogThen(std::function<void()> deed);
 
   Needs needs_;
 };

@@ -25,6 +25,8 @@ class frmVerify;
 // The program's own folder codes for GetSpecialFolder.
 inline constexpr std::int32_t kFolderAppData = 204;
 inline constexpr std::int32_t kFolderCommonAppData = 205;
+inline constexpr std::int32_t kFolderCommonDocuments = 206;
+inline constexpr std::int32_t kFolderCommonPictures = 207;
 
 // Below the user's and the common application data folders: log, temporary files, and what packs put there.
 inline constexpr const char* kProductSubPath = "Quillon Systems\\Tessaly Studio";

@@ -33,13 +33,10 @@ const std::string& TextAt(const std::vector<std::string>& texts, std::int32_t in
 }  // namespace
 
 void frmVerify::Form_Load() {
-  const std::uint64_t load = LoadNumber();
   LocalizeDialog();
-  // Its messages let events run: the dialog may have been unloaded, or unloaded and loaded anew.
-  if (!IsLoad(load)) return;
-
   const RegData every = needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
                                                           kDefaultFrequency);
+  frequency_is_known_ = needs_.registry.WasCertain();
   const double stored = LeadingDouble(needs_.registry.TextOf(every));
   const std::int32_t frequency = stored >= 0 && stored <= 3 ? static_cast<std::int32_t>(stored) : kDefaultFrequency;
   Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
@@ -87,6 +84,7 @@ void frmVerify::lblInfo_Click(int Index) {
     const auto number = ToInt32(controls.lblInfo103.Tag());
     const std::int32_t frequency = number && IsFrequency(*number) ? (*number + 1) % 4 : kDefaultFrequency;
     controls.lblInfo103.SetTag(std::to_string(frequency));
+    frequency_is_known_ = true;
     Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
   } else if (Index == 105) {
     if (controls.lblInfo105.MousePointer() == kPointerCustom) CheckForUpdates(true);
@@ -123,9 +121,10 @@ void frmVerify::Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode) {
 
 void frmVerify::Form_Unload() {
   needs_.temp_files.DeleteTempFiles();
-  // Without a number the load was cut short: what the user chose stays.
-  if (const auto frequency = ToInt32(controls.lblInfo103.Tag())) {
-    needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery, *frequency);
+  // A number that stands in for a failed read is nobody's choice: what is stored stays.
+  if (frequency_is_known_) {
+    needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
+                                      ToInt32(controls.lblInfo103.Tag()).value_or(kDefaultFrequency));
   }
   if (CheckedOn > 0) {
     needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedOn,

@@ -1,5 +1,7 @@
 #include "shell/frmVerify.h"
 
+#include "ports/files.h"
+#include "ports/profile.h"
 #include "ports/transfer.h"
 
 namespace tsly {
@@ -23,12 +25,15 @@ void frmVerify::OnReset() {
   tmrPrintDots.Reset(750);
 }
 
+// What belongs to a load ends with it; a search that still waits is ended by finding its dialog gone. First the space
+// that a response takes: the settings may need it.
 void frmVerify::OnUnload() {
+  needs_.netCommand.Cancel();
+  document_.file.reset();
+  needs_.profiles.Unpin(UpdatesIniFile);
   Form_Unload();
-  // What belongs to a load ends with it; a search that still waits is ended by finding its dialog gone.
   tmrVerifyVersion.SetEnabled(false);
   tmrPrintDots.SetEnabled(false);
-  needs_.netCommand.Cancel();
 }
 
 void frmVerify::OnClick(Control& control) {

@@ -30,6 +30,7 @@ class MGlobal;
 class MLocalization;
 class MRegistry;
 class MTempFiles;
+class ProfileReader;
 class Shell;
 class TransferControl;
 class UnzipFactory;
@@ -45,6 +46,7 @@ class frmVerify : public Form {
     TransferControl& netCommand;
     UnzipFactory& unzip;
     Files& files;
+    ProfileReader& profiles;
     Clock& clock;
     Locale& locale;
     Shell& shell;
@@ -122,11 +124,13 @@ class frmVerify : public Form {
   // A search (discovery/search.cpp) and its outcome (discovery/presentation.cpp).
   void CheckForUpdates(bool Interactive);
   bool RetrieveUpdates(bool Interactive);
-  void CollectNewModules();
+  bool TakeUpdatesFile();
+  bool CollectNewModules();
   void SearchByHand();
   void SearchSilently();
   void ShowCommunicationError();
   std::string LocalizedText(const std::string& key);
+  std::string ReadUpdate(const std::string& section, const std::string& key, const ResourceKey& fallback);
   void MakeRoomForScrollBar(std::int32_t last, Twips& top);
   void UpdateItem_MoreInfoClicked(std::int16_t Index, const std::string& URL);
   void vscUpdates_Change();
@@ -138,10 +142,11 @@ class frmVerify : public Form {
   bool PrepareHostProduct();
   bool InstallUpdate(std::int32_t i);
   void CloseRun(std::int32_t succeeded, std::int32_t failed);
-  bool VerifyDocument(std::string Filename, std::int32_t Size, std::string CRC);
+  bool VerifyDocument(std::shared_ptr<OpenFile> File, std::int32_t Size, std::string CRC);
   bool ApplyUpdateActions(AvailableUpdate& Item);
   bool ApplyActionLine(const std::string& line);
   bool Unzip(const std::string& folder);
+  Fault ReplacedSince(const std::string& command);
   bool ExpandInstallPath(const std::string& Path, std::string& Expanded);
   void BeginTranscript();
   void AddFeedbackLine(std::int32_t fbState, const std::vector<std::string>& Information);
@@ -153,6 +158,7 @@ class frmVerify : public Form {
   DocumentRun document_;
   TranscriptRun transcript_;
   ActionRun action_;
+  bool frequency_is_known_ = false;   // read for certain, or chosen by the user: it may be stored
   std::uint64_t searches_begun_ = 0;  // a search that another one has overtaken ends quietly
   int searches_running_ = 0;
 };

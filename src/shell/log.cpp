@@ -23,13 +23,18 @@ int PlatformFolder(std::int32_t folder_code) {
       return kCsidlAppData;
     case kFolderCommonAppData:
       return kCsidlCommonAppData;
-    case 206:
+    case kFolderCommonDocuments:
       return kCsidlCommonDocuments;
-    case 207:
+    case kFolderCommonPictures:
       return kCsidlCommonPictures;
     default:
       return kCsidlPersonal;
   }
+}
+
+FolderUse UseOf(std::int32_t folder_code) {
+  const bool everyone = folder_code >= kFolderCommonAppData && folder_code <= kFolderCommonPictures;
+  return everyone ? FolderUse::kEveryone : FolderUse::kUserAlone;
 }
 
 }  // namespace
@@ -56,7 +61,7 @@ std::string MGlobal::GetSpecialFolder(std::int32_t folder_code, const std::optio
   for (const std::string& piece : Split(sub_path.value_or(""), "\\")) {
     if (Trim(piece).empty()) continue;
     path = WithBackslash(path).append(piece);
-    needs_.files.MakeFolder(path);  // one that is there already is a failure that nobody notices
+    needs_.files.MakeFolder(path, UseOf(folder_code));  // one that is there already is a failure that nobody notices
   }
   return WithBackslash(path);
 }

@@ -46,8 +46,8 @@ TEST(ArchiveJudge, RefusedEntriesAreNamed) {
   ExpectRefused(File("sub/GOOD"), kSameName, {false});
 }
 
-// Others that can't stand together are in the zoo too.
-TEST(ArchiveJudge, FoldersStandTogetherInOneSpelling) {
+// Others that exclude each other are in the zoo too.
+TEST(ArchiveJudge, AFolderHasOneSpelling) {
   EXPECT_EQ(Judge({File("\u00e9/x"), File("b"), File("\u00c9/y")}).reason, kSameName);
   EXPECT_EQ(Judge({Folder("a/"), File("b"), Folder("A/")}).reason, kSameName);
   EXPECT_EQ(Judge({File("a/b/c"), File("x"), File("a/b")}).reason, kInTheWay);

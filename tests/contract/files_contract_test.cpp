@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <functional>
+
 #include "base/text.h"
 #include "ports/system_codes.h"
 #include "posix/paths.h"
@@ -25,9 +27,10 @@ int CountOf(int code, const std::vector<int>& codes) {
 class FilesContract : public testing::TestWithParam<bool> {
  protected:
   int WriteFile(const std::string& path, std::string_view contents) {
-    std::unique_ptr<FileWriter> writer;
-    if (const int code = files.OpenForWriting(path, writer); code != 0) return code;
-    const int code = writer->Write(contents), closing = writer->Close();
+    std::unique_ptr<NewFile> file;
+    std::shared_ptr<OpenFile> stored;
+    if (const int code = files.Create(path, file); code != 0) return code;
+    const int code = file->Write(contents), closing = file->Commit(stored);
     return code != 0 ? code : closing;
   }
 
@@ -71,26 +74,30 @@ TEST_P(FilesContract, GivesTheCodes) {
   const std::string file = folder.Write("file", "12345"), inner = folder.Write("dir\\inner", "x");
   const std::string other = folder.CorePath("other"), missing = folder.CorePath("missing");
   std::int64_t length = 0;
-  std::unique_ptr<FileReader> reader;
-  std::unique_ptr<FileWriter> writer;
+  std::shared_ptr<OpenFile> file_held;
   const auto calls = [&](const std::string& path) {
-    return std::vector<int>{files.Delete(path),         files.Rename(path, other),          files.Copy(path, other),
-                            files.Length(path, length), files.OpenForReading(path, reader), files.MakeFolder(path),
-                            files.Append(path, "x"),    files.OpenForWriting(path, writer), files.Copy(inner, path)};
+    return std::vector<int>{files.Delete(path),
+                            files.Rename(path, other),
+                            files.Copy(path, other),
+                            files.OpenForReading(path, file_held),
+                            files.MakeFolder(path, FolderUse::kUserAlone),
+                            files.MakeEmptyFile(path),
+                            files.Append(path, "x"),
+                            WriteFile(path, "x"),
+                            files.Copy(inner, path)};
   };
   for (const std::string& path : {folder.CorePath("no\\missing"), folder.CorePath("file\\below"),
                                   std::string("f:\\file"), folder.CorePath("file") + std::string(1, '\0')}) {
     EXPECT_EQ(calls(path), std::vector<int>(9, kPathNotFound)) << path;
   }
   EXPECT_EQ(calls(folder.CorePath(std::string(300, 'n'))), std::vector<int>(9, kNameTooLong));
-  EXPECT_EQ(calls(missing), (std::vector<int>{2, 2, 2, 2, 2, 0, 5, 5, 5}));
-  EXPECT_EQ(calls(folder.CorePath("DIR")), (std::vector<int>{5, 0, 2, 2, 2, 0, 5, 5, 2}));
-  EXPECT_EQ(files.MakeFolder(other), kAlreadyExists);
-  EXPECT_EQ(CountOf(kAccessDenied,
-                    {files.Length(other, length), files.OpenForReading(other, reader), files.Copy(other, missing)}),
-            3);
+  EXPECT_EQ(calls(missing), (std::vector<int>{2, 2, 2, 2, 0, 183, 5, 5, 5}));
+  EXPECT_EQ(calls(folder.CorePath("DIR")), (std::vector<int>{5, 0, 2, 2, 0, 183, 5, 5, 2}));
+  EXPECT_EQ(files.MakeFolder(other, FolderUse::kUserAlone), kAlreadyExists);
+  EXPECT_EQ(CountOf(kAccessDenied, {files.OpenForReading(other, file_held), files.Copy(other, missing)}), 2);
   EXPECT_EQ(folder.Read("other\\inner"), "x");
-  EXPECT_EQ(files.Length(folder.CorePath("FILE"), length), 0);
+  ASSERT_EQ(files.OpenForReading(folder.CorePath("FILE"), file_held), 0);
+  EXPECT_EQ(file_held->Length(length), 0);
   EXPECT_EQ(length, 5);
 }
 
@@ -139,33 +146,90 @@ TEST_P(FilesContract, CopiesContentsAndKeepsTheMode) {
   EXPECT_EQ(folder.Read("from"), big);
 }
 
-TEST_P(FilesContract, WritesAndReads) {
-  const std::string path = folder.Write("file", "0123456789");
-  std::unique_ptr<FileWriter> writer;
-  ASSERT_EQ(files.OpenForWriting(path, writer), 0);
-  EXPECT_EQ(writer->Write("ab"), 0);
-  writer.reset();
-  EXPECT_EQ(folder.Read("file"), "0123456789");  // what wasn't closed is dropped
-  EXPECT_EQ(WriteFile(path, "ab"), 0);
-  EXPECT_EQ(files.Append(path, "\r\n"), 0);
-  EXPECT_EQ(folder.Read("file"), "ab23456789\r\n");
+TEST_P(FilesContract, NamesNewFilesWhenTheyAreWhole) {
+  const std::string path = folder.Write("file", "former");
+  std::unique_ptr<NewFile> file;
+  std::shared_ptr<OpenFile> stored, former;
+  ASSERT_EQ(files.OpenForReading(path, former), 0);
+  ASSERT_EQ(files.Create(path, file), 0);
+  EXPECT_EQ(file->Write("dropped"), 0);
+  file.reset();
+  EXPECT_EQ(folder.Read("file"), "former");
 
+  ASSERT_EQ(files.Create(path, file), 0);
   std::string expected;
-  ASSERT_EQ(files.OpenForWriting(folder.CorePath("big"), writer), 0);
   for (const std::size_t size : {1u, 65'535u, 1u, 200'000u, 65'536u, 7u}) {
     const std::string piece(size, static_cast<char>('a' + expected.size() % 26));
-    EXPECT_EQ(writer->Write(piece), 0);
+    EXPECT_EQ(file->Write(piece), 0);
     expected += piece;
   }
-  EXPECT_EQ(writer->Close(), 0);
-  EXPECT_EQ(writer->Close(), kInvalidHandle);
-  EXPECT_EQ(writer->Write("x"), kInvalidHandle);
+  EXPECT_EQ(folder.Read("file"), "former");
+  EXPECT_EQ(file->Commit(stored), 0);
+  EXPECT_EQ(CountOf(kInvalidHandle, {file->Commit(stored), file->Write("x")}), 2);
+  EXPECT_TRUE(folder.Read("file") == expected);
+  EXPECT_TRUE(stored->IsAt(folder.CorePath("FILE")));
+  EXPECT_FALSE(former->IsAt(path));
 
-  std::unique_ptr<FileReader> reader;
-  ASSERT_EQ(files.OpenForReading(folder.CorePath("BIG"), reader), 0);
+  // What is held stays what it is, whoever takes its name.
+  ASSERT_EQ(files.Delete(path), 0);
+  EXPECT_FALSE(stored->IsAt(path));
+  EXPECT_EQ(WriteFile(path, "another"), 0);
+  EXPECT_FALSE(stored->IsAt(path));
   std::string contents, chunk(8192, '\0');
-  for (std::size_t got = 1; got > 0; contents.append(chunk, 0, got)) ASSERT_EQ(reader->Read(chunk, got), 0);
+  for (std::size_t got = 1; got > 0; contents.append(chunk, 0, got)) {
+    ASSERT_EQ(stored->ReadAt(static_cast<std::int64_t>(contents.size()), chunk, got), 0);
+  }
   EXPECT_TRUE(contents == expected);
+  EXPECT_EQ(files.Append(path, "\r\n"), 0);
+  EXPECT_EQ(folder.Read("file"), "another\r\n");
+}
+
+// Others may have put things under names that the program writes to.
+TEST_P(FilesContract, WritesNothingThroughWhatOthersPlanted) {
+  const std::string victim = folder.Write("victim", "mine"), log = folder.CorePath("log");
+  const fs::path native = folder.NativePath("log"), target = folder.NativePath("victim");
+  const std::pair<const char*, std::function<void()>> plants[] = {
+      {"link",          [&] { fs::create_symlink(target, native); }  },
+      {"dangling link", [&] { fs::create_symlink("gone", native); }  },
+      {"second name",   [&] { fs::create_hard_link(target, native); }},
+      {"pipe",          [&] { mkfifo(native.c_str(), 0666); }        },
+      {"foreign file",  [&] { folder.Write("log", "theirs"); }       },
+  };
+  for (const auto& [name, plant] : plants) {
+    plant();
+    const bool is_foreign = folder.Has("log") && lchown(native.c_str(), 65534, 65534) == 0;  // root alone can do that
+    if (is_foreign || !fs::is_regular_file(fs::symlink_status(native)) || fs::hard_link_count(native) > 1) {
+      EXPECT_EQ(files.Append(log, "line"), kAccessDenied) << name;
+    }
+    EXPECT_EQ(WriteFile(log, "whole"), 0) << name;
+    fs::remove(native);
+    plant();
+    EXPECT_EQ(files.Copy(folder.Write("source", "whole"), log), 0) << name;
+    EXPECT_EQ(folder.Read("victim"), "mine") << name;
+    EXPECT_FALSE(folder.Has("gone"));
+    fs::remove(native);
+  }
+}
+
+TEST_P(FilesContract, GivesOthersNoMoreRightsThanTheUseAsksFor) {
+  const mode_t former = umask(0);
+  for (const mode_t mask : {0, 077}) {
+    umask(mask);
+    const std::pair<int, unsigned> rows[] = {
+        {files.MakeFolder(folder.CorePath("1"),     FolderUse::kUserAlone), 0700},
+        {files.MakeFolder(folder.CorePath("2"),     FolderUse::kEveryone),  0755},
+        {files.Append(folder.CorePath("3"),         "line"),                0600},
+        {files.MakeEmptyFile(folder.CorePath("4")), 0600                  },
+        {WriteFile(folder.CorePath("5"),                              "document"),                   0600    },
+    };
+    for (int i = 0; const auto& [code, mode] : rows) {
+      const fs::path made = folder.NativePath(std::to_string(++i));
+      EXPECT_EQ(code, 0) << i;
+      EXPECT_EQ(fs::status(made).permissions(), fs::perms(mode)) << i;
+      fs::remove(made);
+    }
+  }
+  umask(former);
 }
 
 // A limit on the size of files stands in for a full disk.
@@ -184,6 +248,20 @@ TEST_P(FilesContract, ReportsAFullDisk) {
   };
   EXPECT_EQ(AsOrdinaryUser(failures), 4);
   EXPECT_FALSE(folder.Has("copy"));
+  EXPECT_EQ(folder.Read("log"), "") << "half a line";
+  folder.Write("copy", "old");
+  fs::permissions(folder.NativePath("copy"), fs::perms(0666));
+  AsOrdinaryUser(failures);
+  EXPECT_EQ(folder.Read("copy"), "old") << "half a file under a final name";
+}
+
+TEST_P(FilesContract, CopiesInPlaceWhereTheFolderIsClosed) {
+  const std::string from = folder.Write("from", "new"), to = folder.Write("to", "longer than the new");
+  fs::permissions(folder.NativePath("to"), fs::perms(0666));
+  fs::permissions(folder.NativePath(), fs::perms(0555));
+  EXPECT_EQ(AsOrdinaryUser([&] { return files.Copy(from, to); }), 0);
+  EXPECT_EQ(folder.Read("to"), "new");
+  fs::permissions(folder.NativePath(), fs::perms(0755));
 }
 
 TEST_P(FilesContract, ReportsMissingRights) {
@@ -191,10 +269,10 @@ TEST_P(FilesContract, ReportsMissingRights) {
   fs::permissions(folder.NativePath(), fs::perms(0555));
   fs::permissions(folder.NativePath("file"), fs::perms(0));
   const auto refusals = [&] {
-    std::unique_ptr<FileReader> reader;
-    return CountOf(kAccessDenied, {files.Delete(file), files.Append(file, "x"), files.OpenForReading(file, reader),
-                                   files.MakeFolder(folder.CorePath("sub")), files.Rename(file, folder.CorePath("new")),
-                                   WriteFile(folder.CorePath("new"), "x")});
+    std::shared_ptr<OpenFile> held;
+    return CountOf(kAccessDenied, {files.Delete(file), files.Append(file, "x"), files.OpenForReading(file, held),
+                                   files.MakeFolder(folder.CorePath("sub"), FolderUse::kEveryone),
+                                   files.Rename(file, folder.CorePath("new")), WriteFile(folder.CorePath("new"), "x")});
   };
   EXPECT_EQ(AsOrdinaryUser(refusals), 6);
   fs::permissions(folder.NativePath(), fs::perms(0755));
@@ -222,10 +300,9 @@ TEST(Paths, DriveLettersNameNothingButTheFolderForTemporaryFiles) {
     EXPECT_EQ(mkdir(NativePath(path).c_str(), 0777), -1) << path;
   }
   const ScopedEnvironment environment("TMPDIR", folder.NativePath().string());
-  EXPECT_EQ(NativePath("c:\\Temp\\x"), folder.NativePath("x"));
-  EXPECT_EQ(NativePath("C:\\TEMP"), folder.NativePath());
-  const ScopedEnvironment broken("TMPDIR", "/no/such/folder");
-  EXPECT_EQ(NativePath("C:\\TEMP\\new"), "/tmp/new");
+  const fs::path own = folder.NativePath("tessaly-studio-" + std::to_string(geteuid()));
+  EXPECT_EQ(NativePath("c:\\Temp\\x"), own / "x");
+  EXPECT_EQ(NativePath("C:\\TEMP"), own);
 }
 
 }  // namespace

@@ -1,9 +1,16 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <fstream>
+#include <functional>
 #include <set>
 
 #include "base/text.h"
 #include "ports/system_codes.h"
+#include "posix/paths.h"
+#include "posix/posix_files.h"
 #include "posix/posix_folders.h"
 #include "support/ordinary_user.h"
 #include "support/scoped_environment.h"
@@ -46,8 +53,7 @@ TEST(Home, LiesInTheUsualPlaces) {
   Home home = HomeFrom({
       {"HOME",            "/u"                                },
       {"XDG_CONFIG_HOME", folder.NativePath("config").string()},
-      {"XDG_DATA_HOME",   "/data/"                            },
-      {"TMPDIR",          "/t"                                }
+      {"XDG_DATA_HOME",   "/data/"                            }
   });
   EXPECT_EQ(home.user_registry, folder.NativePath("config/tessaly-studio/user.sqlite"));
   EXPECT_EQ(home.machine_registry, "/var/lib/tessaly-studio/machine.sqlite");
@@ -57,7 +63,7 @@ TEST(Home, LiesInTheUsualPlaces) {
   EXPECT_EQ(home.app_data, "/data");
   EXPECT_EQ(home.common_app_data, "/var/lib/tessaly-studio/CommonAppData");
   EXPECT_EQ(home.own_common_app_data, "/data/tessaly-studio/CommonAppData");
-  EXPECT_EQ(home.temp, "/t");
+  EXPECT_TRUE(home.temp.empty());
 
   home = HomeFrom({
       {"HOME",          folder.NativePath("u").string()},
@@ -66,7 +72,6 @@ TEST(Home, LiesInTheUsualPlaces) {
   EXPECT_EQ(home.documents, folder.NativePath("u"));
   EXPECT_EQ(home.pictures, folder.NativePath("u/Pictures"));
   EXPECT_EQ(home.app_data, folder.NativePath("u/.local/share"));
-  EXPECT_EQ(home.temp, "/tmp");
 }
 
 TEST(Home, IsTheListedOneWithoutHome) {
@@ -89,25 +94,30 @@ TEST_F(FoldersContract, LieBelowOneFolder) {
   EXPECT_FALSE(folder.Has("home"));
 }
 
-TEST_F(FoldersContract, MakesEachFolderWhenAskedForIt) {
-  const std::pair<int, const char*> cases[] = {
-      {kCsidlPersonal,        "Documents"      },
-      {kCsidlAppData,         "AppData"        },
-      {kCsidlCommonAppData,   "CommonAppData"  },
-      {kCsidlProgramFiles,    "ProgramFiles"   },
-      {kCsidlMyPictures,      "Pictures"       },
-      {kCsidlCommonDocuments, "CommonDocuments"},
-      {kCsidlCommonPictures,  "CommonPictures" },
+TEST_F(FoldersContract, MakesEachFolderWhenAskedForItWithTheRightsOfItsUse) {
+  const std::tuple<int, const char*, unsigned> cases[] = {
+      {kCsidlPersonal,        "Documents",       0750},
+      {kCsidlAppData,         "AppData",         0700},
+      {kCsidlCommonAppData,   "CommonAppData",   0755},
+      {kCsidlProgramFiles,    "ProgramFiles",    0755},
+      {kCsidlMyPictures,      "Pictures",        0750},
+      {kCsidlCommonDocuments, "CommonDocuments", 0755},
+      {kCsidlCommonPictures,  "CommonPictures",  0755},
   };
-  for (int round = 0; round < 2; ++round) {
-    for (const auto& [csidl, last] : cases) {
+  const mode_t former = umask(0);
+  for (const mode_t mask : {0, 027}) {
+    umask(mask);
+    for (const auto& [csidl, last, mode] : cases) {
       const std::string name = std::string("home\\folders\\") + last;
       EXPECT_FALSE(folder.Has(name));
       EXPECT_EQ(FolderPath(folders, csidl), folder.CorePath(name));
-      EXPECT_TRUE(folder.Has(name));
+      const unsigned wanted = mode == 0750 && mask == 0 ? 0755 : mode;
+      EXPECT_EQ(fs::status(folder.NativePath(name)).permissions(), fs::perms(wanted)) << name << mask;
     }
+    EXPECT_EQ(fs::status(folder.NativePath("home")).permissions(), fs::perms(0700));
     fs::remove_all(folder.NativePath("home"));
   }
+  umask(former);
 }
 
 TEST_F(FoldersContract, TellsWhenThereIsNone) {
@@ -129,16 +139,33 @@ TEST_F(FoldersContract, GivesACommonFolderThatCanNotBeWrittenAsTheUsersOwn) {
   home.common_documents = folder.NativePath("machine/missing");
   home.own_common_app_data = folder.NativePath("own/a");
   home.own_common_documents = folder.NativePath("own/d");
-  folders = PosixFolders(home);
-  EXPECT_EQ(FolderPath(folders, kCsidlCommonAppData), folder.CorePath("machine\\there"));
+  PosixFolders machine(home);
+  EXPECT_EQ(FolderPath(machine, kCsidlCommonAppData), folder.CorePath("machine\\there"));
   for (const char* name : {"machine/there", "machine"}) fs::permissions(folder.NativePath(name), fs::perms(0555));
   const auto is_own = [&] {
-    return FolderPath(folders, kCsidlCommonAppData) == folder.CorePath("own\\a") &&
-           FolderPath(folders, kCsidlCommonDocuments) == folder.CorePath("own\\d");
+    return FolderPath(machine, kCsidlCommonAppData) == folder.CorePath("own\\a") &&
+           FolderPath(machine, kCsidlCommonDocuments) == folder.CorePath("own\\d");
   };
   EXPECT_EQ(AsOrdinaryUser(is_own), 1);
   EXPECT_TRUE(folder.Has("own\\a"));
   fs::permissions(folder.NativePath("machine"), fs::perms(0755));
+}
+
+TEST_F(FoldersContract, AFailureNamesNoOtherPlace) {
+  fs::permissions(folder.NativePath(), fs::perms(0777));
+  home.own_common_app_data = folder.NativePath("own");
+  const auto keep_their_places = [&] {
+    const rlimit none{3, 3};
+    setrlimit(RLIMIT_NOFILE, &none);
+    PosixFolders short_of_files(home);
+    return FolderPath(short_of_files, kCsidlAppData) == folder.CorePath("home\\folders\\AppData") &&
+           FolderPath(short_of_files, kCsidlCommonAppData) == folder.CorePath("home\\folders\\CommonAppData");
+  };
+  EXPECT_EQ(AsOrdinaryUser(keep_their_places), 1);
+  home.common_app_data = home.own_common_app_data = folder.NativePath("own/below");
+  folder.Write("own", "a file in its way");
+  PosixFolders blocked(home);
+  EXPECT_EQ(FolderPath(blocked, kCsidlCommonAppData), folder.CorePath("own\\below")) << "never no name";
 }
 
 TEST_F(FoldersContract, MakesTemporaryFiles) {
@@ -164,6 +191,93 @@ TEST_F(FoldersContract, MakesTemporaryFiles) {
   fs::create_directories(folder.NativePath("empty"));
   EXPECT_EQ(folders.GetTempFileName(folder.CorePath("empty"), "tsl", std::span(buffer).first(8)), 0u);
   EXPECT_TRUE(fs::is_empty(folder.NativePath("empty")));
+}
+
+// What others can write to holds nothing of the user's but a folder that is closed to them.
+TEST_F(FoldersContract, KeepsTemporaryFilesWhereOnlyTheUserWrites) {
+  const ScopedEnvironment environment("TMPDIR", folder.NativePath("shared").string());
+  const std::string name = "tessaly-studio-" + std::to_string(geteuid()), kept = folder.CorePath("shared\\" + name);
+  const fs::path native = folder.NativePath("shared") / name;
+  const auto temp_path = [this] {
+    PosixFolders process(home);
+    std::string buffer(2048, '\0');
+    buffer.resize(process.GetTempPath(buffer));
+    const fs::path made = Replace(buffer, "\\", "/");
+    const bool is_closed = buffer.empty() || fs::symlink_status(made.parent_path()).permissions() == fs::perms(0700);
+    return is_closed ? buffer : "open to others: " + buffer;
+  };
+  const auto share = [&] {
+    fs::remove_all(folder.NativePath("shared"));
+    fs::create_directories(folder.NativePath("shared"));
+    fs::permissions(folder.NativePath("shared"), fs::perms(01777));
+  };
+  home.temp.clear();
+  share();
+  for (int run = 0; run < 2; ++run) EXPECT_EQ(temp_path(), kept + "\\") << "all processes share it";
+  EXPECT_EQ(NativePath("C:\\TEMP\\x"), native / "x");
+
+  const std::function<void()> plants[] = {
+      [&] { fs::create_directory_symlink(folder.NativePath(), native); },
+      [&] { fs::create_directory(native), fs::permissions(native, fs::perms(0770)); },
+      [&] { folder.Write("shared\\" + name, "a file"); },
+  };
+  for (const auto& plant : plants) {
+    share();
+    plant();
+    const std::string other = temp_path();
+    EXPECT_TRUE(other.starts_with(folder.CorePath("shared\\tessaly-studio-"))) << other;
+    EXPECT_NE(other, kept + "\\");
+    EXPECT_FALSE(fs::exists(Replace(other, "\\", "/"))) << "empty, it goes with its process";
+    EXPECT_TRUE(NativePath("C:\\TEMP\\x").starts_with("/dev/null/"));
+  }
+
+  // A folder of the home's that others can write to is the same; where nothing can be made, there is none.
+  share();
+  home.temp = folder.NativePath("shared");
+  EXPECT_EQ(temp_path(), kept + "\\");
+  fs::permissions(folder.NativePath(), fs::perms(0755));
+  const auto has_none = [&] { return temp_path().empty() && NativePath("C:\\TEMP").starts_with("/dev/null/"); };
+  EXPECT_EQ(AsOrdinaryUser(has_none), 0) << "he makes one of his own";
+  fs::permissions(folder.NativePath("shared"), fs::perms(01555));
+  fs::remove_all(folder.NativePath("shared") / ("tessaly-studio-" + std::to_string(65534)));
+  EXPECT_EQ(AsOrdinaryUser(has_none), geteuid() == 0 ? 1 : 0);
+  fs::permissions(folder.NativePath("shared"), fs::perms(0777));
+  EXPECT_EQ(temp_path(), "") << "others could put their own in its place";
+}
+
+// To the core a backslash ends a folder; to the system it is a letter like any other, and names need not be text.
+TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
+  for (const std::string name : {"back\\slash", "\\", "\xFF\\\xEF\x81", "a\\\\\xEF"}) {
+    const fs::path root = folder.NativePath() / name;
+    PosixFolders odd(HomeFrom({
+        {"TSLY_HOME", root.string()}
+    }));
+    const std::string app_data = FolderPath(odd, kCsidlAppData);
+    EXPECT_EQ(NativePath(app_data), root / "folders/AppData");
+    std::string buffer(2048, '\0');
+    EXPECT_NE(odd.GetTempFileName(app_data, "tsl", buffer), 0u);
+    EXPECT_TRUE(fs::exists(NativePath(buffer.c_str()))) << buffer;
+    PosixFiles files;
+    std::vector<std::string> found;
+    std::ofstream(root / "folders/AppData/a\\b") << "x";
+    EXPECT_EQ(files.Find(app_data + "\\a*", found), 0);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(
+        files.Rename(app_data + "\\" + found[0], app_data + "\\" + "A" + found[0].substr(1, found[0].size() - 2) + "B"),
+        0);
+    EXPECT_TRUE(fs::exists(root / "folders/AppData/A\\B"));
+    EXPECT_EQ(odd.GetTempPath(buffer), CorePath(root.string() + "/temp/").size());
+  }
+  PosixFolders nameless(HomeFrom({
+      {"TSLY_HOME", folder.NativePath("\xEF\x81\x9C").string()}
+  }));
+  std::string buffer(2048, '\0');
+  EXPECT_EQ(FolderPath(nameless, kCsidlAppData), "code 3");
+  EXPECT_EQ(nameless.GetTempPath(buffer), 0u);
+  // Only this home's own folders were made.
+  for (const auto& entry : fs::directory_iterator(folder.NativePath())) {
+    EXPECT_TRUE(fs::exists(entry.path() / "folders/AppData")) << entry.path();
+  }
 }
 
 TEST_F(FoldersContract, FindsTheProgram) {

@@ -176,5 +176,24 @@ TEST_P(RegistryContract, RemovesValuesAndWholeTrees) {
   EXPECT_EQ(List(registry, kCurrentUser, "A\\B\\C"), "") << "nothing comes back";
 }
 
+TEST_P(RegistryContract, ChangesThatBelongTogetherLastAllOrNotAtAll) {
+  ASSERT_EQ(Set(registry, kCurrentUser, "K", "v", "1"), kSuccess);
+  for (const int code : {kDiskFull, kSuccess}) {
+    const int result = registry.Together([&] {
+      EXPECT_EQ(registry.DeleteTree(kCurrentUser, "K"), kSuccess);
+      for (const RegKey root : {kCurrentUser, kLocalMachine}) {
+        EXPECT_EQ(Set(registry, root, "L", "v", "2"), kSuccess);
+        EXPECT_EQ(Get(registry, root, "L", "v"), "2") << "seen at once";
+      }
+      return code;
+    });
+    EXPECT_EQ(result, code);
+    for (const RegKey root : {kCurrentUser, kLocalMachine}) {
+      EXPECT_EQ(Get(registry, root, "L", "v"), code == kSuccess ? "2" : "-");
+    }
+    EXPECT_EQ(Get(registry, kCurrentUser, "K", "v"), code == kSuccess ? "-" : "1");
+  }
+}
+
 }  // namespace
 }  // namespace tsly

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -59,6 +60,50 @@ int Wait(pid_t child) {
 
 unsigned Mode(const fs::path& file) { return static_cast<unsigned>(fs::status(file).permissions()); }
 
+// Lets one call that SQLite makes to the system fail.
+class SystemFault {
+ public:
+  // The `nth` one, from 1.
+  SystemFault(int nth, int error) {
+    left_ = nth;
+    error_ = error;
+    Put<0, int, const char*, int, int>("open");
+    Put<1, int, const char*, void*>("stat");
+    Put<2, int, int, void*>("fstat");
+    Put<3, int, int, int, void*>("fcntl");
+    Put<4, ssize_t, int, void*, size_t>("read");
+    Put<5, ssize_t, int, void*, size_t, off_t>("pread");
+    Put<6, ssize_t, int, void*, size_t, off_t>("pread64");
+    Put<7, ssize_t, int, const void*, size_t>("write");
+    Put<8, ssize_t, int, const void*, size_t, off_t>("pwrite");
+    Put<9, ssize_t, int, const void*, size_t, off_t>("pwrite64");
+    Put<10, int, int, off_t>("ftruncate");
+    Put<11, int, const char*>("unlink");
+  }
+  SystemFault(const SystemFault&) = delete;
+  SystemFault& operator=(const SystemFault&) = delete;
+  ~SystemFault() {
+    sqlite3_vfs* vfs = sqlite3_vfs_find(nullptr);
+    vfs->xSetSystemCall(vfs, nullptr, nullptr);
+  }
+  static bool Came() { return left_ <= 0; }
+
+ private:
+  template <int kPlace, typename Result, typename... Arguments>
+  void Put(const char* name) {
+    sqlite3_vfs* vfs = sqlite3_vfs_find(nullptr);
+    static const auto real = reinterpret_cast<Result (*)(Arguments...)>(vfs->xGetSystemCall(vfs, name));
+    Result (*hook)(Arguments...) = [](Arguments... arguments) -> Result {
+      if (--left_ != 0) return real(arguments...);
+      errno = error_;
+      return -1;
+    };
+    if (real != nullptr) vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(hook));
+  }
+
+  static inline int left_ = 0, error_ = 0;
+};
+
 class SqliteRegistryTest : public ::testing::Test {
  protected:
   // Open to every user, since some tests change to an ordinary one.
@@ -71,18 +116,27 @@ class SqliteRegistryTest : public ::testing::Test {
 
 TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfTheirKind) {
   const RegKey roots[] = {kCurrentUser, kLocalMachine, kClassesRoot};
-  const mode_t old = umask(0077);
-  {
+  for (const mode_t mask : {0077u, 0u}) {
+    for (const char* name : {"user", "machine"}) fs::remove_all(folder / name);
+    const mode_t old = umask(mask);
     SqliteRegistry registry(user_file, machine_file);
     for (const RegKey root : roots) EXPECT_EQ(Get(registry, root, root == kCurrentUser ? "" : "K", "v"), "-");
     EXPECT_TRUE(fs::is_empty(folder)) << "reading makes nothing";
-    for (const RegKey root : roots) EXPECT_EQ(Set(registry, root, "K", "v", std::to_string(root)), kSuccess);
+    const int code = registry.Together([&] {
+      for (const RegKey root : roots) EXPECT_EQ(Set(registry, root, "K", "v", std::to_string(root)), kSuccess);
+      EXPECT_EQ(Mode(user_file.native() + "-journal"), 0600u);
+      return kSuccess;
+    });
+    EXPECT_EQ(code, kSuccess);
+    umask(old);
+    EXPECT_EQ(Mode(user_file), 0600u);
+    for (fs::path above = user_file.parent_path(); above != folder; above = above.parent_path()) {
+      EXPECT_EQ(Mode(above), 0700u);
+    }
+    EXPECT_EQ(Mode(machine_file), 0644u);
+    EXPECT_EQ(Mode(machine_file.parent_path()), 0755u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(machine_file.parent_path()), {}), 1) << "nothing left beside it";
   }
-  umask(old);
-  EXPECT_EQ(Mode(user_file), 0600u);
-  EXPECT_EQ(Mode(machine_file), 0644u);
-  EXPECT_EQ(Mode(machine_file.parent_path()), 0755u);
-  EXPECT_EQ(std::distance(fs::directory_iterator(machine_file.parent_path()), {}), 1) << "nothing left beside it";
 
   SqliteRegistry registry(user_file, machine_file);
   for (const RegKey root : roots) EXPECT_EQ(Get(registry, root, "K", "v"), std::to_string(root));
@@ -167,18 +221,25 @@ TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
   ASSERT_EQ(sqlite3_open((folder / "foreign.sqlite").c_str(), &foreign), SQLITE_OK);
   ASSERT_EQ(sqlite3_exec(foreign, "CREATE TABLE mine(x)", nullptr, nullptr, nullptr), SQLITE_OK);
   sqlite3_close(foreign);
-  const std::string whole = temporary.Read("whole.sqlite");
-  std::string later_format = whole;
-  later_format[63] = 2;  // the last byte of the user version
-  for (const std::string& content : {temporary.Read("foreign.sqlite"), std::string("no database"),
-                                     std::string(100000, '\0'), whole.substr(0, 5000), "?" + whole, later_format}) {
+  const std::string whole = temporary.Read("whole.sqlite"), other = temporary.Read("foreign.sqlite");
+  const auto with = [](std::string file, std::size_t at, char byte) { return file.replace(at, 1, 1, byte); };
+  constexpr std::size_t kUserVersion = 63, kFirstPageKind = 100, kPage = 4096;
+  // A file with its write-ahead log on: to be read, it needs another file beside it.
+  const std::string logged = with(with(with(other, 18, 2), 19, 2), kUserVersion, 2);
+  int row = 0;
+  for (const std::string& content :
+       {other, with(other, kUserVersion, 1), with(other, kUserVersion, 2), with(whole, kUserVersion, 1),
+        with(whole, kUserVersion, 3), with(whole, kFirstPageKind, 99), with(whole, kPage, 99),
+        Replace(whole, "vals(", "vols("), Replace(whole, "deleted INT", "dileted INT"), logged,
+        std::string("no database"), std::string(100000, '\0'), whole.substr(0, 5000), "?" + whole}) {
+    SCOPED_TRACE(row++);
     for (const char* file : {kUserFile, kMachineFile}) temporary.Write(file, content);
     SqliteRegistry registry(user_file, machine_file);
     for (const RegKey root : {kCurrentUser, kLocalMachine}) {
-      EXPECT_EQ(Get(registry, root, "a", "v"), "code 1009") << content.substr(0, 20);
+      EXPECT_EQ(Get(registry, root, "a", "v"), "code 1009");
       EXPECT_EQ(Set(registry, root, "a", "v", "new"), kRegistryCorrupt);
     }
-    for (const char* file : {kUserFile, kMachineFile}) EXPECT_EQ(temporary.Read(file), content);
+    for (const char* file : {kUserFile, kMachineFile}) EXPECT_TRUE(temporary.Read(file) == content);
   }
   SqliteRegistry beside(user_file, folder / "other.sqlite");
   EXPECT_EQ(Set(beside, kLocalMachine, "K", "v", "1"), kSuccess) << "each file for itself";
@@ -233,15 +294,13 @@ class RegistryOverlay : public SqliteRegistryTest {
 };
 
 TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
-  // The administrator writes (a), with another type (t), or sees (A); the user writes (u), having the right to after
-  // all (r), or sees (U). "-" is no value.
+  // The administrator writes (a), with another type (t), deletes the key (d), or sees (A); the user writes (u), having
+  // the right to after all (r), or sees (U). "-" is no value.
   for (const std::string row : {
            "a1 u2 A1 U2 a1 U2 a3 U3 a1 U1",  // the former value doesn't bring the user's back
-           "a1 u2 a- U-",
-           "u2 A- U2 a3 U3",
-           "a1 u- A1 U- a1 U- a3 U3",
-           "a1 u2 t1 U1",
-           "a1 u2 r1 U1 A1",
+           "a1 u2 a- U-", "u2 A- U2 a3 U3", "a1 u- A1 U- a1 U- a3 U3", "a1 u2 t1 U1", "a1 u2 r1 U1 A1",
+           "a1 u2 a1 U2",                                                                         // no change
+           "a1 u2 a3 a1 U1", "a1 u- a3 a1 U1", "u2 a3 a- U-", "a1 u2 a- a1 U1", "a1 u2 d a1 U1",  // nobody looked
        }) {
     SCOPED_TRACE(row);
     const std::string path = "K\\" + row;
@@ -256,6 +315,7 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
       const std::string data = step.substr(1);
       int code = kSuccess;
       if (step[0] == 'a') code = Change(admin, path, data);
+      if (step[0] == 'd') code = admin.DeleteTree(kLocalMachine, path);
       if (step[0] == 't') code = Change(admin, path, data, kRegExpandSz);
       if (step[0] == 'r') code = Change(user, path, data);
       if (step[0] == 'u') AsUser([&] { code = Change(user, path, data); });
@@ -272,6 +332,90 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
       EXPECT_EQ(Change(later, path, "-"), kFileNotFound);
     });
   }
+}
+
+TEST_F(RegistryOverlay, AFaultOfTheSystemIsNoAnswerAndLosesNothing) {
+  const std::string large(30000, 'x');  // several pages
+  ASSERT_EQ(Change(admin, "K", "machine's"), kSuccess);
+  AsUser([&] {
+    ASSERT_EQ(Change(user, "K", "mine"), kSuccess);
+    ASSERT_EQ(Set(user, kCurrentUser, "K", "v", "0"), kSuccess);
+    ASSERT_EQ(Set(user, kCurrentUser, "K", "large", large), kSuccess);
+  });
+  // Most of these pages are read only when the whole file is written anew.
+  for (const char* path : {"A", "B", "C", "K"}) ASSERT_EQ(Set(admin, kLocalMachine, path, "large", large), kSuccess);
+  for (const int error : {EIO, EACCES, EMFILE, ENOMEM, ENOLCK, EINTR}) {
+    bool came = true;
+    for (int nth = 1; came; ++nth) {
+      SqliteRegistry reader(own, machine_file);
+      std::string current_user, local_machine;
+      {
+        const SystemFault fault(nth, error);
+        current_user = Get(reader, kCurrentUser, "K", "v");
+        local_machine = Get(reader, kLocalMachine, "K", "v");
+        came = SystemFault::Came();
+      }
+      EXPECT_TRUE(current_user == "0" || current_user.starts_with("code "))
+          << current_user << " after " << nth << " with " << error;
+      EXPECT_TRUE(local_machine == "mine" || local_machine.starts_with("code "))
+          << local_machine << " after " << nth << " with " << error;
+      EXPECT_EQ(Get(reader, kCurrentUser, "K", "v"), "0");
+      EXPECT_EQ(Get(reader, kLocalMachine, "K", "v"), "mine");
+    }
+  }
+  for (const RegKey root : {kCurrentUser, kLocalMachine}) {
+    std::string last = root == kCurrentUser ? "0" : "machine's";
+    for (const int error : {EIO, ENOSPC}) {
+      bool came = true;
+      for (int nth = 1; came; ++nth) {
+        const std::string next = std::to_string(error) + " " + std::to_string(nth);
+        int code = kSuccess;
+        {
+          SqliteRegistry writer(own, machine_file);
+          const SystemFault fault(nth, error);
+          code = Set(writer, root, "K", "v", next);
+          Set(writer, root, "new with " + next, "v", next);
+          came = SystemFault::Came();
+        }
+        SqliteRegistry reader(own, machine_file);
+        const std::string now = Get(root == kCurrentUser ? reader : admin, root, "K", "v");
+        EXPECT_TRUE(now == next || (code != kSuccess && now == last)) << now << code << " for " << next;
+        EXPECT_TRUE(root != kCurrentUser || (now == next) == (code == kSuccess)) << now << code << " for " << next;
+        EXPECT_TRUE(Get(reader, root, "K", "large") == large) << next;
+        for (const char* path : {"A", "B", "C"})
+          EXPECT_TRUE(Get(reader, kLocalMachine, path, "large") == large) << next;
+        last = now;
+      }
+    }
+  }
+}
+
+TEST_F(RegistryOverlay, FilesOfTheFormerVersionAreReadAndBroughtUpAtTheFirstWrite) {
+  constexpr char kFormer[] =
+      "CREATE TABLE keys(parent TEXT, folded TEXT, name TEXT NOT NULL, deleted INTEGER NOT NULL,"
+      " PRIMARY KEY(parent, folded)) WITHOUT ROWID;"
+      "CREATE TABLE vals(key TEXT, folded TEXT, name TEXT NOT NULL, type INTEGER, data BLOB, base_type INTEGER,"
+      " base_data BLOB, PRIMARY KEY(key, folded)) WITHOUT ROWID;"
+      "PRAGMA user_version = 1;"
+      "INSERT INTO keys VALUES('hklm', 'k', 'K', 0);"
+      "INSERT INTO vals VALUES('hklm\\k', 'v', 'v', 1, x'31', NULL, NULL), ('~hklm\\k', 'v', 'v', 1, x'32', 1, x'31')";
+  fs::create_directories(machine_file.parent_path());
+  for (const fs::path& file : {own, machine_file}) {
+    sqlite3* former = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &former), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(former, kFormer, nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(former);
+  }
+  chmod(own.c_str(), 0666);
+  SqliteRegistry watcher(own, machine_file);
+  const auto see = [&](const std::string& data) { EXPECT_EQ(Get(watcher, kLocalMachine, "K", "v"), data); };
+  see("2");
+  ASSERT_EQ(Set(admin, kLocalMachine, "K", "w", "1"), kSuccess);
+  see("2");
+  AsUser([&] { ASSERT_EQ(Change(user, "K", "3"), kSuccess); });
+  see("3");
+  for (const char* data : {"4", "1"}) ASSERT_EQ(Change(admin, "K", data), kSuccess);
+  see("1");
 }
 
 TEST_F(RegistryOverlay, WhatTheMachineTakesCountsThere) {

@@ -1,17 +1,23 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <ctime>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <utility>
 
 #include "posix/archive_unzip.h"
+#include "posix/posix_files.h"
 #include "posix/unpack_target.h"
 #include "support/ordinary_user.h"
 #include "support/recording_unzip.h"
@@ -24,46 +30,81 @@ bool renames_are_hard = false;
 
 // The call to fail, counted from 0, of those that change or read a disk; none while it is negative.
 int failing_call = -1;
+enum class Mode { kOnce, kFromThenOn, kKilled } mode = Mode::kOnce;
 int failure = 0;
 const char* failed_call = nullptr;
+std::string calls;  // 'w'rite, 'n'ame, 's'ync: those that must keep their order
 
-bool Fails(const char* call) {
+// Sees what is called next, until it returns true; what it calls itself it doesn't see.
+std::function<bool(std::string_view)> on_call;
+bool time_is_virtual = false;
+
+bool Fails(const char* call, char noted = 0) {
+  if (on_call) {
+    auto seeing = std::exchange(on_call, nullptr);
+    if (!seeing(call)) on_call = std::move(seeing);
+  }
+  if (noted != 0) calls += noted;
   if (failing_call < 0 || failing_call-- > 0) return false;
+  if (mode == Mode::kKilled) _exit(9);
+  if (mode == Mode::kFromThenOn) failing_call = 0;
   failed_call = call;
   errno = failure;
   return true;
 }
 
+template <typename... Arguments>
+int Call(long number, Arguments... arguments) {
+  return static_cast<int>(syscall(number, arguments...));
+}
+
 }  // namespace
 
 // The system's calls, as the program finds them.
-extern "C" int renameat2(int from, const char* old_name, int to, const char* new_name, unsigned flags) noexcept {
-  if (Fails("rename")) return -1;
-  if (renames_are_hard && (flags != 0 || from == to)) return errno = EINVAL, -1;
-  return static_cast<int>(syscall(SYS_renameat2, from, old_name, to, new_name, flags));
-}
-extern "C" int renameat(int from, const char* old_name, int to, const char* new_name) noexcept {
-  return renameat2(from, old_name, to, new_name, 0);
-}
+extern "C" {
 
-extern "C" int openat(int folder, const char* name, int flags, ...) {
+int renameat2(int from, const char* old_name, int to, const char* new_name, unsigned flags) noexcept {
+  if (Fails("rename", 'n')) return -1;
+  if (renames_are_hard && (flags != 0 || from == to)) return errno = EINVAL, -1;
+  return Call(SYS_renameat2, from, old_name, to, new_name, flags);
+}
+int renameat(int from, const char* name, int to, const char* other) noexcept {
+  return renameat2(from, name, to, other, 0);
+}
+int openat(int folder, const char* name, int flags, ...) {
   va_list rest;
   va_start(rest, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  const mode_t rights = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
-  if ((flags & O_CREAT) != 0 && Fails("openat")) return -1;
-  return static_cast<int>(syscall(SYS_openat, folder, name, flags, mode));
+  return Fails("openat") ? -1 : Call(SYS_openat, folder, name, flags, rights);
 }
-extern "C" ssize_t write(int file, const void* bytes, std::size_t length) {
-  return Fails("write") ? -1 : syscall(SYS_write, file, bytes, length);
+ssize_t write(int file, const void* bytes, std::size_t length) {
+  return Fails("write", 'w') ? -1 : Call(SYS_write, file, bytes, length);
 }
-extern "C" ssize_t read(int file, void* bytes, std::size_t length) {
-  return Fails("read") ? -1 : syscall(SYS_read, file, bytes, length);
+ssize_t pread(int file, void* bytes, std::size_t length, off_t at) {
+  return Fails("pread") ? -1 : Call(SYS_pread64, file, bytes, length, at);
 }
-extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
-  return Fails("mkdirat") ? -1 : static_cast<int>(syscall(SYS_mkdirat, folder, name, mode));
+int mkdirat(int at, const char* name, mode_t rights) noexcept {
+  return Fails("mkdirat", 'n') ? -1 : Call(SYS_mkdirat, at, name, rights);
 }
-extern "C" int syncfs(int file) noexcept { return Fails("syncfs") ? -1 : static_cast<int>(syscall(SYS_syncfs, file)); }
+int unlinkat(int at, const char* name, int flags) noexcept {
+  return Fails("unlinkat") ? -1 : Call(SYS_unlinkat, at, name, flags);
+}
+int fstatat(int at, const char* name, struct stat* status, int flags) noexcept {
+  return Fails("fstatat") ? -1 : Call(SYS_newfstatat, at, name, status, flags);
+}
+int fchmodat(int at, const char* name, mode_t rights, int) noexcept {
+  return Fails("fchmodat") ? -1 : Call(SYS_fchmodat, at, name, rights);
+}
+int fstat(int file, struct stat* status) noexcept { return Fails("fstat") ? -1 : Call(SYS_fstat, file, status); }
+int flock(int file, int operation) noexcept { return Fails("flock") ? -1 : Call(SYS_flock, file, operation); }
+int nanosleep(const timespec* length, timespec* rest) {
+  if (!time_is_virtual) return Call(SYS_nanosleep, length, rest);
+  return Fails("nanosleep") ? -1 : 0;
+}
+int syncfs(int) noexcept { return Fails("syncfs", 's') ? -1 : 0; }  // the test sees when, the disk is spared
+
+}  // extern "C"
 
 namespace tsly {
 namespace {
@@ -107,18 +148,20 @@ class ArchiveUnzipTest : public testing::Test {
  protected:
   void Pack(const auto&... entries) { home_.Write("pack.zip", Zip({entries...})); }
   UnzipResult Extract(const std::string& archive = "pack.zip", const std::string& folder = "target", bool keep = true,
-                      bool replace = true) {
-    unzip_ = factory_->Create();
-    EXPECT_EQ(unzip_->FailureText(), "");
-    EXPECT_FALSE(unzip_->SetArchiveFile(home_.CorePath(archive)));
-    EXPECT_FALSE(!folder.empty() && unzip_->SetExtractFolder(home_.CorePath(folder) + "\\"));
-    EXPECT_FALSE(unzip_->SetExtractOptionA(keep));
-    EXPECT_FALSE(unzip_->SetExtractOptionB(replace));
+                      bool replace = true, std::shared_ptr<OpenFile> file = nullptr) {
+    auto unzip = factory_->Create();
+    EXPECT_EQ(unzip->FailureText(), "");
+    if (!file) PosixFiles().OpenForReading(home_.CorePath(archive), file);
+    EXPECT_FALSE(unzip->SetArchiveFile(home_.CorePath(archive), file));
+    EXPECT_FALSE(!folder.empty() && unzip->SetExtractFolder(folder == "\\" ? folder : home_.CorePath(folder) + "\\"));
+    EXPECT_FALSE(unzip->SetExtractOptionA(keep));
+    EXPECT_FALSE(unzip->SetExtractOptionB(replace));
     std::string first = "1", second = "2";
     std::int32_t result = -1;
-    EXPECT_FALSE(unzip_->Extract(first, second, result));
+    EXPECT_FALSE(unzip->Extract(first, second, result));
     EXPECT_EQ(first + second, "12");
-    EXPECT_EQ(unzip_->FailureText().empty(), result == 0) << unzip_->FailureText();
+    EXPECT_EQ(unzip->FailureText().empty(), result == 0) << unzip->FailureText();
+    unzip_ = std::move(unzip);
     return static_cast<UnzipResult>(result);
   }
 
@@ -153,11 +196,14 @@ TEST_F(ArchiveUnzipTest, UnpacksWhatTheZipToolPacked) {
                             .c_str()),
             0);
 
+  const mode_t mask = umask(077);
   EXPECT_EQ(Extract("pack.zip", "new/target"), kDone);
+  umask(mask);
   EXPECT_EQ(TreeOf("new/target"), TreeOf("in"));
   EXPECT_EQ(TreeOf("new").size(), TreeOf("in").size() + 1) << "nothing of the staging folder is left";
-  EXPECT_EQ(RightsOf("new/target/bin/tool") & 07111U, 0111U);
-  EXPECT_EQ(RightsOf("new/target/readme.txt") & 07111U, 0U);
+  for (const char* name : {"new", "new/target", "new/target/bin", "new/target/bin/tool"})
+    EXPECT_EQ(RightsOf(name), 0755U);
+  EXPECT_EQ(RightsOf("new/target/readme.txt"), 0644U);
   EXPECT_EQ(std::filesystem::last_write_time(home_.NativePath("new/target/readme.txt")),
             std::filesystem::last_write_time(home_.NativePath("in/readme.txt")));
 }
@@ -194,33 +240,167 @@ TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
   EXPECT_EQ(Extract("missing.zip"), kCannotOpen);
   Pack(Raw{"./", "", 040755});
   EXPECT_EQ(Extract("pack.zip", "new"), kDone);
-  EXPECT_TRUE(std::filesystem::is_directory(home_.NativePath("new")));
+  EXPECT_EQ(Extract("pack.zip", "\\"), kCannotWrite) << "no pack is for the root of all folders";
+  Pack();
+  EXPECT_EQ(Extract("pack.zip", "empty/new"), kDone);
+  EXPECT_TRUE(std::filesystem::is_empty(home_.NativePath("new")) &&
+              std::filesystem::is_empty(home_.NativePath("empty/new")));
   EXPECT_EQ(Extract("pack.zip", "target/old/below"), kInTheWay);
 }
 
-TEST_F(ArchiveUnzipTest, AFaultOfTheDiskAnywhereChangesNothing) {
-  Pack(Raw{"a/b/first", std::string(300'000, '1')}, Raw{"old", "2"}, Raw{"z/last", "3"});
-  std::map<std::string, int> failed;
-  for (const int error : {ENOSPC, EIO}) {
+TEST_F(ArchiveUnzipTest, AFaultOfTheDiskOrAnEndAnywhereLeavesAllOrNothing) {
+  Pack(Raw{"a/first", std::string(140'000, '1')}, Raw{"old", "2"});
+  const auto begin = [this] {
     std::filesystem::remove_all(home_.NativePath("target"));
     home_.Write("target/old", "old");
-    const Tree before = TreeOf();
-    failure = error;
-    for (int n = 0;; ++n) {
-      failing_call = n;
-      failed_call = nullptr;
-      const UnzipResult result = Extract();
-      failing_call = -1;
-      if (failed_call == nullptr) break;
-      ++failed[failed_call];
-      EXPECT_NE(result, kDone) << failed_call << " " << n;
-      const bool says_so = error == ENOSPC && std::string(failed_call) != "read";
-      EXPECT_TRUE(!says_so || result == kDiskFull) << failed_call << " " << n;
-      EXPECT_EQ(TreeOf(), before) << unzip_->FailureText();
+    chmod(home_.NativePath("target/old").c_str(), 0750);
+  };
+  begin();
+  const Tree before = TreeOf();
+  EXPECT_EQ(Extract(), kDone);
+  const Tree after = TreeOf();
+  const auto without_staging = [](Tree tree) {
+    std::erase_if(tree, [](const auto& entry) { return entry.first.find("/.tsly-unpack-") != std::string::npos; });
+    return tree;
+  };
+
+  std::map<std::string, int> failed;
+  const auto fault_at = [&](int n) {
+    begin();
+    SCOPED_TRACE(testing::Message() << "call " << n << ", error " << failure << ", mode " << static_cast<int>(mode));
+    calls.clear();
+    failed_call = nullptr;
+    failing_call = n;
+    const pid_t child = mode == Mode::kKilled ? fork() : -1;
+    const UnzipResult result = child > 0 ? kDone : Extract();
+    if (child == 0) _exit(0);
+    failing_call = -1;
+    int status = 0;
+    EXPECT_TRUE(child < 0 || waitpid(child, &status, 0) == child);
+    const std::string at = failed_call == nullptr ? "" : failed_call;
+    ++failed[at];
+    const Tree now = TreeOf();
+    const bool holds_old = std::ranges::any_of(now, [](const auto& entry) { return entry.second == "old"; });
+    const std::string old = now.contains("target/old") ? now.at("target/old") : "";
+    const Tree done = mode == Mode::kOnce ? now : without_staging(now);
+    EXPECT_TRUE(child > 0 || result != kDone || done == after) << at;
+    const Tree but_staging = at == "flock" || at == "openat" ? now : without_staging(now);
+    EXPECT_TRUE(child > 0 || result == kDone || mode == Mode::kFromThenOn || but_staging == before) << at;
+    EXPECT_TRUE(at != "syncfs" || result != kDone) << "what isn't on the disk isn't done";
+    EXPECT_TRUE(child > 0 || result == kDone || holds_old) << at << unzip_->FailureText();
+    EXPECT_TRUE(old == "old" || old == "2" || (renames_are_hard && old.empty() && holds_old)) << old;
+    if (at == "write" || at == "rename") {
+      EXPECT_EQ(result == kDiskFull, failure == ENOSPC && result != kDone);
+      const bool is_far = failure == EXDEV && result != kDone && at == "rename";
+      EXPECT_EQ(unzip_->FailureText().find("on another disk") != std::string::npos, is_far);
     }
-    EXPECT_EQ(TreeOf()["target/old"], "2") << "no fault any more";
+
+    EXPECT_EQ(Extract(), kDone);
+    Tree again = TreeOf();
+    const auto kept = std::erase_if(again, [](const auto& entry) {
+      return entry.first.find("/.tsly-former-") != std::string::npos || entry.second == "old" ||
+             (renames_are_hard && entry.first.find("/.tsly-unpack-") != std::string::npos);
+    });
+    EXPECT_EQ(again, after);
+    EXPECT_TRUE(kept == 0 || mode == Mode::kFromThenOn || renames_are_hard) << kept;
+    EXPECT_EQ(RightsOf("target/old"), old.empty() ? 0644U : 0750U);
+    return failed_call != nullptr || status != 0;
+  };
+  const auto fault_at_each_call = [&] {
+    for (int n = 0; fault_at(n); ++n) continue;
+  };
+  for (const int error : {EINTR, ENOSPC, EXDEV}) failure = error, fault_at_each_call();
+  failure = EIO;
+  for (const bool hard : {false, true}) {
+    renames_are_hard = hard;
+    for (const Mode each : {Mode::kFromThenOn, Mode::kKilled}) mode = each, fault_at_each_call();
   }
-  for (const char* c : {"read", "write", "openat", "mkdirat", "rename", "syncfs"}) EXPECT_GT(failed[c], 1) << c;
+  renames_are_hard = false;
+  for (const char* c : {"pread", "write", "mkdirat", "rename", "syncfs", "flock"}) EXPECT_GT(failed[c], 1) << c;
+
+  calls.clear();
+  EXPECT_EQ(Extract("pack.zip", "new"), kDone);
+  calls.erase(std::ranges::unique(calls).begin(), calls.end());
+  EXPECT_EQ(calls, "nwsns") << "contents are on the disk before they get their names, names before success is reported";
+}
+
+TEST_F(ArchiveUnzipTest, TwoProcessesTakeTurnsInOneTarget) {
+  home_.Write("target/sub/x", "old");
+  Pack(Raw{"sub/x", "1"}, Raw{"sub/y", "1"}, Raw{"sub/z", "1"});
+  home_.Write("second.zip", Zip({
+                                Raw{"x",     "2"},
+                                Raw{"y",     "2"},
+                                Raw{"sub/x", "2"}
+  }));
+  const Tree before = TreeOf();
+  mode = Mode::kOnce;
+  failure = EIO;
+  time_is_virtual = true;
+  UnzipResult second = kDone;
+  // The second process comes when all of the first one's files are in place, then the first one fails.
+  const auto extract_with_second_in = [&](const std::string& folder) {
+    on_call = [this, folder, &second, syncs = 0](std::string_view call) mutable {
+      if (call != "syncfs" || ++syncs < 2) return false;
+      second = Extract("second.zip", folder);
+      EXPECT_EQ(unzip_->FailureText().find("another program is unpacking into it") != std::string::npos,
+                second != kDone);
+      failing_call = 0;
+      return true;
+    };
+    return Extract();
+  };
+  EXPECT_EQ(extract_with_second_in("target"), kCannotWrite);
+  EXPECT_EQ(second, kCannotWrite);
+  EXPECT_EQ(TreeOf(), before);
+  EXPECT_EQ(extract_with_second_in("target/sub"), kCannotWrite);
+  EXPECT_EQ(second, kDone);
+  const Tree of_second{
+      {"sub",   "/"},
+      {"sub/x", "2"},
+      {"x",     "2"},
+      {"y",     "2"}
+  };
+  EXPECT_EQ(TreeOf("target/sub"), of_second);
+
+  Descriptor locked(open(home_.NativePath("target").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  EXPECT_EQ(flock(locked.Get(), LOCK_EX), 0);
+  on_call = [&](std::string_view call) { return call == "nanosleep" && (locked = Descriptor(), true); };
+  EXPECT_EQ(Extract(), kDone);
+  EXPECT_EQ(home_.Read("target/sub/x"), "1");
+  time_is_virtual = false;
+}
+
+TEST_F(ArchiveUnzipTest, StagingThatAKilledProcessLeftIsRemoved) {
+  Pack(Raw{"x", "1"});
+  const auto leave = [this](const char* file, mode_t rights) {
+    home_.Write(file, "of somebody else");
+    chmod(home_.NativePath(file).parent_path().c_str(), rights);
+  };
+  leave("target/.tsly-unpack-live/0", 0700);
+  leave("target/.tsly-unpack-dead/0", 0700);
+  leave("target/.tsly-unpack-only-copy/0.former", 0700);
+  leave("target/.tsly-unpack-not-ours/0", 0755);
+  Descriptor locked(open(home_.NativePath("target/.tsly-unpack-live").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  EXPECT_EQ(flock(locked.Get(), LOCK_EX), 0);
+  EXPECT_EQ(Extract(), kDone);
+  EXPECT_FALSE(home_.Has("target/.tsly-unpack-dead"));
+  EXPECT_TRUE(home_.Has("target/.tsly-unpack-live/0") && home_.Has("target/.tsly-unpack-not-ours/0") &&
+              home_.Has("target/.tsly-unpack-only-copy/0.former"));
+  locked = Descriptor();
+  EXPECT_EQ(Extract(), kDone);
+  EXPECT_FALSE(home_.Has("target/.tsly-unpack-live"));
+}
+
+TEST_F(ArchiveUnzipTest, UnpacksTheFileThatIsHeldOpen) {
+  for (const bool is_replaced : {true, false}) {
+    Pack(Raw{"x", "verified"});
+    std::shared_ptr<OpenFile> held;
+    EXPECT_EQ(PosixFiles().OpenForReading(home_.CorePath("pack.zip"), held), 0);
+    std::filesystem::remove(home_.NativePath("pack.zip"));
+    if (is_replaced) Pack(Raw{"x", "swapped!"});
+    EXPECT_EQ(Extract("pack.zip", "target", true, true, held), kDone);
+    EXPECT_EQ(home_.Read("target/x"), "verified");
+  }
 }
 
 TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
@@ -245,7 +425,7 @@ TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
   EXPECT_EQ(waitpid(running, nullptr, 0), running);
 }
 
-TEST_F(ArchiveUnzipTest, TellsMissingRightsAndTheTextForThem) {
+TEST_F(ArchiveUnzipTest, ReportsMissingRightsAndTheTextForThem) {
   Pack(Raw{"x", "1"});
   home_.Write("target/x", "mine");
   chmod(home_.NativePath().c_str(), 0755);
@@ -268,13 +448,19 @@ TEST_F(ArchiveUnzipTest, TheRecordingComponentLooksTheSameToACaller) {
   EXPECT_EQ(Extract(), UnzipResult{7});
 }
 
-TEST(FolderChain, RemovesWhatItMadeWhenSomebodyElseRemovedSomeOfIt) {
+TEST(FolderChain, RemovesWhatItMadeWhileSomebodyElseMakesAndRemovesSomeOfIt) {
   const TempFolder folder;
   FolderChain chain(Descriptor(open(folder.NativePath().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
+  on_call = [&](std::string_view call) {
+    return call == "mkdirat" && std::filesystem::create_directory(folder.NativePath("of-another"));
+  };
+  EXPECT_EQ(chain.Enter("of-another/"), 0);
   EXPECT_EQ(chain.Enter("a/b/c/"), 0);
   EXPECT_EQ(chain.Enter(""), 0);
   std::filesystem::remove_all(folder.NativePath("a"));
-  EXPECT_EQ(chain.RemoveMade(), ENOENT);
+  chain.RemoveMade();
+  EXPECT_TRUE(folder.Has("of-another"));
+  EXPECT_EQ(std::filesystem::remove_all(folder.NativePath("of-another")), 1U);
   EXPECT_TRUE(std::filesystem::is_empty(folder.NativePath()));
 }
 

@@ -62,11 +62,26 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
 }
 
 TEST(Download, ALeftOverListIsNotOfferedInPlaceOfOneThatNeverCame) {
-  HeadlessApp app("/showupdates");
-  app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);
-  app.StartWith({Failed(kNameNotResolved, "No such name.")}, {kAnswerOk});
-  EXPECT_EQ(app.toolkit.messages.at(0).style, kIconInformation);
-  EXPECT_FALSE(app.controls().picStep200.Visible());
+  const struct {
+    Answer answer;
+    FileCall refused;
+  } kCases[] = {
+      {Failed(kNameNotResolved, "No such name."), FileCall::kCopy},
+      {Failed(kNameNotResolved,                       "No such name."),                 FileCall::kDelete},
+      {Received("[Versions]\r\nB=1\r\n"),      FileCall::kCreate     },
+      {Received("[Versions]\r\nB=1\r\n"), FileCall::kWrite           },
+      {Received("[Versions]\r\nB=1\r\n"),       FileCall::kCommit           },
+  };
+  for (const auto& row : kCases) {
+    HeadlessApp app("/showupdates");
+    app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);
+    app.files.failures.push_back({row.refused, 0, 5});
+    if (row.refused != FileCall::kDelete && row.refused != FileCall::kCopy)
+      app.files.failures.push_back({FileCall::kDelete, 0, 5});
+    app.StartWith({row.answer}, {kAnswerOk});
+    EXPECT_EQ(app.toolkit.messages.at(0).style, kIconInformation);
+    EXPECT_FALSE(app.controls().picStep200.Visible());
+  }
 }
 
 TEST(Download, AnEndedTransferKeepsItsOutcome) {
@@ -86,12 +101,42 @@ TEST(Download, AnEndedTransferKeepsItsOutcome) {
   EXPECT_TRUE(app.Log().ends_with("StateChanged: State = None\n"));
 }
 
-TEST(Download, AReadThatFailsEndsTheWriting) {
-  HeadlessApp app("/showupdates");
-  app.transfer.chunk_fault_after = 1;
-  app.StartWith({Received(kOnePack + std::string(5000, ';'))});
-  EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini").size(), 1024u);
-  EXPECT_TRUE(app.controls().picStep200.Visible());
+TEST(Download, NothingIsConcludedFromAListThatWasNotReadWhole) {
+  for (const bool response : {true, false}) {  // or the file that it was stored in
+    HeadlessApp app("/showupdates");
+    if (response) {
+      app.transfer.chunk_fault_after = 1;
+    } else {
+      app.files.failures.push_back({FileCall::kRead, 0, 30});
+    }
+    app.StartWith({Received(kOnePack + std::string(5000, ';'))}, {kAnswerOk});
+    const std::size_t size = app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini").size();
+    EXPECT_EQ(size, response ? 1024u : kOnePack.size() + 5000) << "what was written stays";
+    EXPECT_FALSE(app.controls().picStep200.Visible());
+    EXPECT_EQ(app.toolkit.messages.at(0).style, kIconWarning);
+    EXPECT_EQ(app.dialog().CheckedOn, 0);
+  }
+}
+
+TEST(Download, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
+  for (const std::size_t requests : {0u, 1u}) {  // the address, or the recorded versions
+    HeadlessApp app("/showupdates");
+    app.registry.before_call = [&](const std::string&) {
+      app.registry.locked = app.transfer.requests.size() < requests || !app.dialog().Loaded() ? 0 : 32;
+    };
+    app.StartWith({Received(kOnePack)}, {kAnswerOk});
+    EXPECT_EQ(app.transfer.requests.size(), requests);
+    EXPECT_FALSE(app.controls().picStep200.Visible());
+    EXPECT_EQ(app.toolkit.messages.at(0).style, kIconWarning);
+    EXPECT_EQ(app.dialog().CheckedOn, 0);
+  }
+}
+
+TEST(Download, AnOfferIsFilledFromTheListThatWasStored) {
+  StartedApp app("/showupdates", {Received(kOnePack + "Action 1=unzip:{app}\r\n")});
+  app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);  // by another process
+  app.dialog().ShowAvailableUpdates();
+  EXPECT_EQ(app.controls().UpdateItem(1).UpdateElementAction(1), "unzip:{app}");
 }
 
 TEST(Download, TheDeadlineMovesWithEveryState) {
@@ -135,7 +180,7 @@ TEST(Download, StoresEveryByteInPlaceOfAnOlderFile) {
 }
 
 TEST(Download, ADiskThatRefusesIsFoundOutByTheReader) {
-  for (const FileCall call : {FileCall::kOpenForWriting, FileCall::kWrite, FileCall::kClose}) {
+  for (const FileCall call : {FileCall::kCreate, FileCall::kWrite, FileCall::kCommit}) {
     StartedApp app("/showupdates", {Received(kOnePack), Received("123456789")});
     app.files.failures.push_back({call, 0, 112});
     app.Click(app.controls().cmdInstall);

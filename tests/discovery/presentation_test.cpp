@@ -51,6 +51,16 @@ TEST(Presentation, TheListMakesRoomForItsScrollBar) {
   }
 }
 
+TEST(Presentation, ADefaultThatHasNoTextCostsNoValue) {
+  HeadlessApp app("/showupdates");
+  app.folder.Write("app\\Languages\\English.ini",
+                   kLanguageHead + "[Software updates]\r\nVersion information=[VERSION], [RELEASED]\r\n");
+  app.StartWith({Received("[Versions]\r\nA=1.5\r\nB=2\r\nC=3\r\n[A]\r\nReleased=May\r\n[B]\r\nReleased=\r\n")});
+  const char* const texts[] = {"1.5, May", "2, ", "3, [RELEASED]"};
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(app.controls().UpdateItem(i + 1).Version(), texts[i]);
+  EXPECT_EQ(app.controls().UpdateItem(1).UpdateElementVersion, "1.5");
+}
+
 TEST(Presentation, TheListFollowsTheScrollBar) {
   StartedApp app("/showupdates", {Received(Modules(5))});
   VerifyControls& c = app.controls();

@@ -87,6 +87,42 @@ TEST(Driver, OneUpdateFromTheOfferToTheRecordedVersion) {
   EXPECT_FALSE(app.dialog().Loaded());
   EXPECT_FALSE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\Designer.zip"));
   EXPECT_FALSE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini"));
+  // A deleted file that is held keeps its room on the disk.
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;  // the listing's own
+    const std::string file = std::filesystem::read_symlink(entry, gone);
+    EXPECT_FALSE(file.starts_with(app.folder.NativePath().string())) << file;
+  }
+}
+
+TEST(Driver, WhatWasVerifiedIsWhatIsUsed) {
+  for (const bool at_unzip : {true, false}) {  // or while the user is asked for his consent to a start
+    Offer app(One("Action 1=unzip:{app}\r\nAction 2=run:{current}A.zip /q\r\n"));
+    const auto replace = [&] {  // by another process, whose pack has the same name
+      app.real_files.Delete(app.ProductFolder() + "A.zip");
+      app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\A.zip", "another pack");
+    };
+    app.unzip.results = {0};
+    app.unzip.on_extract = [&](OpenFile* archive) {
+      if (at_unzip) replace();
+      std::string bytes(100, '\0');
+      std::size_t got = 0;
+      ASSERT_TRUE(archive != nullptr && archive->ReadAt(0, bytes, got) == 0);
+      EXPECT_EQ(bytes.substr(0, got), kPack);
+    };
+    app.shell.during_call = replace;
+    app.Install();
+    EXPECT_EQ(app.shell.launched.size(), at_unzip ? 0u : 1u);
+    EXPECT_NE(app.Transcript().find("replaced since it was checked"), std::string::npos) << app.Transcript();
+    EXPECT_FALSE(app.HasVersionValue("Version: A"));
+  }
+}
+
+TEST(Driver, AProgramThatDeletesItselfIsInstalled) {
+  Offer app(One("Action 1=run:{current}A.zip\r\n"));
+  app.shell.during_call = [&] { app.real_files.Delete(app.ProductFolder() + "A.zip"); };
+  app.Install();
+  EXPECT_TRUE(app.HasVersionValue("Version: A")) << app.Transcript();
 }
 
 TEST(Driver, AFailedUpdateStopsItselfAlone) {
@@ -307,6 +343,9 @@ TEST(Driver, ExecuteEndsTheProcessInTheMiddle) {
   EXPECT_FALSE(app.HasVersionValue("Version: A"));
   EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery)) << "the dialog isn't unloaded";
   EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\A.zip"));
+  EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\ tslFiles.lst"),
+            "+updates.ini\n+A.zip\n-updates.ini\n-A.zip\n")
+      << "left to the started program";
 }
 
 TEST(Driver, AnExecuteThatCannotBeStartedFailsItsUpdateAlone) {

@@ -84,7 +84,8 @@ class HostileServer : public testing::Test, protected RunningLoop {
   std::set<std::string> FilesOnDisk() {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.NativePath())) {
-      if (entry.is_regular_file() && entry.path().extension() != ".log") names.insert(entry.path().string());
+      if (entry.is_regular_file() && !std::set<std::string>{".log", ".lst"}.contains(entry.path().extension()))
+        names.insert(entry.path().string());
     }
     return names;
   }

@@ -278,19 +278,22 @@ TEST_F(QtToolkitTest, AnUnloadInsideAClickLeavesTheWindowUntilTheClickIsOver) {
 TEST_F(QtToolkitTest, ControlsComeAndGo) {
   Shown("panel");
   std::deque<Control> items;
+  Control far(form, &form.panel, ControlKind::Panel, "far");
+  far.Reset(LookAt({0, 2 * INT16_MAX, 1500, 300}));
   for (int i = 1; i <= 300; ++i) {
-    items.emplace_back(form, &form.panel, ControlKind::Panel, "item", i).Reset(LookAt({0, 300 * i, 1500, 300}));
+    items.emplace_back(form, &form.panel, ControlKind::Panel, "item", i).Reset(LookAt({0, 75 * i, 1500, 300}));
   }
   toolkit.Refresh(form);
   QPointer<QWidget> item = Find("item(300)");
   ASSERT_NE(item, nullptr);
-  EXPECT_EQ(item->geometry(), QRect(0, 6000, 100, 20));
+  EXPECT_EQ(item->geometry(), QRect(0, 1500, 100, 20));
   items.pop_back();
   toolkit.Refresh(form);
   EXPECT_FALSE(item->isVisible());
   Serve();
   EXPECT_EQ(item, nullptr);
   EXPECT_NE(Find("item(299)"), nullptr);
+  EXPECT_EQ(Find("far"), nullptr) << "no scrolling leads there";
 }
 
 TEST_F(QtToolkitTest, TheScrollBarFollowsHandAndModel) {

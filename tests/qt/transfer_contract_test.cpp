@@ -9,6 +9,7 @@
 #include "posix/curl_transfer.h"
 #include "qt/application_environment.h"
 #include "support/http_server.h"
+#include "support/ordinary_user.h"
 #include "support/scripted_transfer.h"
 #include "support/temp_folder.h"
 
@@ -64,12 +65,22 @@ class TransferTest : public testing::Test, protected RunningLoop {
       if (chunk.empty()) return body;
     }
   }
+  // Whether a file in the folder is open, one without a name too.
+  bool HoldsSpace() const {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code gone;
+      const std::string file = std::filesystem::read_symlink(entry, gone);
+      if (file.starts_with(folder_.NativePath().string())) return true;
+    }
+    return false;
+  }
   void ExpectOutcome(const States& states, std::int32_t code, const std::string& body) {
     EXPECT_EQ(states_, states);
     EXPECT_EQ(control_->ResponseCode(), code);
     EXPECT_EQ(control_->ResponseInfo().empty(), code == 0);
     const std::string got = Body();
     EXPECT_TRUE(got == body) << got.size() << " bytes, not " << body.size() << ": " << got.substr(0, 80);
+    EXPECT_FALSE(HoldsSpace());
   }
 
   const TempFolder folder_;
@@ -111,15 +122,18 @@ class TransferContract : public TransferTest, public testing::WithParamInterface
 INSTANTIATE_TEST_SUITE_P(Controls, TransferContract, testing::Bool(),
                          [](const auto& param) { return param.param ? "Scripted" : "Curl"; });
 
-TEST_P(TransferContract, TellsEachEndingAndKeepsWhatArrived) {
+TEST_P(TransferContract, TellsEachEndingAndKeepsAWholeResponseAlone) {
   const std::string body(3000, 'x');
   Get(Arrange(Ending::kComplete, body));
   ExpectOutcome(kReceived, 0, body);
   Get(Arrange(Ending::kShort, body));
-  ExpectOutcome(kCutOff, 12030, body);
+  ExpectOutcome(kCutOff, 12030, "");
   Get(Arrange(Ending::kRefused));
   ExpectOutcome({1, 2, 3, 11}, 12029, "");
   Get(Arrange(Ending::kComplete));
+  ExpectOutcome(kReceived, 0, "");
+  Get(Arrange(Ending::kComplete, body));
+  control_->Cancel();
   ExpectOutcome(kReceived, 0, "");
 }
 
@@ -238,13 +252,17 @@ TEST_F(CurlTransferTest, TellsOfBytesAsTheyComeAndGivesUpWithoutAny) {
   control_->SetRequestTimeout(2);
   server_.Expect(ReplyWithLength("a", 5).Stall().Send("b").Stall().Send("c").Stall());
   int told = 0;
+  std::string arrived;
   handler_ = [&](std::int16_t state) {
-    if (state != icReceivingResponse || ++told > 2) return;
+    if (state != icReceivingResponse) return;
+    arrived += Body();
+    if (++told > 2) return;
     RunFor(milliseconds(1050));  // each pause is shorter than the limit, both together are longer
     server_.Release();
   };
   Get(server_.Url());
-  ExpectOutcome(kCutOff, 12002, "abc");
+  ExpectOutcome(kCutOff, 12002, "");
+  EXPECT_EQ(arrived, "abc");
   EXPECT_EQ(told, 3);
 }
 
@@ -261,17 +279,29 @@ TEST_F(CurlTransferTest, TellsOfALongBodyAtMostEveryFiftyMilliseconds) {
   EXPECT_TRUE(Body(100000) == body);
 }
 
+TEST_F(CurlTransferTest, ANameThatCannotBeAskedForIsNotAnUnknownOne) {
+  const auto get = [this] {
+    const rlimit none{0, 0};  // processes and threads, for everybody but root
+    ::setrlimit(RLIMIT_NPROC, &none);
+    Get("http://name.invalid/");
+    return control_->ResponseCode() - 12000;
+  };
+  EXPECT_EQ(AsOrdinaryUser(get), 4);
+}
+
 TEST_F(CurlTransferTest, ADiskWithoutRoomIsAnError) {
   rlimit old{};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
   std::signal(SIGXFSZ, SIG_IGN);
   const rlimit small{100000, old.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-  const std::string body(1 << 20, 'x');
-  server_.Expect(Reply(body));
+  server_.Expect(Reply(std::string(1 << 20, 'x')));
+  bool held = false;
+  handler_ = [&](std::int16_t state) { held |= state == icError && HoldsSpace(); };
   Get(server_.Url());
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &old), 0);
-  ExpectOutcome(kCutOff, 112, body.substr(0, 100000));
+  EXPECT_FALSE(held) << "whoever is told of a full disk finds room for his own files";
+  ExpectOutcome(kCutOff, 112, "");
 
   std::filesystem::remove(folder_.NativePath());
   server_.Expect(Reply("x"));

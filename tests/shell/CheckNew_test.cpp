@@ -76,6 +76,17 @@ TEST(CheckNew, DecidesFromTheStoredValues) {
   }
 }
 
+TEST(CheckNew, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
+  for (const int code : {32, 30, 1009}) {  // the last one stays
+    StartedApp app("", 1);
+    const auto object = std::make_shared<CheckNew>(
+        CheckNew::Needs{app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
+    app.registry.locked = code;
+    app.Run([&] { object->VerifyVersion(); });
+    EXPECT_EQ(object->Status, code == 1009 ? StatusPending : StatusIdle) << code;
+  }
+}
+
 TEST(CheckNew, TakesAStatusOfTheTableOnly) {
   StartedApp app("", 1);
   CheckNew object({app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
@@ -114,6 +125,34 @@ TEST(CheckNew, AFailedSetUpEndsEveryCallAlsoForAClientThatLetGoMeanwhile) {
   EXPECT_EQ(app.Age(), seconds(1));
   EXPECT_EQ(app.Log(), std::string(kArmed) + kNotDue);
   EXPECT_FALSE(app.dialog().Loaded());
+}
+
+TEST(CheckNew, CallsInTheMiddleOfALoadAreAnsweredWhenItEnds) {
+  for (const bool usable : {true, false}) {
+    ServingApp app;
+    std::filesystem::remove_all(app.folder.NativePath("app\\Languages"));
+    if (usable) app.folder.Write("app\\Languages\\English.ini", "[General]\r\nVersion=old\r\n");
+    app.toolkit.answers = {kAnswerOk};
+    app.toolkit.during_message = [&] {
+      app.automation.Create("second").VerifyVersion();
+      app.automation.Create("third").ConfigureUpdater();
+      app.dialog().Unload(Form::kUnloadByUser);  // as at the session's end
+      EXPECT_TRUE(app.dialog().Loaded() && !app.dialog().Visible());
+      EXPECT_FALSE(app.dialog().tmrVerifyVersion.Enabled() || app.dialog().UpdaterObject);
+    };
+    app.After(seconds(1), [&] { app.automation.Create("first").VerifyVersion(); });
+    app.After(seconds(2), [&] {
+      for (const char* client : {"first", "second", "third"}) {
+        EXPECT_EQ(app.Client(client).GetStatus(), usable ? StatusPending : StatusIdle) << client;
+      }
+      EXPECT_EQ(app.dialog().Visible(), usable);
+      EXPECT_EQ(app.dialog().tmrVerifyVersion.Enabled(), usable);
+      const StatusReceiver* third = dynamic_cast<StatusReceiver*>(&app.Client("third"));
+      EXPECT_EQ(app.dialog().UpdaterObject.get(), usable ? third : nullptr) << "the last caller";
+      app.Client("first").Quit();
+    });
+    app.Serve();
+  }
 }
 
 TEST(CheckNew, ACheckRunsBehindTheClientsBack) {
@@ -185,6 +224,23 @@ TEST(CheckNew, ConfigureUpdaterShowsTheDialogInAnyStateOfACheck) {
     });
     app.Serve();
   }
+}
+
+TEST(CheckNew, ASearchByHandInsideASilentOneKeepsItsOffer) {
+  ServingApp app;
+  app.transfer.answers = {Silent(1, 2), Received(kOffer)};
+  app.After(seconds(1), [&] { app.automation.Create("client").VerifyVersion(); });
+  app.After(seconds(18), [&] {
+    app.Client("client").ConfigureUpdater();
+    app.Click(app.controls().lblInfo105);
+  });
+  app.After(seconds(40), [&] {
+    EXPECT_TRUE(app.controls().picStep200.Visible());
+    EXPECT_EQ(app.dialog().UpdateNames, (std::vector<std::string>{"", "A"}));
+    EXPECT_EQ(app.Client("client").GetStatus(), StatusPending);
+    app.Client("client").Quit();
+  });
+  app.Serve();
 }
 
 TEST(CheckNew, AnOpenDialogOutlivesItsClient) {

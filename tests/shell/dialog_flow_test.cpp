@@ -163,23 +163,35 @@ TEST(DialogFlow, AWindowClosedDuringASearchEndsItAndOneLoadedAnewIsLeftAlone) {
   }
 }
 
-TEST(DialogFlow, ADialogUnloadedByAMessageOfItsOwnLoadLeavesNothingBehind) {
-  for (const bool anew : {false, true}) {
-    HeadlessApp app("/showupdates");
-    app.SetVersionValue(kValueCheckedEvery, 1);
-    app.folder.Write("app\\Languages\\English.ini", "[General]\r\nVersion=old\r\n");
-    app.toolkit.answers = {kAnswerOk, kAnswerOk};
-    app.toolkit.during_message = [&] {
-      app.toolkit.during_message = nullptr;
-      app.dialog().Unload(Form::kUnloadByUser);
-      if (anew) app.dialog().Load();
+TEST(DialogFlow, ASettingThatCannotBeReadForNowIsNotReplaced) {
+  for (const bool chosen : {false, true}) {
+    HeadlessApp app;
+    app.SetVersionValue(kValueCheckedEvery, 0);
+    app.program->registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("French"));
+    app.registry.before_call = [&](const std::string& call) {
+      app.registry.locked = call == "Create" || call == "Set" ? 0 : 32;
     };
-    if (anew) app.transfer.answers = {Received(kOffer)};
     app.Start();
-    EXPECT_EQ(app.dialog().Loaded(), anew);
-    EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1") << "the load was cut short before it was read";
-    EXPECT_EQ(app.transfer.requests.size(), anew ? 1u : 0u);
+    EXPECT_EQ(app.controls().lblInfo103.Text(), app.dialog().FrequencyTexts[3]);
+    if (chosen) app.Click(app.controls().lblInfo103);
+    if (chosen) app.Click(app.controls().lblInfo103);
+    app.Click(app.controls().cmdOK);
+    app.registry.before_call = nullptr;
+    app.registry.locked = 0;
+    EXPECT_EQ(app.VersionValue(kValueCheckedEvery), chosen ? "1" : "0");
+    const RegData language = app.program->registry.GetRegValue(kCurrentUser, SettingsKey, kValueLanguage, 0);
+    EXPECT_EQ(language, RegData(std::string("French")));
   }
+}
+
+TEST(DialogFlow, AnUnloadGivesTheResponsesSpaceBackBeforeItStoresSettings) {
+  StartedApp app;
+  app.transfer.answers = {Silent(1, 2, 7)};
+  app.loop.After(std::chrono::seconds(1), [&] { app.Click(app.controls().cmdOK); });
+  int stored = 0;
+  app.registry.before_call = [&](const std::string& call) { stored += call == "Set" && app.transfer.cancelled == 1; };
+  app.Click(app.controls().lblInfo105);
+  EXPECT_EQ(stored, 1);
 }
 
 TEST(DialogFlow, EachControlBearsItsOwnText) {

@@ -19,12 +19,14 @@ enum class FileCall {
   kCopy,
   kMakeFolder,
   kAppend,
-  kLength,
+  kMakeEmptyFile,
   kOpenForReading,
+  kLength,
   kRead,
-  kOpenForWriting,
+  kCreate,
   kWrite,
-  kClose,
+  kCommit,
+  kJoinList,
 };
 
 class FailingFiles : public Files {
@@ -52,47 +54,64 @@ class FailingFiles : public Files {
   int Copy(const std::string& from, const std::string& to) override {
     return Try(FileCall::kCopy, [&] { return files_.Copy(from, to); });
   }
-  int MakeFolder(const std::string& path) override {
-    return Try(FileCall::kMakeFolder, [&] { return files_.MakeFolder(path); });
+  int MakeFolder(const std::string& path, FolderUse use) override {
+    return Try(FileCall::kMakeFolder, [&] { return files_.MakeFolder(path, use); });
   }
   int Append(const std::string& path, std::string_view text) override {
     return Try(FileCall::kAppend, [&] { return files_.Append(path, text); });
   }
-  int Length(const std::string& path, std::int64_t& length) override {
-    return Try(FileCall::kLength, [&] { return files_.Length(path, length); });
+  int MakeEmptyFile(const std::string& path) override {
+    return Try(FileCall::kMakeEmptyFile, [&] { return files_.MakeEmptyFile(path); });
   }
-  int OpenForReading(const std::string& path, std::unique_ptr<FileReader>& reader) override {
-    const int code = Try(FileCall::kOpenForReading, [&] { return files_.OpenForReading(path, reader); });
-    if (code == 0) reader = std::make_unique<Stream>(*this, std::move(reader), nullptr);
+  int Create(const std::string& path, std::unique_ptr<NewFile>& file) override {
+    const int code = Try(FileCall::kCreate, [&] { return files_.Create(path, file); });
+    if (code == 0) file = std::make_unique<Created>(*this, std::move(file));
     return code;
   }
-  int OpenForWriting(const std::string& path, std::unique_ptr<FileWriter>& writer) override {
-    const int code = Try(FileCall::kOpenForWriting, [&] { return files_.OpenForWriting(path, writer); });
-    if (code == 0) writer = std::make_unique<Stream>(*this, nullptr, std::move(writer));
+  int OpenForReading(const std::string& path, std::shared_ptr<OpenFile>& file) override {
+    const int code = Try(FileCall::kOpenForReading, [&] { return files_.OpenForReading(path, file); });
+    if (code == 0) file = std::make_shared<Opened>(*this, std::move(file));
     return code;
+  }
+  int JoinList(const std::string& path, std::unique_ptr<SharedList>& list, bool& alone) override {
+    return Try(FileCall::kJoinList, [&] { return files_.JoinList(path, list, alone); });
   }
 
  private:
-  // A reader or a writer, whichever is given.
-  class Stream : public FileReader, public FileWriter {
+  class Opened : public OpenFile {
    public:
-    Stream(FailingFiles& owner, std::unique_ptr<FileReader> reader, std::unique_ptr<FileWriter> writer)
-        : owner_(owner), reader_(std::move(reader)), writer_(std::move(writer)) {}
-    int Read(std::span<char> buffer, std::size_t& got) override {
+    Opened(FailingFiles& owner, std::shared_ptr<OpenFile> file) : owner_(owner), file_(std::move(file)) {}
+    int Length(std::int64_t& length) override {
+      return owner_.Try(FileCall::kLength, [&] { return file_->Length(length); });
+    }
+    int ReadAt(std::int64_t offset, std::span<char> buffer, std::size_t& got) override {
       got = 0;
-      return owner_.Try(FileCall::kRead, [&] { return reader_->Read(buffer, got); });
+      return owner_.Try(FileCall::kRead, [&] { return file_->ReadAt(offset, buffer, got); });
     }
+    bool IsAt(const std::string& path) override { return file_->IsAt(path); }
+
+   private:
+    FailingFiles& owner_;
+    std::shared_ptr<OpenFile> file_;
+  };
+
+  class Created : public NewFile {
+   public:
+    Created(FailingFiles& owner, std::unique_ptr<NewFile> file) : owner_(owner), file_(std::move(file)) {}
     int Write(std::string_view bytes) override {
-      return owner_.Try(FileCall::kWrite, [&] { return writer_->Write(bytes); });
+      if (failure_ == 0) failure_ = owner_.Try(FileCall::kWrite, [&] { return file_->Write(bytes); });
+      return failure_;
     }
-    int Close() override {
-      return owner_.Try(FileCall::kClose, [&] { return writer_->Close(); });
+    int Commit(std::shared_ptr<OpenFile>& file) override {
+      const int code = owner_.Try(FileCall::kCommit, [&] { return failure_ != 0 ? failure_ : file_->Commit(file); });
+      if (code == 0) file = std::make_shared<Opened>(owner_, std::move(file));
+      return code;
     }
 
    private:
     FailingFiles& owner_;
-    std::unique_ptr<FileReader> reader_;
-    std::unique_ptr<FileWriter> writer_;
+    std::unique_ptr<NewFile> file_;
+    int failure_ = 0;
   };
 
   template <typename Operation>

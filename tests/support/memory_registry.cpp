@@ -10,7 +10,9 @@
 namespace tsly {
 
 int MemoryRegistry::Begin(const char* operation, RegKey key, bool good_name, Handle& handle) {
+  if (before_call) before_call(operation);
   if (const auto scripted = fail.extract(operation)) return scripted.mapped();
+  if (locked != 0) return locked;
   if (key == kClassesRoot || key == kCurrentUser || key == kLocalMachine) {
     handle = {key, "", true};
   } else if (const auto found = handles_.find(key); found != handles_.end()) {
@@ -132,6 +134,13 @@ int MemoryRegistry::DeleteTree(RegKey root, const std::string& path) {
     return entry.first.first == handle.root && (entry.first.second + "\\").starts_with(handle.path + "\\");
   });
   return kSuccess;
+}
+
+int MemoryRegistry::Together(const std::function<int()>& changes) {
+  const auto before = keys_;
+  const int code = changes();
+  if (code != kSuccess) keys_ = before;
+  return code;
 }
 
 }  // namespace tsly

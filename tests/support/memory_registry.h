@@ -2,6 +2,7 @@
 // an object are two processes on one machine.
 #pragma once
 
+#include <functional>
 #include <map>
 
 #include "ports/registry.h"
@@ -14,6 +15,9 @@ class MemoryRegistry : public RegistryEditor {
   std::map<std::string, int> fail;
   // Whether writes below the machine's roots are refused with 5.
   bool denied = false;
+  // The code of every call that works on a key, as while another process holds the store; 0: none.
+  int locked = 0;
+  std::function<void(const std::string& operation)> before_call;
 
   int Connect(const std::string& computer, RegKey root, RegKey& handle) override;
   int Open(RegKey parent, const std::string& path, RegKey& key) override;
@@ -26,6 +30,7 @@ class MemoryRegistry : public RegistryEditor {
   int EnumerateKeys(RegKey key, std::uint32_t index, std::string& name) override;
   int DeleteValue(RegKey key, const std::string& name) override;
   int DeleteTree(RegKey root, const std::string& path) override;
+  int Together(const std::function<int()>& changes) override;
 
   // Handles that were given and not closed: 0 when a routine left none behind.
   std::size_t OpenHandles() const { return handles_.size(); }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +24,7 @@ class RecordingUnzipFactory : public UnzipFactory {
   std::string failure_text;  // what FailureText gives after a result other than 0
   bool fail_create = false;
   std::string fail_call;  // "Extract", "ArchiveFile", ...: this call raises `fault` and does nothing
+  std::function<void(OpenFile* archive)> on_extract;
   Fault fault{-2147467259, "CGUnzipFiles", "Method failed"};
 
   std::unique_ptr<UnzipComponent> Create() override {
@@ -36,12 +38,16 @@ class RecordingUnzipFactory : public UnzipFactory {
    public:
     Object(RecordingUnzipFactory& factory, std::size_t index) : factory_(factory), index_(index) {}
 
-    Fault SetArchiveFile(const std::string& path) override { return Log("ArchiveFile", "=" + path); }
+    Fault SetArchiveFile(const std::string& path, std::shared_ptr<OpenFile> file) override {
+      archive_ = std::move(file);
+      return Log("ArchiveFile", "=" + path);
+    }
     Fault SetExtractFolder(const std::string& path) override { return Log("ExtractFolder", "=" + path); }
     Fault SetExtractOptionA(bool on) override { return Log("ExtractOptionA", on ? "=True" : "=False"); }
     Fault SetExtractOptionB(bool on) override { return Log("ExtractOptionB", on ? "=True" : "=False"); }
 
     Fault Extract(std::string&, std::string&, std::int32_t& result) override {
+      if (factory_.on_extract) factory_.on_extract(archive_.get());
       if (Fault raised = Log("Extract", "")) return raised;
       EXPECT_FALSE(factory_.results.empty()) << "an Extract that nobody scripted";
       result = factory_.results.empty() ? -1 : factory_.results.front();
@@ -63,6 +69,7 @@ class RecordingUnzipFactory : public UnzipFactory {
 
     RecordingUnzipFactory& factory_;
     std::size_t index_;
+    std::shared_ptr<OpenFile> archive_;
     bool failed_ = false;
   };
 };

@@ -51,6 +51,7 @@ Fault ScriptedTransfer::Execute(const std::string& url, const std::string&) {
 void ScriptedTransfer::Cancel() {
   ++cancelled;
   Abandon();
+  body_.clear();
 }
 
 void ScriptedTransfer::Abandon() {
@@ -83,6 +84,7 @@ void ScriptedTransfer::DeliverNext(const std::shared_ptr<Run>& run) {
   loop_.StopTimer(std::exchange(run->timer, 0));
   const std::int16_t state = run->answer.states[run->delivered++];
   if (state == icReceivingResponse || state == icResponseCompleted) body_ = run->answer.body;
+  if (state == icError) body_.clear();
   if (state == icError || run->delivered == run->answer.states.size()) {
     code_ = run->answer.code;
     info_ = run->answer.info;
@@ -101,7 +103,7 @@ Fault ScriptedTransfer::GetChunk(std::int32_t size, ChunkType, std::string& chun
   if (before_chunk) before_chunk();
   chunk.clear();
   if (chunk_fault_after && chunks_ >= *chunk_fault_after) return {30, "ScriptedTransfer", "the chunk can't be read"};
-  chunk = body_.substr(read_, static_cast<std::size_t>(std::max(size, 0)));
+  chunk = body_.substr(std::min(read_, body_.size()), static_cast<std::size_t>(std::max(size, 0)));
   read_ += chunk.size();
   ++chunks_;
   return {};

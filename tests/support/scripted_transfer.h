@@ -15,8 +15,8 @@
 namespace tsly {
 
 // What one Execute leads to: a fault at once, or the states, one after another. The body can be read once a 7 or 12 has
-// been delivered; `code` and `info` are the last error from the delivery of the 11 on, or of the last state without
-// one. When the states are through, silence.
+// been delivered, until an 11 or a Cancel; `code` and `info` are the last error from the delivery of the 11 on, or of
+// the last state without one. When the states are through, silence.
 struct Answer {
   Fault fault{};
   std::vector<std::int16_t> states{};

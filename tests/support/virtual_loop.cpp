@@ -16,17 +16,13 @@ TimerId VirtualLoop::StartTimer(milliseconds interval, std::function<void()> tic
   return last_id_;
 }
 
-void VirtualLoop::Post(std::function<void()> event) {
-  events_.push_back(std::move(event));
-  UpdateFlag();
-}
+void VirtualLoop::Post(std::function<void()> event) { events_.push_back(std::move(event)); }
 
 // The oldest event, or else the first timer that is due by `latest`, to whose moment the clock then moves.
 bool VirtualLoop::ServeOne(SteadyTime latest) {
   if (!events_.empty()) {
     const auto event = std::move(events_.front());
     events_.pop_front();
-    UpdateFlag();
     event();
     return true;
   }
@@ -58,9 +54,11 @@ void VirtualLoop::RunFor(milliseconds time) {
 }
 
 // What waits now; what these events bring about waits for the next turn.
-void VirtualLoop::RunWaitingEvents() {
-  for (std::size_t left = events_.size(); left > 0 && !events_.empty(); --left) ServeOne(clock_.Steady());
-  if (busy_ == 0 && events_.empty()) ServeOne(clock_.Steady());
+bool VirtualLoop::LetEventsRun() {
+  bool served = false;
+  for (std::size_t left = events_.size(); left > 0 && !events_.empty(); --left) served = ServeOne(clock_.Steady());
+  if (events_.empty()) served = ServeOne(clock_.Steady()) || served;
+  return served;
 }
 
 }  // namespace tsly

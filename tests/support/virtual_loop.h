@@ -34,7 +34,6 @@ class VirtualLoop : public EventLoop {
   explicit VirtualLoop(ManualClock& clock) : clock_(clock) {}
 
   int waits = 0;
-  int busy_scopes_begun = 0;
 
   // What a user or another process does at a time from now.
   void After(std::chrono::milliseconds delay, std::function<void()> deed);
@@ -42,18 +41,11 @@ class VirtualLoop : public EventLoop {
   void RunFor(std::chrono::milliseconds time);
 
   void Wait(SteadyTime until) override;
-  void BeginBusy() override {
-    ++busy_scopes_begun;
-    AddBusy(1);
-  }
-  void EndBusy() override { AddBusy(-1); }
+  bool LetEventsRun() override;
   void Post(std::function<void()> event) override;
   TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
   void StopTimer(TimerId timer) override { timers_.erase(timer); }
   std::size_t RunningTimers() const { return timers_.size(); }
-
- protected:
-  void RunWaitingEvents() override;
 
  private:
   struct RunningTimer {
@@ -64,17 +56,11 @@ class VirtualLoop : public EventLoop {
   };
 
   bool ServeOne(SteadyTime latest);
-  void AddBusy(int scopes) {
-    busy_ += scopes;
-    UpdateFlag();
-  }
-  void UpdateFlag() { may_wait_ = busy_ == 0 || !events_.empty(); }
 
   ManualClock& clock_;
   std::deque<std::function<void()>> events_;
   std::map<TimerId, RunningTimer> timers_;
   TimerId last_id_ = 0;
-  int busy_ = 0;
 };
 
 }  // namespace tsly

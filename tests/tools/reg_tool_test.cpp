@@ -86,6 +86,8 @@ TEST(RegTool, ExitStatusTellsWhatWasWrong) {
     EXPECT_NE(ran.error, "") << words;
   }
   EXPECT_EQ(Tool(registry, "import|-", kHeading + "[HKCU\\A]\n[HKLM\\B]\n").error, "tslyReg: -:3: code 5\n");
+  EXPECT_EQ(Tool(registry, "list|HKCU").out, "") << "nothing of a file that can't be taken whole";
+  EXPECT_EQ(Tool(registry, "import|/proc/self/mem").error, "tslyReg: /proc/self/mem can't be read\n");
   EXPECT_EQ(Tool(registry, "get|HKLM\\K|v").out, "1\n");
 }
 

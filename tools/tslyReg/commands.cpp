@@ -103,6 +103,13 @@ std::string OnOneLine(const std::string& text) {
   return line;
 }
 
+// False: not all could be read.
+bool ReadAll(std::istream& in, std::string& content) {
+  char block[1 << 16];
+  while (in.read(block, sizeof block) || in.gcount() != 0) content.append(block, static_cast<std::size_t>(in.gcount()));
+  return !in.bad();
+}
+
 class OpenedKey {
  public:
   explicit OpenedKey(RegistryEditor& registry) : registry_(registry) {}
@@ -203,25 +210,29 @@ class Tool {
   ToolStatus Import(const std::string& name) {
     std::string content;
     if (name == "-") {
-      content.assign(std::istreambuf_iterator<char>(streams_.in), {});
+      if (!ReadAll(streams_.in, content)) return Refused("the standard input can't be read");
     } else {
       std::error_code failure;
       if (std::filesystem::status(name, failure).type() == std::filesystem::file_type::not_found) {
         return Failed(name, kFileNotFound);
       }
       std::ifstream file(name, std::ios::binary);
-      if (std::filesystem::is_directory(name, failure) || !file) return Refused(name + " can't be read");
-      content.assign(std::istreambuf_iterator<char>(file), {});
+      if (!file || !ReadAll(file, content)) return Refused(name + " can't be read");
     }
     const ReadRegText read = ParseRegText(content);
     if (read.fault_line != 0) return Refused(name + ":" + std::to_string(read.fault_line) + ": " + read.fault);
-    for (const auto& change : read.changes) {
-      const int code = Apply(change);
-      if (code != kSuccess) {
-        return Refused(name + ":" + std::to_string(change.line) + ": code " + std::to_string(code));
+    // A fault of the end is one of the last line.
+    std::size_t line = 1;
+    const int code = registry_.Together([&] {
+      int applied = kSuccess;
+      for (auto change = read.changes.begin(); applied == kSuccess && change != read.changes.end(); ++change) {
+        line = change->line;
+        applied = Apply(*change);
       }
-    }
-    return ToolStatus::kDone;
+      return applied;
+    });
+    return code == kSuccess ? ToolStatus::kDone
+                            : Refused(name + ":" + std::to_string(line) + ": code " + std::to_string(code));
   }
 
   ToolStatus Usage() {

@@ -8,6 +8,7 @@
 #include "tslyReg/commands.h"
 
 int main(int count, char** arguments) {
+  std::ios::sync_with_stdio(false);  // with it, a fault of the standard input looks like its end
   const tsly::Home home = tsly::Home::FromEnvironment();
   tsly::SqliteRegistry registry(home.user_registry, home.machine_registry);
   const std::vector<std::string> words(arguments + (count > 0 ? 1 : 0), arguments + count);

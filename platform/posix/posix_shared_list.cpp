@@ -1,0 +1,96 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "ports/system_codes.h"
+#include "posix/descriptor.h"
+#include "posix/paths.h"
+#include "posix/posix_codes.h"
+#include "posix/posix_files.h"
+
+namespace tsly {
+namespace {
+
+constexpr mode_t kUserFile = 0600;
+constexpr off_t kLongest = off_t{1} << 20;  // a list that is longer is none of ours
+constexpr int kTries = 100;
+constexpr useconds_t kPause = 1000;
+
+// Whoever takes part holds a shared lock, and who takes over an exclusive one. The system drops both with the process.
+class PosixSharedList : public SharedList {
+ public:
+  PosixSharedList(Descriptor file, std::string native) : file_(std::move(file)), native_(std::move(native)) {}
+
+  int Add(std::string_view line) override {
+    const std::string bytes = std::string(line) + '\n';
+    ssize_t count = 0;
+    do count = write(file_.Get(), bytes.data(), bytes.size());
+    while (count < 0 && errno == EINTR);
+    if (count < 0) return CodeOf(errno, kWriteFault);
+    if (static_cast<std::size_t>(count) != bytes.size()) return kDiskFull;
+    return fsync(file_.Get()) == 0 ? kSuccess : CodeOf(errno, kWriteFault);
+  }
+
+  int Read(std::vector<std::string>& lines) override {
+    lines.clear();
+    struct stat status {};
+    if (fstat(file_.Get(), &status) != 0) return CodeOf(errno, kReadFault);
+    if (status.st_size > kLongest) return kInvalidData;
+    std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+    if (pread(file_.Get(), bytes.data(), bytes.size(), 0) != status.st_size) return kReadFault;
+    // The last line may have been cut off by a full disk.
+    for (std::size_t begin = 0, end = bytes.find('\n'); end != bytes.npos; end = bytes.find('\n', begin)) {
+      lines.push_back(bytes.substr(begin, end - begin));
+      begin = end + 1;
+    }
+    return kSuccess;
+  }
+
+  bool BecomeAlone() override { return flock(file_.Get(), LOCK_EX | LOCK_NB) == 0; }
+
+  void Share(bool cleared) override {
+    while (cleared && ftruncate(file_.Get(), 0) != 0 && errno == EINTR) continue;
+    // Another process may be alone with it between the two locks, for as long as it takes to delete a few files.
+    for (int i = 0; i < kTries && flock(file_.Get(), LOCK_SH | LOCK_NB) != 0; ++i) usleep(kPause);
+  }
+
+  void Remove() override { unlink(native_.c_str()); }
+
+ private:
+  Descriptor file_;
+  std::string native_;
+};
+
+bool IsAt(const Descriptor& file, const std::string& native) {
+  struct stat ours {
+  }, there{};
+  return fstat(file.Get(), &ours) == 0 && lstat(native.c_str(), &there) == 0 && ours.st_dev == there.st_dev &&
+         ours.st_ino == there.st_ino;
+}
+
+}  // namespace
+
+int PosixFiles::JoinList(const std::string& path, std::unique_ptr<SharedList>& list, bool& alone) {
+  const std::string native = NativePath(path);
+  for (int i = 0; i < kTries; ++i) {
+    constexpr int kFlags = O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    Descriptor file(open(native.c_str(), kFlags, kUserFile));
+    struct stat status {};
+    if (!file || fstat(file.Get(), &status) != 0) return CodeOf(errno, kAccessDenied);
+    if (!S_ISREG(status.st_mode)) return kAccessDenied;
+    // In this order: a failed change from a shared lock to an exclusive one would lose the lock.
+    alone = flock(file.Get(), LOCK_EX | LOCK_NB) == 0;
+    if (!alone && flock(file.Get(), LOCK_SH | LOCK_NB) != 0) return CodeOf(errno, kSharingViolation);
+    // The last process may have removed it between the two calls.
+    if (!IsAt(file, native)) continue;
+    list = std::make_unique<PosixSharedList>(std::move(file), native);
+    return kSuccess;
+  }
+  return kSharingViolation;
+}
+
+}  // namespace tsly
