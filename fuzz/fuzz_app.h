@@ -1,0 +1,118 @@
+// The program on the tests' memory platform, started once and used for every input; documents stay in memory.
+#pragma once
+
+#include <map>
+
+#include "fuzz.h"
+#include "support/headless_app.h"
+
+namespace tsly {
+
+// What is written lives here; what the test's folder holds is found as well. Nothing else can be done.
+class MemoryFiles : public Files {
+ public:
+  std::map<std::string, std::string> contents;  // by path
+
+  int Find(const std::string& pattern, std::vector<std::string>& names) override {
+    if (contents.contains(pattern)) {
+      names = {pattern.substr(pattern.rfind('\\') + 1)};
+      return 0;
+    }
+    return real_.Find(pattern, names);
+  }
+  int Delete(const std::string& path) override { return contents.erase(path) > 0 ? 0 : 2; }
+  int Rename(const std::string&, const std::string&) override { return 2; }
+  int Copy(const std::string&, const std::string&) override { return 2; }
+  int MakeFolder(const std::string&, FolderUse) override { return 183; }
+  int Append(const std::string&, std::string_view) override { return 0; }
+  int MakeEmptyFile(const std::string& path) override { return contents.try_emplace(path).second ? 0 : 183; }
+  int Create(const std::string& path, std::unique_ptr<NewFile>& file) override {
+    file = std::make_unique<Created>(contents[path]);
+    return 0;
+  }
+  int OpenForReading(const std::string& path, std::shared_ptr<OpenFile>& file) override {
+    if (!contents.contains(path)) return 2;
+    file = std::make_shared<MemoryDocument>(contents[path]);
+    return 0;
+  }
+  int JoinList(const std::string&, std::unique_ptr<SharedList>&, bool&) override { return 5; }
+
+ private:
+  class Created : public NewFile {
+   public:
+    explicit Created(std::string& contents) : contents_(contents) { contents_.clear(); }
+    int Write(std::string_view bytes) override {
+      contents_ += bytes;
+      return 0;
+    }
+    int Commit(std::shared_ptr<OpenFile>& file) override {
+      file = std::make_shared<MemoryDocument>(contents_);
+      return 0;
+    }
+
+   private:
+    std::string& contents_;
+  };
+
+  PosixFiles real_;
+};
+
+// Each folder is made and looked at once: every line of the log asks for one.
+class KnownFolders : public TestFolders {
+ public:
+  using TestFolders::TestFolders;
+  int GetFolderPath(int csidl, std::span<char> buffer) override {
+    std::string& path = paths_[csidl];
+    if (path.empty()) {
+      std::vector<char> room(buffer.size());
+      const int code = TestFolders::GetFolderPath(csidl, room);
+      if (code != 0) return code;
+      path = room.data();
+    }
+    buffer[path.copy(buffer.data(), buffer.size() - 1)] = '\0';
+    return 0;
+  }
+
+ private:
+  std::map<int, std::string> paths_;
+};
+
+class FuzzApp {
+ public:
+  FuzzApp() {
+    CopyResources(folder);
+    program.global.Main(program.dialog);
+    loop.RunFor(std::chrono::milliseconds(0));
+  }
+
+  // Forgets what one input left behind.
+  void Reset() {
+    files.contents.clear();
+    toolkit.messages.clear();
+    toolkit.answers.clear();
+    toolkit.screen_pointers.clear();
+    transfer.requests.clear();
+    transfer.answers.clear();
+    registry.DeleteTree(kLocalMachine, std::string(SettingsKey) + "\\" + VersionSubkey);
+  }
+
+  TempFolder folder;
+  KnownFolders folders{folder};
+  MemoryFiles files;
+  IniReader profiles;
+  MemoryRegistry registry;
+  ManualClock clock;
+  VirtualLoop loop{clock};
+  ScriptedTransfer transfer{loop};
+  RecordingUnzipFactory unzip;
+  RecordingShell shell;
+  FixedLocale locale;
+  HeadlessToolkit toolkit;
+  LocalAutomation automation;
+  Program program{
+      {registry, profiles, folders, files, clock, transfer, unzip, shell, locale, toolkit, loop, automation},
+      0, ""
+  };
+};
+
+}  // namespace tsly
