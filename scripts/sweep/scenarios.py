@@ -61,8 +61,9 @@ UPDATES = {
     "Samples": Update(COMMON, {"Samples/card1.svg": b"<svg>new</svg>", "Samples/card2.svg": b"<svg/>" * 40,
                                "Samples/Old cards/Deep/card3.svg": NOISE[:500]}, [r"unzip:{commonappdata}"], {}),
 }
-FINISHER = {"Finisher": Update(OWN_DATA + "last/", {"finish": FINISH},
-                               [r"unzip:{current}last", r'execute:"{current}last\finish" "{app}tslyReg"'], {})}
+# Its program records the version whatever happens to this one; so it lies where nothing takes its place.
+FINISHER = {"Finisher": Update("app/last/", {"finish": FINISH},
+                               [r"unzip:{app}last", r'execute:"{app}last\finish" "{app}tslyReg"'], {})}
 IMPORT = rb"""Windows Registry Editor Version 5.00
 
 [HKEY_CURRENT_USER\SOFTWARE\Quillon Systems\Tessaly Studio\7.0]
