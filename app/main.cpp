@@ -3,12 +3,12 @@
 #include <csignal>
 #include <iostream>
 
+#include "common/archive_unzip.h"
+#include "common/ini_reader.h"
 #include "desktop_application.h"
 #include "ports/platform.h"
-#include "posix/archive_unzip.h"
 #include "posix/curl_transfer.h"
 #include "posix/home.h"
-#include "posix/ini_reader.h"
 #include "posix/paths.h"
 #include "posix/posix_files.h"
 #include "posix/posix_folders.h"

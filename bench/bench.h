@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "common/ini_reader.h"
 #include "posix/curl_transfer.h"
-#include "posix/ini_reader.h"
 #include "posix/posix_files.h"
 #include "posix/sqlite_registry.h"
 #include "posix/system_clock.h"

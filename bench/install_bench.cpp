@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "bench.h"
+#include "common/archive_unzip.h"
 #include "install/cCRC32.h"
-#include "posix/archive_unzip.h"
 #include "support/http_server.h"
 
 namespace tsly {

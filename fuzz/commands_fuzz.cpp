@@ -1,9 +1,9 @@
 // Command lines and action lines against plain readings of their rules. Input: the line.
 #include "base/runtime_error.h"
 #include "base/text.h"
+#include "common/command_line.h"
 #include "fuzz.h"
 #include "install/action_line.h"
-#include "posix/command_line.h"
 #include "shell/launcher.h"
 
 namespace tsly {

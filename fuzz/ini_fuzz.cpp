@@ -1,8 +1,8 @@
 // The INI reader against a plain one: every value and every list, with buffers of all sizes. Input: two characters that
 // choose the code page and how names are spelled, then the file.
+#include "common/ini_reader.h"
 #include "fuzz.h"
 #include "plain_ini.h"
-#include "posix/ini_reader.h"
 
 namespace tsly {
 namespace {

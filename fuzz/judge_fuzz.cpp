@@ -4,8 +4,8 @@
 #include <set>
 
 #include "base/text.h"
+#include "common/archive_judge.h"
 #include "fuzz.h"
-#include "posix/archive_judge.h"
 
 namespace tsly {
 namespace {

@@ -10,8 +10,8 @@
 #include <optional>
 
 #include "base/text.h"
+#include "common/archive_unzip.h"
 #include "fuzz.h"
-#include "posix/archive_unzip.h"
 #include "posix/posix_files.h"
 #include "support/temp_folder.h"
 

@@ -10,10 +10,10 @@
 #include <functional>
 #include <string>
 
+#include "common/transfer_states.h"
 #include "ports/fault.h"
 #include "posix/descriptor_watch.h"
 #include "posix/spool_file.h"
-#include "posix/transfer_states.h"
 
 namespace tsly {
 

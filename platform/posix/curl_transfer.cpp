@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "common/transfer_states.h"
 #include "posix/curl_errors.h"
 #include "posix/curl_request.h"
 #include "posix/transfer_address.h"
-#include "posix/transfer_states.h"
 
 namespace tsly {
 

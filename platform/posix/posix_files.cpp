@@ -12,11 +12,11 @@
 #include <cstdio>
 
 #include "base/text.h"
+#include "common/name_pattern.h"
 #include "ports/system_codes.h"
 #include "posix/descriptor.h"
 #include "posix/paths.h"
 #include "posix/posix_codes.h"
-#include "posix/wildcards.h"
 
 namespace tsly {
 namespace {
@@ -218,7 +218,7 @@ int FindByPattern(const std::string& folder, const std::string& pattern, std::ve
   const std::string lower = LowerCase(pattern);
   errno = 0;
   while (const dirent* entry = readdir(entries.get())) {
-    if (FitsPattern(LowerCase(entry->d_name), lower) && IsRegular(entries.get(), entry)) {
+    if (FitsNamePattern(LowerCase(entry->d_name), lower) && IsRegular(entries.get(), entry)) {
       names.push_back(CorePath(entry->d_name));
     }
     errno = 0;

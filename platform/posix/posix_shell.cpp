@@ -12,10 +12,10 @@
 #include <system_error>
 
 #include "base/text.h"
+#include "common/command_line.h"
 #include "ports/system_codes.h"
 #include "posix/child_process.h"
 #include "posix/close_window.h"
-#include "posix/command_line.h"
 #include "posix/descriptor.h"
 #include "posix/paths.h"
 

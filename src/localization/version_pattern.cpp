@@ -15,14 +15,14 @@ bool FitsVersionPattern(const std::vector<std::string>& version, const std::vect
   const auto parts = static_cast<std::size_t>(
       MLocalization::MaxOf(static_cast<std::int32_t>(version.size()), {static_cast<std::int32_t>(pattern.size())}));
   for (std::size_t i = 0; i < parts; ++i) {
-    if (i >= version.size() || i >= pattern.size() || !FitsPattern(version[i], pattern[i])) return false;
+    if (i >= version.size() || i >= pattern.size() || !FitsVersionPart(version[i], pattern[i])) return false;
   }
   return true;
 }
 
 }  // namespace
 
-bool FitsPattern(const std::string& text, const std::string& pattern) {
+bool FitsVersionPart(const std::string& text, const std::string& pattern) {
   const std::vector<std::string> pieces = Split(pattern, "*");
   if (pieces.size() < 2) return text == pattern;
   const std::string& first = pieces.front();

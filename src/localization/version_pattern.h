@@ -10,6 +10,6 @@ namespace tsly {
 bool IsAcceptedVersion(const std::string& version);
 
 // Whether `text` fits `pattern`, in which "*" stands for any run of characters, none included.
-bool FitsPattern(const std::string& text, const std::string& pattern);
+bool FitsVersionPart(const std::string& text, const std::string& pattern);
 
 }  // namespace tsly

@@ -1,4 +1,4 @@
-#include "posix/archive_judge.h"
+#include "common/archive_judge.h"
 
 #include <gtest/gtest.h>
 

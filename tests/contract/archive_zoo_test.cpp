@@ -5,7 +5,7 @@
 #include <fstream>
 #include <map>
 
-#include "posix/archive_unzip.h"
+#include "common/archive_unzip.h"
 #include "posix/posix_files.h"
 #include "support/temp_folder.h"
 

@@ -9,8 +9,8 @@
 #include <functional>
 
 #include "base/text.h"
+#include "common/ini_reader.h"
 #include "ports/system_codes.h"
-#include "posix/ini_reader.h"
 #include "posix/posix_files.h"
 #include "support/failing_files.h"
 #include "support/ordinary_user.h"

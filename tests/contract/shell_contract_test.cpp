@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "posix/command_line.h"
+#include "common/command_line.h"
 #include "posix/paths.h"
 #include "posix/posix_shell.h"
 #include "support/ordinary_user.h"

@@ -16,7 +16,7 @@
 #include <map>
 #include <utility>
 
-#include "posix/archive_unzip.h"
+#include "common/archive_unzip.h"
 #include "posix/posix_files.h"
 #include "posix/unpack_target.h"
 #include "support/ordinary_user.h"

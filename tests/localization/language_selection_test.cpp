@@ -17,11 +17,11 @@ TEST(LanguageVersions, Accepted) {
   for (const char* version : {"7.0.1209", "7.0.1577", "7.0.1600.0", "7.0.12.5", "7.0.1350.0.1", ""}) {
     EXPECT_FALSE(IsAcceptedVersion(version)) << version;
   }
-  EXPECT_TRUE(FitsPattern("abcd", "a*c*"));
-  EXPECT_TRUE(FitsPattern("", "*"));
-  EXPECT_FALSE(FitsPattern("aba", "ab*ba"));
-  EXPECT_FALSE(FitsPattern("abc", "a*bc*c"));
-  EXPECT_FALSE(FitsPattern("abc", "a*d*c"));
+  EXPECT_TRUE(FitsVersionPart("abcd", "a*c*"));
+  EXPECT_TRUE(FitsVersionPart("", "*"));
+  EXPECT_FALSE(FitsVersionPart("aba", "ab*ba"));
+  EXPECT_FALSE(FitsVersionPart("abc", "a*bc*c"));
+  EXPECT_FALSE(FitsVersionPart("abc", "a*d*c"));
 }
 
 TEST(LanguageSelection, EachPairOfFilesHasItsOutcome) {

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "platform/posix/paths.h"
+#include "posix/paths.h"
 
 namespace tsly {
 

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/ini_reader.h"
-#include "platform/posix/posix_files.h"
-#include "platform/posix/posix_folders.h"
+#include "common/ini_reader.h"
 #include "ports/locale.h"
+#include "posix/posix_files.h"
+#include "posix/posix_folders.h"
 #include "program.h"
 #include "services/MRegistryConstants.h"
 #include "support/failing_files.h"

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "posix/ini_index.h"
+#include "common/ini_index.h"
 
 namespace tsly {
 

@@ -1,4 +1,4 @@
-#include "posix/wildcards.h"
+#include "common/name_pattern.h"
 
 #include <cstddef>
 
@@ -41,7 +41,7 @@ bool Fits(std::string_view name, std::string_view pattern) {
 
 bool HasWildcards(std::string_view pattern) { return pattern.find_first_of("*?") != std::string_view::npos; }
 
-bool FitsPattern(std::string_view name, std::string_view pattern) {
+bool FitsNamePattern(std::string_view name, std::string_view pattern) {
   if (Fits(name, pattern)) return true;
   return pattern.ends_with(".*") && name.find('.') == std::string_view::npos &&
          Fits(name, pattern.substr(0, pattern.size() - 2));

@@ -1,4 +1,4 @@
-#include "posix/code_page_text.h"
+#include "common/text_decoder.h"
 
 #include <algorithm>
 #include <array>

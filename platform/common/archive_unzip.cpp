@@ -1,4 +1,4 @@
-#include "posix/archive_unzip.h"
+#include "common/archive_unzip.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "base/text.h"
+#include "common/zip_table.h"
 #include "ports/files.h"
 #include "posix/paths.h"
 #include "posix/unpack_target.h"
-#include "posix/zip_table.h"
 
 namespace tsly {
 namespace {

@@ -1,4 +1,4 @@
-#include "posix/ini_index.h"
+#include "common/ini_index.h"
 
 #include <sys/random.h>
 

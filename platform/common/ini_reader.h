@@ -12,8 +12,8 @@
 #include <optional>
 #include <string>
 
+#include "common/ini_index.h"
 #include "ports/profile.h"
-#include "posix/ini_index.h"
 
 namespace tsly {
 

@@ -7,8 +7,8 @@
 
 #include <string>
 
+#include "common/archive_judge.h"
 #include "ports/unzip.h"
-#include "posix/archive_judge.h"
 
 namespace tsly {
 

@@ -1,4 +1,4 @@
-#include "posix/ini_reader.h"
+#include "common/ini_reader.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "common/text_decoder.h"
 #include "ports/files.h"
 #include "ports/system_codes.h"
-#include "posix/code_page_text.h"
 #include "posix/descriptor.h"
 #include "posix/paths.h"
 

@@ -1,4 +1,4 @@
-#include "posix/archive_judge.h"
+#include "common/archive_judge.h"
 
 #include <algorithm>
 #include <optional>

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "posix/archive_judge.h"
+#include "common/archive_judge.h"
 
 namespace tsly {
 

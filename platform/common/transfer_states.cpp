@@ -1,4 +1,4 @@
-#include "posix/transfer_states.h"
+#include "common/transfer_states.h"
 
 namespace tsly {
 

@@ -10,6 +10,6 @@ bool HasWildcards(std::string_view pattern);
 
 // "*" stands for any letters, "?" for one; a pattern's ".*" at the end fits a name without a dot too, so "*.*" fits
 // every name. Letter case must have been made alike before.
-bool FitsPattern(std::string_view name, std::string_view pattern);
+bool FitsNamePattern(std::string_view name, std::string_view pattern);
 
 }  // namespace tsly

@@ -1,4 +1,4 @@
-#include "posix/zip_table.h"
+#include "common/zip_table.h"
 
 #include <algorithm>
 #include <optional>
