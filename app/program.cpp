@@ -3,10 +3,10 @@
 #include <chrono>
 #include <memory>
 
+#include "dialog/CheckNew.h"
 #include "ports/automation.h"
 #include "ports/clock.h"
 #include "ports/event_loop.h"
-#include "shell/CheckNew.h"
 
 namespace tsly {
 namespace {

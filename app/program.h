@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <string>
 
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "localization/MLocalization.h"
 #include "ports/platform.h"
 #include "services/MRegistry.h"
 #include "services/MTempFiles.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 

@@ -2,9 +2,9 @@
 #include "base/runtime_error.h"
 #include "base/text.h"
 #include "common/command_line.h"
+#include "dialog/launcher.h"
 #include "fuzz.h"
 #include "install/action_line.h"
-#include "shell/launcher.h"
 
 namespace tsly {
 namespace {

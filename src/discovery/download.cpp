@@ -4,6 +4,9 @@
 
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/addresses.h"
+#include "dialog/frmVerify.h"
 #include "discovery/updates_file.h"
 #include "localization/MLocalizationText.h"
 #include "ports/clock.h"
@@ -12,9 +15,6 @@
 #include "ports/shell.h"
 #include "ports/transfer.h"
 #include "services/MTempFiles.h"
-#include "shell/MGlobal.h"
-#include "shell/addresses.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

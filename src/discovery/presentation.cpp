@@ -1,14 +1,14 @@
 // What the outcome of a search turns into: a message, a report to the client, or the list of offered updates.
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "discovery/updates_file.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
 #include "ports/event_loop.h"
 #include "ports/shell.h"
 #include "ports/transfer.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

@@ -2,6 +2,9 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/addresses.h"
+#include "dialog/frmVerify.h"
 #include "discovery/updates_file.h"
 #include "discovery/version_rules.h"
 #include "localization/MLocalization.h"
@@ -10,9 +13,6 @@
 #include "ports/profile.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
-#include "shell/MGlobal.h"
-#include "shell/addresses.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

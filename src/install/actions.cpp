@@ -3,6 +3,8 @@
 
 #include "base/runtime_error.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "install/action_line.h"
 #include "install/path_macros.h"
 #include "ports/files.h"
@@ -10,8 +12,6 @@
 #include "ports/system_codes.h"
 #include "ports/unzip.h"
 #include "services/MTempFiles.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

@@ -1,6 +1,8 @@
 // One installation run over all offered updates.
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "install/cCRC32.h"
 #include "localization/MLocalizationText.h"
 #include "ports/clock.h"
@@ -9,8 +11,6 @@
 #include "ports/system_codes.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

@@ -1,10 +1,10 @@
 // The transcript: what an installation run says to the user and the log.
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "install/size_text.h"
 #include "localization/MLocalizationText.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

@@ -1,8 +1,8 @@
 #include "base/step.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

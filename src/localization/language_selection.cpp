@@ -3,6 +3,7 @@
 
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
 #include "localization/version_pattern.h"
@@ -10,7 +11,6 @@
 #include "ports/toolkit.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

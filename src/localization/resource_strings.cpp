@@ -1,8 +1,8 @@
 #include "base/runtime_error.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

@@ -1,11 +1,11 @@
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
 #include "ports/toolkit.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

@@ -5,10 +5,10 @@
 #include <set>
 
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "ports/files.h"
 #include "ports/folders.h"
 #include "ports/system_codes.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

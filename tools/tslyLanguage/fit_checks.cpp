@@ -4,9 +4,9 @@
 
 #include "base/text.h"
 #include "controls/form.h"
+#include "dialog/VerifyControls.h"
 #include "localization/MLocalizationText.h"
 #include "localization/charsets.h"
-#include "shell/VerifyControls.h"
 
 namespace tsly {
 namespace {

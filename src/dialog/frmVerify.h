@@ -15,10 +15,10 @@
 
 #include "controls/form.h"
 #include "controls/timer.h"
+#include "dialog/VerifyControls.h"
+#include "dialog/status.h"
 #include "discovery/document_run.h"
 #include "install/transcript.h"
-#include "shell/VerifyControls.h"
-#include "shell/status.h"
 
 namespace tsly {
 
@@ -61,7 +61,7 @@ class frmVerify : public Form {
   // that its client has let go of.
   std::shared_ptr<StatusReceiver> UpdaterObject;
 
-  // Public routines. The first three: shell/dialog_flow.cpp.
+  // Public routines. The first three: dialog/dialog_flow.cpp.
   void DisplayWindow();         // shows the dialog; for a client, above all other windows
   void PrepareVerifyVersion();  // arms the silent check
   void ShowTheResults();        // runs a check by hand
@@ -91,7 +91,7 @@ class frmVerify : public Form {
   void OnThumbMoved(ScrollBar&) override { vscUpdates_Scroll(); }
 
  private:
-  // The flow of the dialog (shell/dialog_flow.cpp).
+  // The flow of the dialog (dialog/dialog_flow.cpp).
   void BringUp(Keyboard keyboard);
   void Form_Load();
   void Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode);

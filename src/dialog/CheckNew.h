@@ -9,8 +9,8 @@
 #include <functional>
 #include <memory>
 
+#include "dialog/status.h"
 #include "ports/automation.h"
-#include "shell/status.h"
 
 namespace tsly {
 

@@ -1,15 +1,15 @@
-#include "shell/CheckNew.h"
+#include "dialog/CheckNew.h"
 
 #include <cmath>
 #include <limits>
 
+#include "dialog/MGlobal.h"
+#include "dialog/check_schedule.h"
+#include "dialog/frmVerify.h"
 #include "ports/clock.h"
 #include "ports/shell.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
-#include "shell/MGlobal.h"
-#include "shell/check_schedule.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

@@ -4,13 +4,13 @@
 #include "base/date_time.h"
 #include "base/step.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "localization/MLocalizationText.h"
 #include "ports/locale.h"
 #include "services/MRegistry.h"
 #include "services/MRegistryConstants.h"
 #include "services/MTempFiles.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 namespace {

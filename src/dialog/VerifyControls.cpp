@@ -1,4 +1,4 @@
-#include "shell/VerifyControls.h"
+#include "dialog/VerifyControls.h"
 
 #include "base/runtime_error.h"
 #include "ports/toolkit.h"

@@ -1,4 +1,4 @@
-#include "shell/check_schedule.h"
+#include "dialog/check_schedule.h"
 
 #include <optional>
 

@@ -1,4 +1,4 @@
-#include "shell/frmVerify.h"
+#include "dialog/frmVerify.h"
 
 #include "ports/files.h"
 #include "ports/profile.h"

@@ -1,12 +1,12 @@
-#include "shell/launcher.h"
+#include "dialog/launcher.h"
 
 #include <chrono>
 
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "ports/clock.h"
 #include "ports/event_loop.h"
 #include "ports/shell.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

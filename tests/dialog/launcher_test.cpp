@@ -1,4 +1,4 @@
-#include "shell/launcher.h"
+#include "dialog/launcher.h"
 
 #include <gtest/gtest.h>
 

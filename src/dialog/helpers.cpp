@@ -2,10 +2,10 @@
 #include <vector>
 
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "ports/files.h"
 #include "ports/profile.h"
 #include "ports/toolkit.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

@@ -3,10 +3,10 @@
 
 #include "base/date_time.h"
 #include "base/text.h"
+#include "dialog/MGlobal.h"
 #include "ports/clock.h"
 #include "ports/files.h"
 #include "ports/folders.h"
-#include "shell/MGlobal.h"
 
 namespace tsly {
 namespace {

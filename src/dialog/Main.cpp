@@ -1,7 +1,7 @@
 #include "base/text.h"
+#include "dialog/MGlobal.h"
+#include "dialog/frmVerify.h"
 #include "ports/folders.h"
-#include "shell/MGlobal.h"
-#include "shell/frmVerify.h"
 
 namespace tsly {
 

@@ -1,11 +1,11 @@
-#include "shell/CheckNew.h"
+#include "dialog/CheckNew.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "base/date_time.h"
-#include "shell/check_schedule.h"
+#include "dialog/check_schedule.h"
 #include "support/headless_app.h"
 
 namespace tsly {
