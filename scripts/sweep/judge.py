@@ -13,6 +13,7 @@ KEY = r"hklm\software\quillon systems\tessaly studio\7.0\version"
 CHECKED_ON = (KEY, "updates checked on")
 OWN_DATA = "home/folders/AppData/Quillon Systems/Tessaly Studio/"
 LOG = OWN_DATA + "tslyUpdater.log"
+LIST = " tslFiles.lst"  # of the files handed out, in their folder
 # Where the folder of the log can't be had, the program's own takes its place; the home's folder for temporary files is
 # made when it is first asked for.
 MAY_APPEAR = ("app/tslyUpdater.log", "home/temp")
