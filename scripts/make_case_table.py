@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Writes src/base/case_table.inc: Unicode's simple lower-case mappings as runs.
 
-Each row is {first, last, step, distance}: the code points first, first + step, ... last go down by `distance`. A mapping
-that changes the number of UTF-8 bytes is left out, so that folding never moves a position in a text.
+Each row is {first, last, step, distance}: `distance` is added to the code points first, first + step, ... last. Mappings
+that change the number of UTF-8 bytes are left out, so that folding keeps all positions in a text.
 """
 import pathlib
 import unicodedata

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Draws the pictures of the dialog into resources/pictures. They are kept in the repository; run this only after a
-# change here. Everything is drawn at sixteen times its size and scaled down, so that edges come out smooth.
+# Draws the pictures of the dialog into resources/pictures. The results are in the repository; run this only after
+# changing it. Pictures are drawn at sixteen times their size and scaled down, for smooth edges.
 set -euo pipefail
 out=$(cd "$(dirname "$0")/.." && pwd)/resources/pictures
 mkdir -p "$out"
 readonly factor=16
 
-# draw NAME WIDTH HEIGHT BACKGROUND MVG: units of the drawing are pixels of the finished picture. A second one of twice the
-# size is for screens of high resolution.
+# draw NAME WIDTH HEIGHT BACKGROUND MVG: the drawing's units are pixels of the picture. A second picture of twice the
+# size is for high-resolution screens.
 draw() {
   local name=$1 width=$2 height=$3 background=$4 commands=$5
   local drawn=(-font DejaVu-Sans-Bold -size "$((width * factor))x$((height * factor))" "xc:$background" -draw "scale $factor,$factor $commands"
@@ -17,7 +17,7 @@ draw() {
   convert "${drawn[@]}" -resize "$((2 * width))x$((2 * height))!" "${plain[@]}" "PNG32:$out/$name@2x.png"
 }
 
-# A printed card: band, portrait, lines of text. Its top left corner is 0,0 and it is 30 by 20 units.
+# A printed card: band, portrait, lines of text. Its top left corner is at 0,0; it is 30 by 20 units.
 readonly card='
   fill #00000040 roundrectangle 0.8,1.2 30.8,21.2 2.2,2.2
   fill #f4f6f8 roundrectangle 0,0 30,20 2.2,2.2
@@ -30,7 +30,7 @@ readonly card='
   fill #b9c3cc rectangle 14.5,11.6 24,12.9
   fill #b9c3cc rectangle 14.5,14.6 21,15.9'
 
-# The sign of an update: an orange disc, 16 units across round 0,0, with a white arrow that points down to a tray.
+# The update badge: an orange disc around 0,0, 16 units wide, with a white arrow that points down to a tray.
 readonly badge='
   fill #00000050 circle 0.4,0.9 8.9,0.9
   fill #ffffff circle 0,0 8.6,0
@@ -68,7 +68,7 @@ draw hand 32 32 none '
   fill none path "M 14.4,12.6 L 14.4,17.2" path "M 17.9,13.4 L 17.9,17.4" path "M 21.2,14.4 L 21.2,17.6"
   path "M 12.6,25.2 L 22.6,25.2"'
 
-# The signs of the messages.
+# The icons of the messages.
 readonly disc='fill #00000040 circle 16,17 16,31.5'
 draw information 32 32 none "$disc
   fill #3f7fb5 circle 16,16 16,30.5 fill #5c9bd0 path 'M 1.5,16 A 14.5,14.5 0 0,1 30.5,16 A 24,15 0 0,0 1.5,16 Z'

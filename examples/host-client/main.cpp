@@ -1,8 +1,8 @@
-// A host product in small: asks the updater at its start whether something is new, tells what comes of it, and makes
-// way for an update that can't be installed while it runs.
+// A small host product: has the updater check for updates at its start, shows each status, and closes for an update
+// that can't be installed while it runs.
 //
 //   host_client [--updater PROGRAM] [--yes]
-//     --updater  the updater's program; without it, tslyCheckNew beside this one
+//     --updater  the updater's program; default: tslyCheckNew next to this one
 //     --yes      agrees to an update without asking
 #include <QApplication>
 #include <QCommandLineParser>
@@ -22,13 +22,13 @@ namespace {
 QString Meaning(int status) {
   switch (status) {
     case UpdaterClient::Pending:
-      return QObject::tr("Status 0: a check is armed or running, or the updater is showing what it has found.");
+      return QObject::tr("Status 0: a check is scheduled or running, or the updater shows the available updates.");
     case UpdaterClient::Idle:
-      return QObject::tr("Status 1: nothing more will come: nothing new, no check due, or the offer is closed.");
+      return QObject::tr("Status 1: finished: nothing new, no check due, or the dialog is closed.");
     case UpdaterClient::StopRequired:
-      return QObject::tr("Status 2: an update is there that wants this program to be closed.");
+      return QObject::tr("Status 2: there is an update that requires this program to close.");
     default:
-      return QObject::tr("Status %1: somebody wrote it there.").arg(status);
+      return QObject::tr("Status %1: written by a client.").arg(status);
   }
 }
 
@@ -37,47 +37,47 @@ class HostWindow : public QWidget {
   HostWindow(QString updater, bool agrees) : updater_(std::move(updater)), agrees_(agrees) {
     setWindowTitle(QStringLiteral("Host product"));
     resize(560, 260);
-    told_.setWordWrap(true);
-    told_.setAlignment(Qt::AlignTop);
-    told_.setTextFormat(Qt::PlainText);
+    messages_.setWordWrap(true);
+    messages_.setAlignment(Qt::AlignTop);
+    messages_.setTextFormat(Qt::PlainText);
     auto* check = new QPushButton(tr("&Check for updates"));
     auto* settings = new QPushButton(tr("Updater &settings..."));
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(&told_, 1);
+    layout->addWidget(&messages_, 1);
     layout->addWidget(check);
     layout->addWidget(settings);
 
     connect(check, &QPushButton::clicked, &client_, &UpdaterClient::VerifyVersion);
     connect(settings, &QPushButton::clicked, &client_, &UpdaterClient::ConfigureUpdater);
     connect(&client_, &UpdaterClient::Failed, this,
-            [this](const QString& why) { Tell(tr("No updater: %1").arg(why)); });
+            [this](const QString& why) { Show(tr("No updater: %1").arg(why)); });
     connect(&client_, &UpdaterClient::StatusChanged, this, [this](int status) {
-      Tell(Meaning(status));
+      Show(Meaning(status));
       if (status == UpdaterClient::StopRequired) OfferUpdate();
     });
     client_.VerifyVersion();
   }
 
  private:
-  void Tell(const QString& text) {
+  void Show(const QString& text) {
     const QString line = QTime::currentTime().toString(QStringLiteral("hh:mm:ss  ")) + text;
-    told_.setText(told_.text() + line + u'\n');
+    messages_.setText(messages_.text() + line + u'\n');
     QTextStream(stdout) << line << Qt::endl;
   }
 
-  // The updater is started anew, as a process of its own that checks at once. It asks its user before it installs, and
-  // then asks this window to close, as a click on its close button would. Until then everything here goes on.
+  // Starts the updater as a separate process that checks at once. It asks the user before it installs and then asks
+  // this window to close, as a click on its close button would. Until then this program continues.
   void OfferUpdate() {
     const auto question = tr("An update is ready. It closes this program when you install it. Look at it now?");
     if (!agrees_ && QMessageBox::question(this, windowTitle(), question) != QMessageBox::Yes) return;
-    const QString window = QStringLiteral("/window:%1").arg(winId(), 0, 16);  // the X11 window's number
+    const QString window = QStringLiteral("/window:%1").arg(winId(), 0, 16);  // the X11 window ID
     if (!QProcess::startDetached(updater_, {QStringLiteral("/showupdates"), window})) {
-      Tell(tr("%1 could not be started.").arg(updater_));
+      Show(tr("%1 could not be started.").arg(updater_));
     }
   }
 
   UpdaterClient client_;
-  QLabel told_;
+  QLabel messages_;
   QString updater_;
   bool agrees_;
 };

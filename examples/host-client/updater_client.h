@@ -1,5 +1,5 @@
-// One CheckNew object of the updater, as a host product uses it. Every call is asynchronous: the host's window never
-// waits for the updater. Copy this class and its .cpp; they need Qt's Core and DBus only.
+// One CheckNew object of the updater, for host products. All calls are asynchronous and never block. Copy this class
+// and its .cpp; they depend only on Qt Core and DBus.
 #pragma once
 
 #include <QDBusMessage>
@@ -16,17 +16,17 @@ class UpdaterClient : public QObject {
   enum Status { Pending = 0, Idle = 1, StopRequired = 2 };
 
   explicit UpdaterClient(QObject* parent = nullptr);
-  // Lets the object go. Without it the updater's process would live for as long as the host's.
+  // Releases the object. Otherwise the updater's process would run as long as the host's.
   ~UpdaterClient() override;
 
-  // Lets the updater decide whether a check is due, then tells each change of Status until nothing more will come.
+  // Starts a check if one is due, then reports each change of Status until it is no longer Pending.
   void VerifyVersion();
-  // Brings up the updater's dialog. Status says nothing of that.
+  // Opens the updater's dialog. Doesn't change Status.
   void ConfigureUpdater();
 
  signals:
   void StatusChanged(int status);
-  // There is no updater to talk to, or it has gone. The next call asks for a new object.
+  // The updater can't be reached or has ended. The next call creates a new object.
   void Failed(const QString& why);
 
  private:
@@ -36,7 +36,7 @@ class UpdaterClient : public QObject {
   void Poll();
   void Fail(const QString& why);
 
-  QString object_;  // its path; "": none yet
+  QString object_;  // its path; "": none
   QTimer poll_;
   int status_ = -1;
 };

@@ -1,5 +1,5 @@
-"""What a run left, and what is wrong with it. A run is a folder with the program ("app"), its home ("home") and
-the programs of the search path ("bin"); every name in here is relative to it.
+"""Reads the state that a run left, and finds its faults. A run is a folder with the program ("app"), its home ("home")
+and the programs of the search path ("bin"); all names here are relative to it.
 """
 import dataclasses
 import hashlib
@@ -14,16 +14,16 @@ CHECKED_ON = (KEY, "updates checked on")
 OWN_DATA = "home/folders/AppData/Quillon Systems/Tessaly Studio/"
 LOG = OWN_DATA + "tslyUpdater.log"
 LIST = " tslFiles.lst"  # of the files handed out, in their folder
-# Where the folder of the log can't be had, the program's own takes its place; the home's folder for temporary files is
-# made when it is first asked for.
+# The log goes to the program's own folder if its usual folder can't be created; the folder for temporary files is
+# created on first use.
 MAY_APPEAR = ("app/tslyUpdater.log", "home/temp")
 STORES = ("home/registry/user.sqlite", "home/registry/machine.sqlite")
 
 
 @dataclasses.dataclass
 class State:
-    files: dict  # name: checksum and whether it can be run; None for a folder
-    values: dict  # (key, name): (type, bytes), as the program sees them
+    files: dict  # name: checksum and whether it is executable; None for a folder
+    values: dict  # (key, name): (type, bytes), as the program reads them
     keys: set
     faults: list  # stores that can't be read
 
@@ -31,8 +31,8 @@ class State:
 @dataclasses.dataclass
 class Module:
     version: str
-    files: dict  # name: what State.files has for it, when the module is installed
-    effects: dict  # what the programs make that its action lines start
+    files: dict  # name: its value in State.files once the module is installed
+    effects: dict  # files that the programs of its action lines create
 
 
 def content(data, runs=False):
@@ -56,7 +56,7 @@ def files_below(folder):
 
 
 def read_store(path):
-    """Its rows, read from a copy: reading must not mend what the next start has to mend."""
+    """Its rows, read from a copy: reading must not repair what the next start has to repair."""
     with tempfile.TemporaryDirectory(dir=os.path.dirname(os.path.dirname(os.path.dirname(path)))) as folder:
         copy = os.path.join(folder, "store")
         shutil.copyfile(path, copy)
@@ -94,7 +94,7 @@ def look(run):
             overlays.append(((key[1:], name), (kind, data), (base_kind, base)))
         else:
             state.values[key, name] = (kind, data)
-    for place, value, base in overlays:  # count only over what they were written over
+    for place, value, base in overlays:  # valid only over the value that they replaced
         if state.values.get(place, (None, None)) == base:
             state.values[place] = value
     state.values = {place: value for place, value in state.values.items() if value[0] is not None}
@@ -111,15 +111,15 @@ def is_recent(data):
 
 
 def recorded(state, modules):
-    """The modules that count as installed in their new version."""
+    """The modules that are recorded in their new version."""
     return {name for name, module in modules.items()
             if state.values.get((KEY, f"version: {name}".lower())) == (1, module.version.encode() + b"\0")}
 
 
 def judge_interrupted(now, before, end, modules, documents, programs_ran):
-    """The faults of a state right after a disturbed run: everything is as it was before or as it is at the end.
+    """The faults of a state right after a disturbed run: everything has to be as before or as at the end.
 
-    A program that can't be started counts as started: what programs make is asked for only where nothing kept them from
+    A program that can't be started counts as started, so the programs' files are checked only if nothing kept them from
     running.
     """
     faults = list(now.faults)
@@ -134,7 +134,7 @@ def judge_interrupted(now, before, end, modules, documents, programs_ran):
             faults.append(f"{name} is {found}, allowed are {sorted(map(str, allowed))}")
     for name, whole in documents.items():
         if now.files.get(name, whole) != whole:
-            faults.append(f"half a document: {name}")
+            faults.append(f"partial document: {name}")
     for place in before.values.keys() | end.values.keys() | now.values.keys():
         allowed = [before.values.get(place), end.values.get(place)] + [None, (1, "now")] * (place == CHECKED_ON)
         if now.values.get(place) not in allowed:
@@ -150,8 +150,8 @@ def judge_interrupted(now, before, end, modules, documents, programs_ran):
 
 
 def judge_import(now, before, end, was_refused):
-    """The faults of a state right after a disturbed import: each store is wholly as before or wholly as at the end. One
-    that reports a failure did not write all stores.
+    """The faults of a state right after a disturbed import: each store has to be as before or as at the end. An import
+    that reports a failure must not have written all stores.
     """
     def parts(state):
         return [({place: value for place, value in state.values.items() if place[0].startswith("hkcu") == is_user},
@@ -161,15 +161,14 @@ def judge_import(now, before, end, was_refused):
     stores = list(zip(STORES, parts(now), parts(before), parts(end)))
     for name, found, old, new in stores:
         if found not in (old, new):
-            faults.append(f"half an import in {name}: {found}")
+            faults.append(f"partial import in {name}: {found}")
     if was_refused and not any(found == old for _, found, old, _ in stores):
         faults.append("the import was refused, but wrote all stores")
     return faults
 
 
 def judge_completed(now, before, end, optional=()):
-    """The faults of a state after an undisturbed start: it equals the end but for what is optional, and nothing else is
-    there.
+    """The faults of a state after an undisturbed start: it has to equal the end except for what is optional.
     """
     faults = list(now.faults)
     for name in sorted(now.files.keys() | end.files.keys()):
@@ -178,7 +177,7 @@ def judge_completed(now, before, end, optional=()):
             continue
         if found == "absent" and name in optional:
             continue
-        faults.append(f"left behind: {name}" if wanted == "absent" else f"at the end {name} is {found}, not {wanted}")
+        faults.append(f"not removed: {name}" if wanted == "absent" else f"at the end {name} is {found}, not {wanted}")
     for place in sorted(before.values.keys() | now.values.keys() | end.values.keys()):
         wanted = [end.values.get(place)]
         if place == CHECKED_ON:

@@ -1,5 +1,5 @@
-"""Runs of the released program on desks of their own: a folder that holds the program, its home and its search path,
-and a maker's server. See judge.py for what they leave and scenarios.py for what they do.
+"""Runs the released program, each time on its own desk: a folder with the program, its home and its search path, and a
+maker's server. scenarios.py has the runs; judge.py checks their results.
 """
 import collections
 import contextlib
@@ -17,7 +17,7 @@ LIMIT = 30  # seconds of a run
 
 
 class Maker(http.server.BaseHTTPRequestHandler):
-    """Answers /DESK/NAME and remembers who asked for what."""
+    """Serves /DESK/NAME and records the requests of each desk."""
 
     def do_GET(self):
         desk, name = self.path[1:].split("/", 1)
@@ -26,7 +26,7 @@ class Maker(http.server.BaseHTTPRequestHandler):
         self.send_response(200 if body is not None else 404)
         self.send_header("Content-Length", str(len(body or b"")))
         self.end_headers()
-        with contextlib.suppress(OSError):  # it may have been ended meanwhile
+        with contextlib.suppress(OSError):  # the program may have been killed meanwhile
             self.wfile.write(body or b"")
 
     def log_message(self, *_):
@@ -34,7 +34,7 @@ class Maker(http.server.BaseHTTPRequestHandler):
 
 
 class Desk:
-    """A place for runs of one scenario."""
+    """The folder for runs of one scenario."""
 
     def __init__(self, scenario, tools, web, folder, number):
         self.scenario, self.tools, self.web = scenario, tools, web
@@ -58,8 +58,8 @@ class Desk:
         shutil.copytree(self.kept, self.run, symlinks=True, copy_function=scenarios.copy)
 
     def trace(self, command, clicks, mode="plain", number=0, error=0, limit=LIMIT, bus="disabled:"):
-        """Runs the command under the tracer until it and all that it started have ended: how it ended, and the
-        tracer's lines.
+        """Runs the command under the tracer until it and all its child processes have ended. Returns how it ended and
+        the tracer's lines.
         """
         libraries = ["fast_time"] + ["clicks"] * bool(clicks)
         environment = {"TSLY_HOME": self.run + "/home", "TSLY_RUNAS": "", "HOME": self.user,
@@ -92,7 +92,7 @@ class Desk:
             return "no log\n"
 
     def start_again(self):
-        """The next, undisturbed start: it offers what is missing, nothing else."""
+        """The faults of the next, undisturbed start: it has to install exactly what is missing."""
         here = judge.recorded(judge.look(self.run), self.modules)
         self.web.asked[self.name].clear()
         ended, _ = self.trace(self.scenario.again, self.scenario.again_clicks)
@@ -101,14 +101,14 @@ class Desk:
         fetched = {name for name, update in self.scenario.updates.items() if update.pack_url(name) in asked}
         if fetched != self.modules.keys() - here:
             faults.append(f"the next start installed {sorted(fetched)}, recorded were {sorted(here)}")
-        if self.scenario.ends_early:  # what it leaves by design goes at the start after it
+        if self.scenario.ends_early:  # the start after it removes what it leaves by design
             self.trace(self.scenario.again, self.scenario.again_clicks)
         return faults
 
 
 @contextlib.contextmanager
 def server():
-    """A maker's server: `pages` by desk and name, and the names that each desk `asked` for."""
+    """A maker's server: `pages` by desk and name, and the names that each desk has requested (`asked`)."""
     with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Maker) as web:
         web.pages, web.asked = {}, collections.defaultdict(list)
         threading.Thread(target=web.serve_forever, daemon=True).start()
@@ -118,7 +118,7 @@ def server():
 
 @contextlib.contextmanager
 def playground(programs):
-    """A server, and a folder in memory with a copy of the programs: where desks are."""
+    """A server, and a folder in memory for the desks, with a copy of the programs."""
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
     with server() as web, tempfile.TemporaryDirectory(prefix="tsly-sweep-", dir=memory) as folder:
         os.mkdir(folder + "/user", 0o700)

@@ -1,4 +1,4 @@
-"""What the program does in a sweep, and the desks that it does it on."""
+"""The scenarios of a sweep and their initial states."""
 import contextlib
 import dataclasses
 import io
@@ -14,7 +14,7 @@ HKLM = r"HKLM\SOFTWARE\Quillon Systems\Tessaly Studio\7.0"
 HKCU = r"HKCU\SOFTWARE\Quillon Systems\Tessaly Studio\7.0"
 COMMON = "home/folders/CommonAppData/Quillon Systems/Tessaly Studio/"
 
-# What the packs' programs do is whole or not there: they aren't what is tested.
+# The packs' programs act atomically: they aren't under test.
 SERVER = b"""#!/bin/sh
 echo done > "$0.$$" && exec mv "$0.$$" "$0${1#/}.mark"
 """
@@ -41,8 +41,8 @@ class Update:
     folder: str  # where its pack is unpacked
     files: dict  # name: bytes
     actions: list
-    effects: dict  # what its programs make, and its files elsewhere
-    url: str = ""  # of its pack, below the maker's address; else its name
+    effects: dict  # files that its programs create, and its files elsewhere
+    url: str = ""  # of its pack, below the server's address; default: its name
 
     def pack_url(self, name):
         return self.url or name + ".zip"
@@ -61,7 +61,7 @@ UPDATES = {
     "Samples": Update(COMMON, {"Samples/card1.svg": b"<svg>new</svg>", "Samples/card2.svg": b"<svg/>" * 40,
                                "Samples/Old cards/Deep/card3.svg": NOISE[:500]}, [r"unzip:{commonappdata}"], {}),
 }
-# Its program records the version whatever happens to this one; so it lies where nothing takes its place.
+# Its program records the version whatever happens to the updater, so no other pack may replace the program.
 FINISHER = {"Finisher": Update("app/last/", {"finish": FINISH},
                                [r"unzip:{app}last", r'execute:"{app}last\finish" "{app}tslyReg"'], {})}
 IMPORT = rb"""Windows Registry Editor Version 5.00
@@ -90,10 +90,10 @@ class Scenario:
     again: list  # the next start
     again_clicks: str
     updates: dict
-    installed: bool = False  # the updates are on the machine already
-    fresh: bool = False  # nothing is on the machine
-    ends_early: bool = False  # by an action line
-    choices: tuple = ()  # values that may stay as they were: the user's choice was cut short
+    installed: bool = False  # the updates are already installed
+    fresh: bool = False  # nothing is installed yet
+    ends_early: bool = False  # through an action line
+    choices: tuple = ()  # values that may stay unchanged: the user's choice was interrupted
 
 
 DIALOG, SHOW, INSTALL_ALL = ["tslyCheckNew"], ["tslyCheckNew", "/showupdates"], "cmdInstall*1 cmdClose*1 cmdOK"
@@ -123,7 +123,7 @@ def pack_of(files):
 
 
 def copy(source, target):
-    """For shutil.copytree: nothing writes to the programs, and they would fill a small file system."""
+    """For shutil.copytree. Links the programs: nothing writes to them, and copies would fill a small file system."""
     if os.path.basename(source) in PROGRAMS:
         with contextlib.suppress(OSError):  # another file system
             return os.link(source, target)
@@ -138,7 +138,7 @@ def write(path, data):
 
 
 def website(updates, address):
-    """What the maker's server answers, by name: the updates file and the packs."""
+    """The pages of the maker's server by name: the updates file and the packs."""
     text = "[Versions]\n" + "".join(f"{name}=2.0\n" for name in updates)
     pages = {}
     for name, update in updates.items():
@@ -158,7 +158,7 @@ def modules_of(updates):
 
 
 def prepare(scenario, programs, folder, address):
-    """Fills `folder` with the state before the run."""
+    """Creates the initial state in `folder`."""
     app = os.path.join(folder, "app")
     os.makedirs(app)
     for name in PROGRAMS:
