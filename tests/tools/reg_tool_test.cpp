@@ -1,4 +1,4 @@
-// The settings tool: its words, its exit statuses, and the text format that it shares with registry editors.
+// The settings tool: its arguments, its exit statuses, and the text format of registry editors.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@ struct Ran {
   std::string out, error;
 };
 
-// The words stand between bars.
+// `words` are separated by bars.
 Ran Tool(RegistryEditor& registry, const std::string& words, const std::string& input = "") {
   std::istringstream in(input);
   std::ostringstream out, error;
@@ -48,7 +48,7 @@ TEST(RegTool, SetsShowsAndDeletes) {
   }
   EXPECT_EQ(Tool(registry, "list|HKEY_CURRENT_USER\\k").out, listing);
   EXPECT_EQ(Tool(registry, "get|HKCU\\K|bytes").out, "00ffa0\n");
-  EXPECT_EQ(Tool(registry, "get|HKCU\\K|g").out, "tab\tend\n") << "a single value is shown as it is";
+  EXPECT_EQ(Tool(registry, "get|HKCU\\K|g").out, "tab\tend\n") << "get prints the value unchanged";
   EXPECT_EQ(Tool(registry, "delete|HKCU\\K|BYTES").status, 0);
   EXPECT_EQ(Tool(registry, "get|HKCU\\K|bytes").status, 1);
   EXPECT_EQ(Tool(registry, "delete|HKCU\\K").status, 0);
@@ -56,7 +56,7 @@ TEST(RegTool, SetsShowsAndDeletes) {
   EXPECT_EQ(registry.OpenHandles(), 0u);
 }
 
-TEST(RegTool, ExitStatusTellsWhatWasWrong) {
+TEST(RegTool, ExitStatusReportsTheKindOfFailure) {
   MemoryRegistry registry;
   const TempFolder folder;
   const std::string path = folder.NativePath().native();
@@ -77,7 +77,7 @@ TEST(RegTool, ExitStatusTellsWhatWasWrong) {
     EXPECT_EQ(Tool(registry, words).status, 1) << words;
   }
   EXPECT_EQ(Tool(registry, "set|HKCU\\A|" + std::string(kRegMaxNameLength + 1, 'n') + "|sz|1").status, 3);
-  EXPECT_EQ(Tool(registry, "list|HKCU").out, "") << "no key was made on the way";
+  EXPECT_EQ(Tool(registry, "list|HKCU").out, "") << "no key was created";
   for (const auto& words :
        {std::string("set|HKLM\\K|v|sz|2"), std::string("delete|HKLM\\K"), std::string("delete|HKCU"),
         std::string("delete|HKLM\\K|v"), "export|HKLM\\K|" + path + "/no/file", "import|" + path}) {
@@ -86,12 +86,12 @@ TEST(RegTool, ExitStatusTellsWhatWasWrong) {
     EXPECT_NE(ran.error, "") << words;
   }
   EXPECT_EQ(Tool(registry, "import|-", kHeading + "[HKCU\\A]\n[HKLM\\B]\n").error, "tslyReg: -:3: code 5\n");
-  EXPECT_EQ(Tool(registry, "list|HKCU").out, "") << "nothing of a file that can't be taken whole";
-  EXPECT_EQ(Tool(registry, "import|/proc/self/mem").error, "tslyReg: /proc/self/mem can't be read\n");
+  EXPECT_EQ(Tool(registry, "list|HKCU").out, "") << "an import that fails changes nothing";
+  EXPECT_EQ(Tool(registry, "import|/proc/self/mem").error, "tslyReg: can't read /proc/self/mem\n");
   EXPECT_EQ(Tool(registry, "get|HKLM\\K|v").out, "1\n");
 }
 
-TEST(RegTool, ExportsInOrderWithEveryTypeInItsForm) {
+TEST(RegTool, ExportsInOrderWithEveryType) {
   MemoryRegistry registry;
   for (const auto& words :
        {"\\b|x|dword|255", "|path|sz|C:\\a \"b\"", "|E|expand_sz|ä", "||sz|", "\\A|two\nlines|sz|x",
@@ -100,7 +100,7 @@ TEST(RegTool, ExportsInOrderWithEveryTypeInItsForm) {
     ASSERT_EQ(Tool(registry, std::string("set|HKLM\\Soft") + words).status, 0) << words;
   }
   const Ran refused = Tool(registry, "export|HKLM\\Soft");
-  EXPECT_EQ(refused.status, 3) << "a name with a line end has no form";
+  EXPECT_EQ(refused.status, 3) << "a name with a line end can't be written";
   EXPECT_EQ(refused.out, "");
   Tool(registry, "delete|HKLM\\Soft\\A|two\nlines");
   const std::string text = kHeading + R"(
@@ -129,7 +129,7 @@ TEST(RegTool, ExportsInOrderWithEveryTypeInItsForm) {
   EXPECT_EQ(Tool(other, "export|HKLM\\Soft").out, text);
 }
 
-TEST(RegTool, WhatWasExportedComesBackTheSame) {
+TEST(RegTool, ImportRestoresWhatWasExported) {
   std::mt19937 random(20);
   const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
   const auto text = [&](unsigned most) {
@@ -172,7 +172,7 @@ TEST(RegTool, WhatWasExportedComesBackTheSame) {
   }
 }
 
-TEST(RegTool, ImportsWhatPeopleWrite) {
+TEST(RegTool, ImportsHandWrittenFiles) {
   MemoryRegistry registry;
   for (const char* words : {"K|gone|sz|1", "K|kept|sz|kept", "Old\\Below|v|sz|1"}) {
     Tool(registry, std::string("set|HKCU\\") + words);
@@ -196,7 +196,7 @@ TEST(RegTool, ImportsWhatPeopleWrite) {
   EXPECT_EQ(Tool(registry, "list|HKCR").out, "[.x]\n");
 }
 
-TEST(RegTool, AFileWithALineThatCannotBeKeptChangesNothing) {
+TEST(RegTool, AFileWithAnInvalidLineChangesNothing) {
   const std::string bad_data[] = {
       "hex(7):00,00", "hex(b):00",     "qword:1",  "dword:123456789",  "dword:",
       "dword:1 2",    "hex:1,",        "hex:001",  "hex:0x",           "hex(2):41",

@@ -19,18 +19,17 @@ constexpr char kUsage[] =
     "usage: tslyLanguage check FILE...\n"
     "       tslyLanguage new NAME\n"
     "\n"
-    "check tells what is wrong in language files, a line per fault: FILE:LINE: advice. Silent when all is well.\n"
-    "new writes NAME.ini into this folder, with the English texts to be translated.\n"
-    "Exit status: 0 all is well, 1 there are faults, 2 wrong use of the tool, 3 the file couldn't be made.\n";
+    "check reports what is wrong in language files, one line per fault: FILE:LINE: advice. No output: no faults.\n"
+    "new writes NAME.ini into the current folder, with the English texts to translate.\n"
+    "Exit status: 0 no faults, 1 faults found, 2 wrong arguments, 3 the file couldn't be created.\n";
 
 constexpr char kHowTo[] =
-    "; Translate the text behind each \"=\" and take away the semicolon before the line. Words in [BRACKETS] stay as "
-    "they\n"
-    "; are; the program puts something in their place. \\n begins a new line. A text that is still behind its "
-    "semicolon\n"
-    "; is shown in English. Save the file in UTF-8.\n\n";
+    "; Translate the text after each \"=\" and remove the semicolon at the start of the line. Keep words in "
+    "[BRACKETS]:\n"
+    "; the program replaces them. \\n is a line break. Lines that still start with a semicolon are shown in English.\n"
+    "; Save the file in UTF-8.\n\n";
 
-constexpr std::uintmax_t kMostBytes = 1 << 20;  // a language file has some thousand
+constexpr std::uintmax_t kMostBytes = 1 << 20;  // a language file has a few thousand
 
 std::optional<std::string> Contents(const std::string& path) {
   std::error_code failure;
@@ -69,7 +68,7 @@ LanguageToolStatus LanguageTool::Check(const std::vector<std::string>& files) co
     const std::vector<Finding> findings =
         contents ? CheckContents(*contents, toolkit)
                  : std::vector<Finding>{
-                       {0, "this can't be read as a language file (a text file of 1 MiB at most)"}
+                       {0, "not readable as a language file (a text file of at most 1 MiB)"}
     };
     for (const Finding& finding : findings) out << path << ":" << finding.line << ": " << finding.advice << "\n";
     all_is_well = all_is_well && findings.empty();
@@ -83,11 +82,10 @@ LanguageToolStatus LanguageTool::MakeNew(const std::string& name) const {
     error << "tslyLanguage: " << reason << "\n";
     return LanguageToolStatus::kRefused;
   };
-  if (name.empty() || name.find_first_of("/\\:[]") != std::string::npos)
-    return refused("this is no name of a language");
+  if (name.empty() || name.find_first_of("/\\:[]") != std::string::npos) return refused("not a language name: " + name);
   const auto contents = Contents(english);
-  if (!contents) return refused("the English file can't be read: " + english);
-  if (std::filesystem::exists(path)) return refused(path + " is there already");
+  if (!contents) return refused("can't read the English file: " + english);
+  if (std::filesystem::exists(path)) return refused(path + " already exists");
 
   const std::string own[] = {PlaceOfKey(kKeyLanguage).name, PlaceOfKey(kKeyAbbreviation).name,
                              PlaceOfKey(text_key::kCharset).name};
@@ -106,7 +104,7 @@ LanguageToolStatus LanguageTool::MakeNew(const std::string& name) const {
   while (skeleton.ends_with("\n\n")) skeleton.pop_back();
   std::ofstream file(path, std::ios::binary);
   file << Replace(skeleton, "\n", "\r\n");
-  if (!file.flush()) return refused(path + " can't be written");
+  if (!file.flush()) return refused("can't write " + path);
   out << path << "\n";
   return LanguageToolStatus::kDone;
 }

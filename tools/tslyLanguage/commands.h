@@ -1,4 +1,4 @@
-// The commands of tslyLanguage. Takes the words behind the program's name, answers with its exit status.
+// The commands of tslyLanguage. Takes the arguments after the program's name, returns its exit status.
 #pragma once
 
 #include <iosfwd>
@@ -13,8 +13,8 @@ enum class LanguageToolStatus { kDone = 0, kFound = 1, kUsage = 2, kRefused = 3 
 
 struct LanguageTool {
   Toolkit& toolkit;           // measures the texts
-  std::string english;        // path of the English file, whose copy `new` begins with
-  std::ostream &out, &error;  // findings; what keeps the tool from working
+  std::string english;        // path of the English file, the template of `new`
+  std::ostream &out, &error;  // findings; errors of the tool itself
 
   LanguageToolStatus Run(const std::vector<std::string>& words) const;
 

@@ -13,10 +13,10 @@ namespace {
 
 constexpr Twips kTwipsPerPixel = 15;
 constexpr Twips kButtonMargin = 6 * kTwipsPerPixel;  // on either side of the caption
-constexpr Twips kGap = 5 * kTwipsPerPixel;           // between texts, or a text and a button
-constexpr Twips kItemTextWidth = 5505 - 405 - 90;    // of an item's labels beside the list's scroll bar
+constexpr Twips kGap = 5 * kTwipsPerPixel;           // between two texts, or between a text and a button
+constexpr Twips kItemTextWidth = 5505 - 405 - 90;    // of an item's labels next to the list's scroll bar
 
-// The dialog as it was designed, of which nothing is ever shown.
+// The dialog as designed; it is never shown.
 class DesignedDialog final : public Form {
  public:
   explicit DesignedDialog(Toolkit& toolkit) : Form(toolkit), controls(*this) { controls.Reset(); }
@@ -52,12 +52,12 @@ class FitCheck {
                                    kStatusConnected, kStatusRequesting, kStatusRequested, kStatusReceiving}) {
       OneLine(key, c.lblInfo105.GetFont(), c.cmdOK.Left() - kGap - c.lblInfo105.Left());
     }
-    // The frequency stands behind its lead-in, and both in the width of the main text.
+    // The frequency follows its lead-in; together they have the width of the main text.
     const Twips lead_in = Measure(kCheckCaption, c.lblInfo102.GetFont()).width;
     for (const ResourceKey& key : {kFrequencyNever, kFrequencyAlways, kFrequencyWeekly, kFrequencyMonthly}) {
       OneLine(key, c.lblInfo103.GetFont(), c.lblInfo101.Width() - kGap - lead_in);
     }
-    const Font list_font;  // the list keeps the font of its design
+    const Font list_font;  // the list's font doesn't depend on the language
     font_.clear();
     OneLine(kVersionInformation, list_font, kItemTextWidth);
     OneLine(kClickForMoreInfo, list_font, kItemTextWidth);
@@ -65,7 +65,7 @@ class FitCheck {
   }
 
  private:
-  // What the program puts in, at its longest.
+  // With the longest replacement for each placeholder.
   std::string Filled(const ResourceKey& key) const {
     const auto text = file_.Find(key);
     if (!text) return "";
@@ -88,7 +88,7 @@ class FitCheck {
   TextSize Measure(const ResourceKey& key, const Font& font) const {
     return toolkit_.MeasureText(Filled(key), Adapted(font), std::nullopt);
   }
-  void Tell(const ResourceKey& key, const std::string& advice) {
+  void Report(const ResourceKey& key, const std::string& advice) {
     const auto text = file_.Find(key);
     if (text) findings_.push_back({text->line, "the text is too long: " + advice});
   }
@@ -96,10 +96,10 @@ class FitCheck {
   void OneLine(const ResourceKey& key, const Font& font, Twips room) {
     const TextSize size = Measure(key, font);
     if (size.width > room) {
-      Tell(key, std::to_string(size.width / kTwipsPerPixel) + " pixels wide, and there is room for " +
-                    std::to_string(std::max(0, room / kTwipsPerPixel)));
+      Report(key, std::to_string(size.width / kTwipsPerPixel) + " pixels wide, available are " +
+                      std::to_string(std::max(0, room / kTwipsPerPixel)));
     } else if (size.height > toolkit_.MeasureText("", Adapted(font), std::nullopt).height) {
-      Tell(key, "it has several lines, and there is room for one");
+      Report(key, "several lines, available is one");
     }
   }
   void OnButton(const ResourceKey& key, const Control& button) {
@@ -110,14 +110,14 @@ class FitCheck {
     const TextSize size = toolkit_.MeasureText(Filled(key), font, label.Width());
     const Twips line = toolkit_.MeasureText("", font, std::nullopt).height;
     if (size.height <= label.Height()) return;
-    Tell(key, std::to_string(size.height / line) + " lines of " + std::to_string(label.Width() / kTwipsPerPixel) +
-                  " pixels, and there is room for " + std::to_string(label.Height() / line));
+    Report(key, std::to_string(size.height / line) + " lines of " + std::to_string(label.Width() / kTwipsPerPixel) +
+                    " pixels, available are " + std::to_string(label.Height() / line));
   }
 
   const LanguageFile& file_;
   Toolkit& toolkit_;
   DesignedDialog dialog_;
-  std::string font_;  // of the language; "": the one of the design
+  std::string font_;  // of the language; "": the control's own
   std::vector<Finding> findings_;
 };
 

@@ -1,4 +1,4 @@
-// Whether the texts of a language file fit their controls, measured in the font that the dialog shows them in.
+// Checks that the texts of a language file fit their controls, in the fonts of the dialog.
 #pragma once
 
 #include <vector>

@@ -19,17 +19,17 @@ struct LanguageLine {
   enum class Kind { kNothing, kSection, kEntry, kOther };  // kNothing: empty, or a comment
   Kind kind = Kind::kNothing;
   std::string name;   // of the section or the key
-  std::string value;  // as it stands, quotes included
+  std::string value;  // unchanged, including quotes
 };
 
 class LanguageFile {
  public:
-  // `contents` are the bytes of the file. A mark at the start is left out.
+  // `contents` are the bytes of the file. A byte order mark at the start is skipped.
   explicit LanguageFile(std::string contents);
 
   const std::vector<LanguageLine>& Lines() const { return lines_; }
 
-  // By resource key ("49:Title"): the text as the program shows it, and its line. Nothing when the key isn't there.
+  // By resource key ("49:Title"): the text as the program shows it, and its line. Nothing if the key is missing.
   struct Text {
     int line;
     std::string text;

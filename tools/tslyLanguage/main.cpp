@@ -1,4 +1,4 @@
-// For translators: finds what is wrong in a language file, and begins a new one.
+// Checks language files and creates new ones, for translators.
 #include <QApplication>
 #include <iostream>
 #include <string>
@@ -14,8 +14,8 @@
 #include "tslyLanguage/commands.h"
 
 int main(int count, char** arguments) {
-  qputenv("QT_QPA_PLATFORM", "offscreen");  // texts are measured, nothing is shown
-  qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});  // the output is for scripts
+  qputenv("QT_QPA_PLATFORM", "offscreen");  // measures texts, shows no window
+  qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});  // scripts parse the output
   int qt_arguments = 1;
   const QApplication application(qt_arguments, arguments);
   tsly::SystemClock clock;

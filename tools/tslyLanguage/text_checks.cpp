@@ -19,7 +19,7 @@ constexpr const char* kGeneralKeys[] = {kKeyDescription, kKeyLanguage, kKeyAbbre
 
 std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
 
-// Every key of a language file, in small letters, with its section.
+// Every key of a language file, in lower case, with its section.
 std::map<std::string, std::string> KnownKeys() {
   std::map<std::string, std::string> known;
   const auto add = [&](std::string_view key) {
@@ -36,7 +36,7 @@ bool IsKnownSection(const std::string& name) {
   return std::any_of(rows.begin(), rows.end(), [&](const auto& row) { return EqualIgnoringCase(row.substr(3), name); });
 }
 
-// The words in brackets, in capitals as they stand: "[NAME]".
+// The words in brackets, "[NAME]", in their letter case.
 std::set<std::string> PlaceholdersIn(const std::string& text) {
   std::set<std::string> found;
   for (auto open = text.find('['); open != std::string::npos; open = text.find('[', open + 1)) {
@@ -61,8 +61,8 @@ void CheckPlaceholders(const ResourceKey& key, const LanguageFile::Text& text, s
   }
   for (const std::string& word : found) {
     if (Holds(filled, word)) continue;
-    findings.push_back({text.line, word + " is nothing that the program fills in here; " +
-                                       (filled.empty() ? "it fills in nothing" : "it knows ") +
+    findings.push_back({text.line, word + " is no placeholder of this text; " +
+                                       (filled.empty() ? "it has none" : "it has ") +
                                        (filled.empty() ? "" : Replace(Replace(key.placeholders, "?", ""), " ", ", "))});
   }
 }
@@ -72,7 +72,7 @@ void CheckPlaceholders(const ResourceKey& key, const LanguageFile::Text& text, s
 std::vector<Finding> CheckEncoding(const std::string& contents) {
   if (contents.find('\0') != std::string::npos) {
     return {
-        {0, "this is no text file in UTF-8; save it from your editor in that encoding"}
+        {0, "not a UTF-8 text file; save it in that encoding"}
     };
   }
   std::vector<Finding> findings;
@@ -87,34 +87,34 @@ std::vector<Finding> CheckEncoding(const std::string& contents) {
 std::vector<Finding> CheckLines(const LanguageFile& file) {
   static const std::map<std::string, std::string> known = KnownKeys();
   std::vector<Finding> findings;
-  std::map<std::string, int> sections, keys;  // where each was seen first; keys of the present section
+  std::map<std::string, int> sections, keys;  // first line of each; keys of the current section
   std::string section;
-  bool counts = false;  // the present section
+  bool counts = false;  // the current section
   for (std::size_t i = 0; i < file.Lines().size(); ++i) {
     const LanguageLine& line = file.Lines()[i];
     const int number = static_cast<int>(i) + 1;
-    const auto tell = [&](const std::string& advice) { findings.push_back({number, advice}); };
+    const auto report = [&](const std::string& advice) { findings.push_back({number, advice}); };
     if (line.kind == Kind::kOther) {
-      tell("this is neither a [section] nor a key with \"=\"; put \";\" before a comment");
+      report("neither a [section] nor a key with \"=\"; start comments with \";\"");
     } else if (line.kind == Kind::kSection) {
       section = line.name;
       keys.clear();
       const auto [first, is_new] = sections.emplace(LowerCase(section), number);
       counts = IsKnownSection(section) && is_new;
-      if (!IsKnownSection(section)) tell("the program reads no section " + Quoted(section));
-      if (!is_new) tell("only the first section of this name is read, that of line " + std::to_string(first->second));
+      if (!IsKnownSection(section)) report("unknown section " + Quoted(section));
+      if (!is_new) report("duplicate section; the program reads the one in line " + std::to_string(first->second));
     } else if (line.kind == Kind::kEntry && section.empty()) {
-      tell(Quoted(line.name) + " stands before the first [section]");
+      report(Quoted(line.name) + " is before the first [section]");
     } else if (line.kind == Kind::kEntry && counts) {
       const auto [first, is_new] = keys.emplace(LowerCase(line.name), number);
       const auto place = known.find(LowerCase(line.name));
-      if (!is_new) tell("only the first one of this key is read, that of line " + std::to_string(first->second));
+      if (!is_new) report("duplicate key; the program reads the one in line " + std::to_string(first->second));
       if (place == known.end()) {
-        tell("the program reads no key " + Quoted(line.name));
+        report("unknown key " + Quoted(line.name));
       } else if (!EqualIgnoringCase(place->second, section)) {
-        tell(Quoted(line.name) + " belongs into the section [" + place->second + "]");
+        report(Quoted(line.name) + " belongs in the section [" + place->second + "]");
       } else if (std::count(line.value.begin(), line.value.end(), '"') % 2 != 0) {
-        tell("one of the double quotes has no partner");
+        report("unmatched double quote");
       }
     }
   }
@@ -134,26 +134,26 @@ std::vector<Finding> CheckGeneral(const LanguageFile& file) {
       "has to be " + Quoted(kLanguageSignature));
   check(
       kKeyVersion, [](const auto& text) { return IsAcceptedVersion(LowerCase(text)); },
-      "has to be one that the program accepts, as the one of the English file");
+      "has to be one that the program accepts, such as that of the English file");
   check(kKeyLanguage, is_filled, "has to be the language's own name");
   check(kKeyAbbreviation, is_filled, "has to be the language's short name");
   check(
       text_key::kCharset.key, [](const auto& text) { return CharsetNamed(LowerCase(Trim(text))).has_value(); },
-      "has to be a known character set, \"western european\" for example");
+      "has to be a known character set, for example \"western european\"");
   return findings;
 }
 
 std::vector<Finding> CheckTexts(const LanguageFile& file) {
   std::vector<Finding> findings;
   for (const ResourceKey* key : text_key::kAll) {
-    if (key == &text_key::kCharset) continue;  // no text to be shown
+    if (key == &text_key::kCharset) continue;  // not shown
     const auto text = file.Find(*key);
     const KeyPlace place = PlaceOfKey(*key);
     if (!text) {
       findings.push_back({file.HeadingOf(place.section), Quoted(place.name) + " is missing from [" + place.section +
-                                                             "]; the English text would be shown"});
+                                                             "]; the program will show the English text"});
     } else if (Trim(text->text).empty()) {
-      findings.push_back({text->line, Quoted(place.name) + " is empty; nothing would be shown"});
+      findings.push_back({text->line, Quoted(place.name) + " is empty"});
     } else {
       CheckPlaceholders(*key, *text, findings);
     }

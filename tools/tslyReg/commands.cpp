@@ -28,11 +28,11 @@ constexpr char kUsage[] =
     "       tslyReg delete KEY [NAME]\n"
     "       tslyReg export KEY [FILE]\n"
     "       tslyReg import FILE\n"
-    "KEY   HKCU\\A\\B, HKLM\\A\\B or HKCR\\A\\B; long names of the roots too\n"
-    "NAME  of a value; \"\" is the unnamed one\n"
+    "KEY   HKCU\\A\\B, HKLM\\A\\B or HKCR\\A\\B; the roots' long names work too\n"
+    "NAME  a value's name; \"\" is the default value\n"
     "TYPE  sz, expand_sz, binary (hexadecimal digits), dword (decimal or 0x)\n"
-    "FILE  - is the standard input or output\n"
-    "Exit status: 0 done, 1 not there, 2 wrong words, 3 refused.\n";
+    "FILE  - is standard input or output\n"
+    "Exit status: 0 done, 1 not found, 2 wrong arguments, 3 failed.\n";
 
 struct TypeName {
   std::uint32_t type;
@@ -96,14 +96,14 @@ std::optional<std::string> DataBytes(std::uint32_t type, const std::string& text
   return data;
 }
 
-// For a line of its own: a control character would break it or act on a terminal.
+// For output in lines: a control character would break the line or act on a terminal.
 std::string OnOneLine(const std::string& text) {
   std::string line;
   for (const char c : text) line += IsControl(c) || c == '\t' ? "\\x" + HexDigits({&c, 1}) : std::string(1, c);
   return line;
 }
 
-// False: not all could be read.
+// False on a read error.
 bool ReadAll(std::istream& in, std::string& content) {
   char block[1 << 16];
   while (in.read(block, sizeof block) || in.gcount() != 0) content.append(block, static_cast<std::size_t>(in.gcount()));
@@ -171,7 +171,7 @@ class Tool {
     const auto data = DataBytes(type->type, words[2]);
     if (!data) return Usage();
     OpenedKey opened(registry_);
-    int code = IsValueName(words[0]) ? opened.Create(key) : kInvalidParameter;  // a refused name makes no key
+    int code = IsValueName(words[0]) ? opened.Create(key) : kInvalidParameter;  // an invalid name creates no key
     if (code == kSuccess) code = registry_.Set(*opened, words[0], type->type, *data);
     return Result(FullKeyName(key) + " \"" + words[0] + "\"", code);
   }
@@ -180,7 +180,7 @@ class Tool {
     if (words.empty()) return Result(FullKeyName(key), registry_.DeleteTree(key.root, key.path));
     int code = kSuccess;
     {
-      OpenedKey there(registry_);  // asking for a value makes no key
+      OpenedKey there(registry_);  // a missing value creates no key
       code = there.Open(key);
     }
     OpenedKey opened(registry_);
@@ -196,7 +196,7 @@ class Tool {
     if (code == kSuccess) code = Collect(start, keys);
     if (code != kSuccess) return Failed(FullKeyName(key), code);
     const WrittenRegText written = FormatRegText(keys);
-    if (!written.fault.empty()) return Refused("the file format can't hold " + OnOneLine(written.fault));
+    if (!written.fault.empty()) return Refused("not possible in the file format: " + OnOneLine(written.fault));
     if (words.empty() || words[0] == "-") {
       streams_.out << written.text;
       return Flushed();
@@ -204,24 +204,24 @@ class Tool {
     std::ofstream file(words[0], std::ios::binary);
     file << AsEditorsFile(written.text);
     file.close();
-    return file ? ToolStatus::kDone : Refused(words[0] + " can't be written");
+    return file ? ToolStatus::kDone : Refused("can't write " + words[0]);
   }
 
   ToolStatus Import(const std::string& name) {
     std::string content;
     if (name == "-") {
-      if (!ReadAll(streams_.in, content)) return Refused("the standard input can't be read");
+      if (!ReadAll(streams_.in, content)) return Refused("can't read standard input");
     } else {
       std::error_code failure;
       if (std::filesystem::status(name, failure).type() == std::filesystem::file_type::not_found) {
         return Failed(name, kFileNotFound);
       }
       std::ifstream file(name, std::ios::binary);
-      if (!file || !ReadAll(file, content)) return Refused(name + " can't be read");
+      if (!file || !ReadAll(file, content)) return Refused("can't read " + name);
     }
     const ReadRegText read = ParseRegText(content);
     if (read.fault_line != 0) return Refused(name + ":" + std::to_string(read.fault_line) + ": " + read.fault);
-    // A fault of the end is one of the last line.
+    // A failure at the end is reported in the last line.
     std::size_t line = 1;
     const int code = registry_.Together([&] {
       int applied = kSuccess;
@@ -277,14 +277,14 @@ class Tool {
     for (auto& found : names) {
       ExportedValue value{std::move(found), 0, {}};
       code = Query(*opened, value);
-      if (code == kFileNotFound) continue;  // deleted meanwhile
+      if (code == kFileNotFound) continue;  // deleted in the meantime
       if (code != kSuccess) return code;
       values.push_back(std::move(value));
     }
     return kSuccess;
   }
 
-  // `stored` gets the path in the letter case that the registry keeps, below the root that it has.
+  // Sets `stored` to the path in the registry's letter case, below its root.
   int TakeStoredNames(const KeyName& key, KeyName& stored) {
     for (const auto& part : Split(key.path, "\\")) {
       OpenedKey parent(registry_);
@@ -326,15 +326,13 @@ class Tool {
     return deleted == kFileNotFound ? kSuccess : deleted;
   }
 
-  ToolStatus Flushed() {
-    return streams_.out.flush() ? ToolStatus::kDone : Refused("the standard output can't be written");
-  }
+  ToolStatus Flushed() { return streams_.out.flush() ? ToolStatus::kDone : Refused("can't write standard output"); }
   ToolStatus Result(const std::string& what, int code) {
     return code == kSuccess ? ToolStatus::kDone : Failed(what, code);
   }
   ToolStatus Failed(const std::string& what, int code) {
     if (code != kFileNotFound) return Refused(OnOneLine(what) + ": code " + std::to_string(code));
-    streams_.error << "tslyReg: " << OnOneLine(what) << " isn't there\n";
+    streams_.error << "tslyReg: " << OnOneLine(what) << " not found\n";
     return ToolStatus::kNotThere;
   }
   ToolStatus Refused(const std::string& why) {
@@ -348,7 +346,7 @@ class Tool {
 
 struct Command {
   const char* name;
-  std::size_t least, most;  // words behind KEY
+  std::size_t least, most;  // arguments after KEY
   ToolStatus (Tool::*run)(const KeyName&, const Words&);
 };
 

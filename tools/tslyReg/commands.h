@@ -1,4 +1,4 @@
-// The commands of tslyReg, on any registry. Takes the words behind the program's name, answers with its exit status.
+// The commands of tslyReg, on any registry. Takes the arguments after the program's name, returns its exit status.
 #pragma once
 
 #include <iosfwd>

@@ -1,4 +1,4 @@
-// Keys as people and files name them: "HKLM\Software\Acme", "HKEY_CURRENT_USER\Acme".
+// Key names in files and command lines: "HKLM\Software\Acme", "HKEY_CURRENT_USER\Acme".
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@ struct KeyName {
   std::string path;
 };
 
-// Short or long name of the root, in any letter case; nothing for another root or a path that can't be.
+// The root's short or long name, in any letter case. Nothing for another root or an invalid path.
 std::optional<KeyName> ParseKeyName(std::string_view name);
 
 // With the root's long name.

@@ -1,4 +1,4 @@
-// Shows and changes the settings of this machine and this user, as the program sees them.
+// Shows and changes the program's settings for this machine and this user.
 #include <iostream>
 #include <string>
 #include <vector>
@@ -8,7 +8,7 @@
 #include "tslyReg/commands.h"
 
 int main(int count, char** arguments) {
-  std::ios::sync_with_stdio(false);  // with it, a fault of the standard input looks like its end
+  std::ios::sync_with_stdio(false);  // otherwise a read error of standard input looks like its end
   const tsly::Home home = tsly::Home::FromEnvironment();
   tsly::SqliteRegistry registry(home.user_registry, home.machine_registry);
   const std::vector<std::string> words(arguments + (count > 0 ? 1 : 0), arguments + count);

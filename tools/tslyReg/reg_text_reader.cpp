@@ -90,7 +90,7 @@ class Reader {
  private:
   static ReadRegText Refused(std::size_t line, std::string fault) { return {{}, line, std::move(fault)}; }
 
-  // The routines below give what is wrong, "" for nothing.
+  // The functions below return what is wrong, or "".
   static std::string JudgeCharacters(const std::string& line) {
     if (std::any_of(line.begin(), line.end(), IsControl)) return "a control character";
     return Utf16BytesOf(line) ? "" : "not UTF-8";
@@ -123,13 +123,13 @@ class Reader {
       change_.name = *name;
     }
     rest = WithoutBlanks(rest);
-    if (!rest.starts_with('=')) return "no = behind the name";
+    if (!rest.starts_with('=')) return "no = after the name";
     return ReadData(WithoutBlanks(rest.substr(1)));
   }
 
   std::string ReadData(std::string_view rest) {
     if (TakePrefix(rest, "-")) {
-      return IsEndOrComment(rest) ? Add(RegistryChange::Kind::kDeleteValue) : "text behind the deletion";
+      return IsEndOrComment(rest) ? Add(RegistryChange::Kind::kDeleteValue) : "text after the deletion";
     }
     if (rest.starts_with('"')) {
       const auto text = TakeQuoted(rest);
@@ -147,10 +147,10 @@ class Reader {
     for (const std::uint32_t type : {kRegSz, kRegExpandSz, kRegBinary, kRegDword}) {
       if (TakePrefix(rest, "hex(" + std::to_string(type) + "):")) return ReadBytes(type, rest);
     }
-    return "a type that isn't kept here";
+    return "an unsupported type";
   }
 
-  // Bytes, from further lines too as long as a backslash ends the one before.
+  // Bytes. A backslash at the end of a line continues them in the next one.
   std::string ReadBytes(std::uint32_t type, std::string_view rest) {
     std::string list;
     for (;;) {
@@ -158,7 +158,7 @@ class Reader {
       const bool goes_on = rest.ends_with('\\');
       list += rest.substr(0, rest.size() - (goes_on ? 1 : 0));
       if (!goes_on) break;
-      if (at_ + 1 == lines_.size()) return "no line behind the last backslash";
+      if (at_ + 1 == lines_.size()) return "no line after the last backslash";
       ++at_;
       if (std::string fault = JudgeCharacters(lines_[at_]); !fault.empty()) return fault;
       rest = lines_[at_];
@@ -186,7 +186,7 @@ class Reader {
   std::size_t at_ = 0;
   std::optional<KeyName> key_;  // of the values that follow
   bool deleted_ = false;
-  RegistryChange change_;  // of the line at hand
+  RegistryChange change_;  // of the current line
   std::vector<RegistryChange> changes_;
 };
 

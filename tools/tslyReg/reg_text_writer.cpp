@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kLineWidth = 80;
 
-// Whether a text can stand between quotes or brackets.
+// Whether a text can be written in quotes or brackets.
 bool IsPlain(std::string_view text) { return std::none_of(text.begin(), text.end(), IsControl) && Utf16BytesOf(text); }
 
 std::string Quoted(std::string_view text) {
@@ -21,7 +21,7 @@ std::string Quoted(std::string_view text) {
   return quoted + '"';
 }
 
-// The bytes behind `line`, folded so that no line is wider than 80 characters with its backslash.
+// `line` with the bytes appended, folded to lines of at most 80 characters including the backslash.
 std::string HexBytes(std::string line, std::string_view bytes) {
   std::string text;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -45,7 +45,7 @@ std::uint32_t Number(std::string_view data) {
   return number;
 }
 
-// The line of a value, "" if the format can't hold it.
+// The line of a value, or "" if the format can't represent it.
 std::string ValueLine(const ExportedValue& value) {
   const std::string& data = value.data;
   if (!IsPlain(value.name)) return "";

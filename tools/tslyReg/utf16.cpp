@@ -5,10 +5,10 @@
 namespace tsly {
 namespace {
 
-constexpr char32_t kFirstSurrogate = 0xD800, kFirstLowSurrogate = 0xDC00, kBehindSurrogates = 0xE000;
+constexpr char32_t kFirstSurrogate = 0xD800, kFirstLowSurrogate = 0xDC00, kAfterSurrogates = 0xE000;
 constexpr char32_t kFirstBeyondUnit = 0x10000, kLastLetter = 0x10FFFF;
 
-bool IsSurrogate(char32_t letter) { return letter >= kFirstSurrogate && letter < kBehindSurrogates; }
+bool IsSurrogate(char32_t letter) { return letter >= kFirstSurrogate && letter < kAfterSurrogates; }
 
 void AppendUnit(std::string& bytes, char32_t unit) {
   bytes += static_cast<char>(unit & 0xFF);
@@ -26,7 +26,7 @@ void AppendUtf8(std::string& text, char32_t letter) {
   for (int i = following - 1; i >= 0; --i) text += static_cast<char>(0x80 | ((letter >> (6 * i)) & 0x3F));
 }
 
-// Takes one letter from the front of a text that isn't empty; nothing if none stands there in its shortest form.
+// Takes one character from the front of a non-empty text. Nothing if there is none in its shortest form.
 std::optional<char32_t> TakeLetter(std::string_view& utf8) {
   const auto lead = static_cast<unsigned char>(utf8[0]);
   const std::size_t length = lead < 0x80   ? 1
@@ -77,7 +77,7 @@ std::optional<std::string> Utf8OfUtf16Bytes(std::string_view bytes) {
     if (IsSurrogate(letter)) {
       at += 2;
       const char32_t low = at < bytes.size() ? unit_at(at) : 0;
-      if (letter >= kFirstLowSurrogate || low < kFirstLowSurrogate || low >= kBehindSurrogates) return std::nullopt;
+      if (letter >= kFirstLowSurrogate || low < kFirstLowSurrogate || low >= kAfterSurrogates) return std::nullopt;
       letter = kFirstBeyondUnit + ((letter - kFirstSurrogate) << 10) + (low - kFirstLowSurrogate);
     }
     AppendUtf8(text, letter);

@@ -1,5 +1,4 @@
-// Between UTF-8 and the UTF-16 of registry editors' files. Strict both ways: nothing is for text that the other form
-// can't hold.
+// Converts between UTF-8 and the UTF-16 of registry editors' files. Strict: returns nothing for invalid text.
 #pragma once
 
 #include <optional>
@@ -8,7 +7,7 @@
 
 namespace tsly {
 
-// Bytes of UTF-16, least significant first, without a mark.
+// UTF-16 bytes, little-endian, without a byte order mark.
 std::optional<std::string> Utf16BytesOf(std::string_view utf8);
 std::optional<std::string> Utf8OfUtf16Bytes(std::string_view bytes);
 
