@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::chrono::sys_days kDayZero = std::chrono::year{1899} / 12 / 30;
 constexpr double kSecondsPerDay = 86400.0;
-// The years that a date-time may hold, 100 to 9999.
+// The valid years, 100 to 9999.
 constexpr double kFirstDay = -657434;
 constexpr double kLastDay = 2958465;
 
@@ -40,7 +40,7 @@ DateFields SplitDateTime(DateTime moment) {
     seconds -= kSecondsPerDay;
     day += 1;
   }
-  // What lies outside is shown as the nearest day.
+  // Shows a date outside the range as the nearest valid day.
   day = std::fmin(std::fmax(day, kFirstDay), kLastDay);
   const std::chrono::year_month_day date{kDayZero + std::chrono::days(static_cast<int>(day))};
   const int whole = static_cast<int>(seconds);

@@ -1,4 +1,4 @@
-// Names and paths of the settings registry, as every backend and tool judges them.
+// Names and paths of the settings registry: the rules for all backends and tools.
 #pragma once
 
 #include <string>
@@ -6,12 +6,12 @@
 
 namespace tsly {
 
-// Parts joined by single backslashes, each neither empty nor too long; an empty path is one too.
+// Whether `path` is empty or has parts joined by single backslashes, each neither empty nor too long.
 bool IsKeyPath(std::string_view path);
 
 bool IsValueName(std::string_view name);
 
-// An empty side adds no backslash.
+// Joins two paths; an empty one adds no backslash.
 std::string JoinKeyPath(std::string_view parent, std::string_view child);
 
 }  // namespace tsly

@@ -1,5 +1,5 @@
-// The one kind of failure that is raised inside the program. It is deliberately no std::exception: what the standard
-// library throws is a bug or the end of memory, and nobody skips over that.
+// The only exception of the program's own. Deliberately no std::exception: exceptions of the standard library are bugs
+// or mean that memory is exhausted, and no step may skip them.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ struct RuntimeError {
   std::string description;
 };
 
-// Raises what a platform call raised, if it did.
+// Throws if a platform call reported a fault.
 inline void RaiseIf(const Fault& fault) {
   if (fault) throw RuntimeError{fault.number, fault.source, fault.description};
 }

@@ -1,5 +1,5 @@
-// A failed step is skipped and the next one runs: that is how nearly every routine of this program treats failures, and
-// this is the one way in which it is written. A Step is one statement that may be abandoned, not a routine.
+// Nearly every routine of this program skips a step that fails and continues with the next one. Step is the only way to
+// write that. It wraps one statement, not a routine.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace tsly {
 
-// Runs `statement`; a run-time error in it ends it there and is handed back.
+// Runs `statement` up to the first run-time error, and returns that error.
 template <typename Statement>
 std::optional<RuntimeError> Step(Statement&& statement) {
   try {

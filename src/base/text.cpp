@@ -29,7 +29,7 @@ char32_t LowerLetter(char32_t letter) {
   return static_cast<char32_t>(static_cast<std::int32_t>(letter) + run->distance);
 }
 
-// Length of the well-formed sequence at the start of `text`; 0 when there is none.
+// Length of the well-formed sequence at the start of `text`; 0 if there is none.
 std::size_t DecodeUtf8(std::string_view text, char32_t& letter) {
   const auto lead = static_cast<unsigned char>(text[0]);
   const std::size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
@@ -40,7 +40,7 @@ std::size_t DecodeUtf8(std::string_view text, char32_t& letter) {
     if ((next & 0xC0) != 0x80) return 0;
     letter = (letter << 6) | (next & 0x3F);
   }
-  // In more bytes than needed, or half of a UTF-16 pair.
+  // Overlong, or a surrogate.
   static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
   const bool is_good = letter >= kLeast[length] && letter <= 0x10FFFF && (letter < 0xD800 || letter > 0xDFFF);
   return is_good ? length : 0;
@@ -56,13 +56,13 @@ void EncodeUtf8(char32_t letter, std::size_t length, std::string& out) {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// The number at the start of `text`, behind blanks; `length` is what it takes up, 0 when there is none.
+// The number at the start of `text` after blanks; `length` is its length with the blanks, 0 if there is none.
 double ReadDouble(std::string_view text, std::size_t& length) {
   length = 0;
   const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
   std::string_view digits = text.substr(start);
   if (digits.starts_with('+')) digits.remove_prefix(1);
-  // from_chars also knows the words "inf" and "nan"; a number begins with a digit or a point.
+  // from_chars also accepts "inf" and "nan"; a number begins with a digit or a point.
   const std::string_view unsigned_part = digits.substr(digits.starts_with('-') && digits.size() == text.size() - start);
   if (unsigned_part.empty() || !(IsDigit(unsigned_part[0]) || unsigned_part[0] == '.')) return 0;
   double number = 0;

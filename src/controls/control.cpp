@@ -28,7 +28,7 @@ Control::Control(Form& form, Control* parent, ControlKind kind, std::string name
 }
 
 Control::~Control() {
-  // From the end: what was made last goes first.
+  // In reverse order of creation.
   auto& controls = form_.controls_;
   controls.erase(std::find(controls.rbegin(), controls.rend(), this).base() - 1);
   form_.CountChange();

@@ -1,6 +1,6 @@
-// The dialog's controls as plain data: what they are and how they look, without any toolkit type. Geometry is in twips,
-// relative to the parent. A setter keeps what is true of the kind of control and counts the change; the toolkit
-// compares and draws. Owner: the form's class. Thread: the program's one.
+// The dialog's controls as plain data without any toolkit type. Geometry is in twips, relative to the parent. A setter
+// maintains the rules of its kind of control and counts the change; the toolkit compares and draws. Owner: the form's
+// class. Thread: the program's only one.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,7 @@ struct Rect {
   bool operator==(const Rect&) const = default;
 };
 
-// Everything that a toolkit draws of one control. Members that a kind has no use for keep their defaults.
+// Everything that a toolkit draws of one control. Members that a kind doesn't use keep their defaults.
 struct ControlLook {
   Rect rect;
   bool visible = true;
@@ -38,7 +38,7 @@ struct ControlLook {
   Font font;
   std::int32_t mouse_pointer = 0;
   std::int32_t border_style = 0;
-  bool auto_size = false;  // label: takes the size of its text; with word_wrap only its height does
+  bool auto_size = false;  // label: its size follows its text; with word_wrap only its height
   bool word_wrap = false;  // label: wraps at its width
   std::string picture;     // image: name of a compiled-in picture
   bool read_only = false;  // text box
@@ -47,18 +47,18 @@ struct ControlLook {
   std::int16_t minimum = 0, maximum = 0, value = 0, small_change = 1, large_change = 1;  // scroll bar
 };
 
-using ControlId = std::uint64_t;  // never used again in a process; 0: none
+using ControlId = std::uint64_t;  // never reused in a process; 0: none
 
 class Control {
  public:
-  // Joins `form` behind its other controls, inside `parent` or, with null, directly on the form. `index` -1: the
-  // control is no element of a control array.
+  // Adds the control to `form` after its other controls, inside `parent` or, if null, directly on the form. `index` -1:
+  // the control isn't in a control array.
   Control(Form& form, Control* parent, ControlKind kind, std::string name, int index = -1);
   Control(const Control&) = delete;
   Control& operator=(const Control&) = delete;
   virtual ~Control();
 
-  // Starts afresh from the look of its design.
+  // Resets the control to its design.
   virtual void Reset(const ControlLook& design);
 
   ControlId Id() const { return id_; }
@@ -69,7 +69,7 @@ class Control {
   const ControlLook& Look() const { return look_; }
   std::uint64_t Changes() const { return changes_; }
 
-  // Visible and enabled, with all that it lies in.
+  // Whether the control and all its parents are visible and enabled.
   bool Reachable() const;
 
   Twips Left() const { return look_.rect.left; }
@@ -97,8 +97,8 @@ class Control {
   void SetForeColor(Color color) { Change(look_.fore_color, color); }
   void SetFont(Font font);
 
-  // Whether a dialog's font reaches this control. A composed control offers none of its own, and its parts are no
-  // controls of the dialog.
+  // Whether the dialog's font applies to this control. A composed control has no font, and its parts aren't controls of
+  // the dialog.
   bool HasFont() const;
   virtual bool IsComposed() const { return false; }
 
@@ -112,7 +112,7 @@ class Control {
   }
   void CountChange();
 
-  // Called when width or height has changed, or a text or font that a size follows from.
+  // Called after a change of width, height, text or font.
   virtual void OnResized() {}
   virtual void OnTextChanged() {}
 
@@ -129,7 +129,7 @@ class Control {
   std::uint64_t changes_ = 1;
 };
 
-// A label; with auto_size it takes the size of its text as soon as text, font or width change.
+// A label; with auto_size its size follows its text at each change of text, font or width.
 class Label : public Control {
  public:
   Label(Form& form, Control* parent, std::string name, int index = -1)
@@ -144,7 +144,7 @@ class Label : public Control {
   void FitText();
 };
 
-// A text box; the positions of its caret are bytes of its text.
+// A text box; caret positions are bytes of its text.
 class TextBox : public Control {
  public:
   TextBox(Form& form, Control* parent, std::string name)
@@ -152,8 +152,8 @@ class TextBox : public Control {
   void SetSelection(std::int32_t start, std::int32_t length);
 };
 
-// A vertical scroll bar. All its numbers are signed 16-bit integers; a setter given more raises an overflow and changes
-// nothing. A changed value is told to the form at once (Form::OnScrolled).
+// A vertical scroll bar. All its numbers are signed 16-bit integers; a setter given a larger number throws an overflow
+// and changes nothing. A changed value is reported to the form at once (Form::OnScrolled).
 class ScrollBar : public Control {
  public:
   ScrollBar(Form& form, Control* parent, std::string name)
@@ -163,8 +163,8 @@ class ScrollBar : public Control {
   void SetMax(std::int32_t maximum);
   void SetSmallChange(std::int32_t change);
   void SetLargeChange(std::int32_t change);
-  void SetValue(std::int32_t value);     // outside the range it raises error 380
-  void FollowThumb(std::int32_t value);  // as SetValue, without telling the form
+  void SetValue(std::int32_t value);     // throws error 380 outside the range
+  void FollowThumb(std::int32_t value);  // the same, without a report to the form
   std::int16_t Value() const { return look_.value; }
   std::int16_t Max() const { return look_.maximum; }
 

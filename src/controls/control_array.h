@@ -1,5 +1,5 @@
-// A control array: element 0 is the model that the form defines, the others are loaded from it at run time and unloaded
-// again. An element that isn't loaded raises error 340.
+// A control array: the form defines element 0, the model; the others are loaded from it at run time and unloaded again.
+// Access to an element that isn't loaded throws error 340.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ class ControlArray {
  public:
   using Make = std::function<std::unique_ptr<Element>(int index)>;
 
-  // `make` builds the element of an index with the model's design.
+  // `make` builds the element of an index from the model's design.
   explicit ControlArray(Make make) : make_(std::move(make)) { elements_[0] = make_(0); }
   ~ControlArray() { UnloadAllButModel(); }
   ControlArray(const ControlArray&) = delete;
@@ -38,12 +38,12 @@ class ControlArray {
     return *element;
   }
 
-  // From the last on, the order that costs the form least.
+  // In reverse order, which is cheapest for the form.
   void UnloadAllButModel() {
     while (elements_.size() > 1) elements_.erase(std::prev(elements_.end()));
   }
 
-  std::size_t Count() const { return elements_.size(); }  // the model included
+  std::size_t Count() const { return elements_.size(); }  // including the model
 
  private:
   Make make_;

@@ -43,11 +43,11 @@ void Form::Show(Keyboard keyboard) {
 }
 
 void Form::Unload(std::int32_t mode) {
-  // A load under way ends first; what it set up, its caller unloads.
+  // During a load its caller unloads the form.
   if (!loaded_ || loading_) return;
   bool cancel = false;
   OnQueryUnload(cancel, mode);
-  // The question may have unloaded the form itself, by a road of its own.
+  // OnQueryUnload may have unloaded the form itself.
   if (cancel || !loaded_ || unloading_) return;
   unloading_ = true;
   OnUnload();
@@ -70,7 +70,7 @@ void Form::Deliver(const UiEvent& event, std::uint64_t load_number) {
     if (event.kind == UiEvent::Kind::GotFocus) return OnGotFocus(*control);
     if (control->Kind() != ControlKind::ScrollBar) return;
     auto& bar = static_cast<ScrollBar&>(*control);
-    // The range may have shrunk since the user took hold of the bar: a value outside it is no longer meant.
+    // The range may have shrunk since the user grabbed the bar: ignore values outside it.
     if (event.kind == UiEvent::Kind::ValueChanged) {
       Step([&] { bar.SetValue(event.value); });
     } else if (!Step([&] { bar.FollowThumb(event.value); })) {

@@ -1,5 +1,5 @@
-// A window as data, with the life of a dialog: loaded, shown, hidden, unloaded, loaded anew. The object outlives its
-// unloads. Owner: the program. Thread: the program's one.
+// A window as data, with the life cycle of a dialog: loaded, shown, hidden, unloaded, loaded again. The object outlives
+// its unloads. Owner: the program. Thread: the program's only one.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ struct UiEvent {
   enum class Kind {
     Click,         // of a button, a label or a panel
     ThumbMoved,    // scroll bar: `value` while the thumb is dragged
-    ValueChanged,  // scroll bar: `value` after an arrow, a page, a wheel or a key, and when the thumb is let go
+    ValueChanged,  // scroll bar: `value` after an arrow, page, wheel or key, and when the thumb is released
     GotFocus,
     CloseRequested,  // the window's close button or the session's end; no control
   };
@@ -39,28 +39,28 @@ class Form {
   // Loading. Load runs OnLoad once per load; Unload asks OnQueryUnload, then runs OnUnload. While OnLoad runs, Show and
   // Unload do nothing.
   void Load();
-  // Loads, then runs `deed`. A message of OnLoad lets events run, and so this may be called while a load is under way:
-  // `deed` then runs when that load has ended, after those of earlier callers. Nothing is shown before.
+  // Loads, then runs `deed`. A message box in OnLoad processes events, so this may be called during a load: `deed` then
+  // runs after that load and after those of earlier callers. Nothing is shown before.
   void LoadThen(std::function<void()> deed);
-  void Show(Keyboard keyboard = Keyboard::kTake);  // loads first if need be
+  void Show(Keyboard keyboard = Keyboard::kTake);  // loads first if necessary
   void Unload(std::int32_t mode = kUnloadByProgram);
   bool Loaded() const { return loaded_; }
   bool Visible() const { return visible_; }
-  // Counts the loads. A routine that let events run compares it with the number from before: the dialog may have been
-  // unloaded meanwhile, or unloaded and loaded anew.
+  // Counts the loads. A routine that processed events compares it with the number from before: the dialog may have been
+  // unloaded, or unloaded and loaded again.
   std::uint64_t LoadNumber() const { return load_number_; }
   bool IsLoad(std::uint64_t number) const { return loaded_ && load_number_ == number; }
 
-  // The road of everything that the toolkit reports, delivered by the event loop. An event of an earlier load, or for a
-  // control that a person could not reach any more, is dropped.
+  // Receives every event of the toolkit from the event loop. Drops events of an earlier load and events of controls
+  // that the user can't reach any more.
   void Deliver(const UiEvent& event, std::uint64_t load_number);
 
-  // The one entry of every event (click, tick, state of a transfer, client's call). A fault that gets here was
-  // forgotten by some routine: it is kept where tests look, and the program goes on.
+  // The entry point of every event (click, tick, transfer state, client's call). A run-time error that gets here is a
+  // bug in some routine: it is recorded for tests, and the program continues.
   void Guard(const std::function<void()>& event);
   const std::vector<RuntimeError>& ForgottenFaults() const { return forgotten_faults_; }
 
-  // What the toolkit draws. Order of the controls: the later lies above.
+  // What the toolkit draws. Later controls are above earlier ones.
   const std::vector<Control*>& Controls() const { return controls_; }
   Control* Find(ControlId id) const;
   const std::string& Caption() const { return caption_; }
@@ -82,10 +82,10 @@ class Form {
   static constexpr std::int32_t kUnloadByProgram = 1;
 
  protected:
-  // Sets the form to its design, opening in the centre of the screen.
+  // Resets the form to its design, centred on the screen.
   void ResetForm(std::string caption, Color back_color, Twips inner_width, Twips inner_height);
 
-  // Puts form and controls to their design; runs at each load, before OnLoad.
+  // Resets form and controls to their design; runs at each load before OnLoad.
   virtual void OnReset() = 0;
   virtual void OnLoad() = 0;
   // Sets `cancel` to refuse.
@@ -95,7 +95,7 @@ class Form {
   virtual void OnGotFocus(Control&) {}
   // The value has changed, by the user or the program.
   virtual void OnScrolled(ScrollBar&) {}
-  // The thumb is being dragged; the value has followed it.
+  // The thumb is being dragged; the value is already updated.
   virtual void OnThumbMoved(ScrollBar&) {}
 
   Toolkit& toolkit_;
@@ -113,7 +113,7 @@ class Form {
   Color back_color_;
   Rect outer_;
   bool loaded_ = false;
-  bool loading_ = false;  // OnLoad has not come back
+  bool loading_ = false;  // OnLoad is running
   std::deque<std::function<void()>> waiting_;
   bool visible_ = false;
   bool unloading_ = false;

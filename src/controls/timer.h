@@ -1,5 +1,5 @@
-// A repeating timer of a form. Setting the interval of a timer that runs, and switching one on that was off, starts its
-// interval anew; switching on one that runs changes nothing.
+// A repeating timer of a form. Setting the interval of a running timer or enabling a stopped one restarts the interval;
+// enabling a running timer changes nothing.
 #pragma once
 
 #include <chrono>

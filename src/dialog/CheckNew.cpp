@@ -14,7 +14,7 @@
 namespace tsly {
 namespace {
 
-// To the nearest whole number, halves to the even one. What is no number, or none of 32 bits, counts as 0.
+// Rounds to the nearest whole number, halves to even. Anything but a number of 32 bits counts as 0.
 std::int32_t FrequencyOf(const RegData& data) {
   const double number = std::nearbyint(MRegistry::NumberOf(data).value_or(0));
   using Limits = std::numeric_limits<std::int32_t>;
@@ -66,8 +66,8 @@ bool CheckNew::CheckIsDue() {
   return !failed && IsCheckDue(frequency, last_check, needs_.clock.Now());
 }
 
-// After a load that failed, nothing more will happen for this client's call. The messages of a load let events run:
-// this call may come in the middle of another one's load, and its client may let go of the object meanwhile.
+// After a failed load, nothing more happens for this client's call. The messages of a load process events: this call
+// may arrive during the load of another one, and its client may release the object meanwhile.
 void CheckNew::LoadDialogThen(std::function<void()> deed) {
   needs_.dialog.LoadThen([self = shared_from_this(), deed = std::move(deed)] {
     if (self->needs_.global.StartupFailed || !self->needs_.dialog.Loaded()) return self->SetStatus(StatusIdle);

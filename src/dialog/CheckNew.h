@@ -1,8 +1,8 @@
-// The automation object CheckNew: the program as the host product sees it. A client makes it, calls VerifyVersion and
-// reads Status; the check itself runs later, in the hidden dialog, which reports here.
+// The automation object CheckNew, the host product's interface to the program. A client creates it, calls VerifyVersion
+// and reads Status. The check itself runs later, in the hidden dialog, which reports here.
 //
-// Owner: the client, through the automation server, and the dialog for as long as it reports to it. One thread; calls
-// can arrive inside a wait of any routine. Tests call it as the server does, on the memory platform.
+// Owner: the client, through the automation server, and the dialog as long as it reports here. One thread; calls can
+// arrive during a wait of any routine. Tests call it directly, on the memory platform.
 #pragma once
 
 #include <cstdint>
@@ -34,14 +34,15 @@ class CheckNew final : public AutomationObject, public StatusReceiver, public st
 
   std::int32_t Status = StatusPending;
 
-  // Once the set-up of the dialog has failed, every status becomes StatusIdle. A value that is none is dropped.
+  // Stores the status. After a failed set-up of the dialog, every status becomes StatusIdle. Invalid values are
+  // ignored.
   void SetStatus(std::int32_t value) override;
 
   std::int32_t GetStatus() override { return Status; }
   void PutStatus(std::int32_t status) override { Status = status; }
-  // Decides whether a check is due. If so, it is only armed here, and Status stays StatusPending.
+  // Decides whether a check is due. If so, it only schedules the check, and Status stays StatusPending.
   void VerifyVersion() override;
-  // Brings up the dialog with its settings. Returns while it is open, and leaves Status alone.
+  // Opens the dialog with its settings and returns while it is open. Doesn't change Status.
   void ConfigureUpdater() override;
   void Quit() override;
 

@@ -1,8 +1,7 @@
-// The module MGlobal: the process's globals and entry, the log of the run, the launcher and the small services that
-// every other part of the program uses. It knows nothing above it. One object per process, on its one thread; tests
-// build it on the memory platform.
+// The module MGlobal: globals and entry point of the process, the log, the launcher and small services for all other
+// parts of the program. One object per process, on its only thread; tests build it on the memory platform.
 //
-// No routine here raises anything: a step that fails is skipped, and the routine gives what it has.
+// No routine here throws: it skips a step that fails and returns what it has.
 #pragma once
 
 #include <cstdint>
@@ -41,46 +40,46 @@ class MGlobal {
     Shell& shell;
     Toolkit& toolkit;
     EventLoop& loop;
-    std::int32_t start_mode;   // 0: on its own; anything else: started for an automation client
+    std::int32_t start_mode;   // 0: started by a user; anything else: started for an automation client
     std::string command_line;  // without the program's own name
   };
 
   explicit MGlobal(Needs needs) : needs_(std::move(needs)) {}
 
-  // The entry of the process (Main.cpp): fills the globals, removes the log of the former run, reads the command line
-  // and, in a process on its own, brings up the dialog.
+  // The entry point of the process (Main.cpp): fills the globals, removes the log of the former run, reads the command
+  // line and, unless started for a client, opens the dialog.
   void Main(frmVerify& dialog);
 
   std::string AppPath;        // folder of the program file, ending in a backslash
-  std::string TargetAppPath;  // what the install macro {app} stands for, ending in a backslash
+  std::string TargetAppPath;  // the value of the install macro {app}, ending in a backslash
   bool ShowUpdates = false;
   std::int32_t HostWindow = 0;  // 0: none
   bool StartupFailed = false;   // language or skin set-up failed
 
   std::int32_t StartMode() const { return needs_.start_mode; }
 
-  // The log (log.cpp): one line per event; a line is on disk when WriteLog returns.
+  // The log (log.cpp): one line per event; WriteLog returns after the line is written.
   void ResetLogFile();
   void WriteLog(std::int32_t enable, const std::string& text);  // writes only with enable 1
 
-  // The folder of one of the program's own codes (201 to 207), in a backslash at its end; the folders of `sub_path` are
-  // made. Where the system has no such folder: `fallback`, or AppPath without one.
+  // The folder of one of the program's own codes (201 to 207), ending in a backslash; creates the folders of
+  // `sub_path`. Without such a folder on this system: `fallback`, or AppPath.
   std::string GetSpecialFolder(std::int32_t folder_code, const std::optional<std::string>& fallback = std::nullopt,
                                const std::optional<std::string>& sub_path = std::nullopt);
 
-  // Starts a program with raised rights (launcher.cpp), then serves events for five seconds. Without `parameters` they
-  // are cut from `command`. The result is the raised error, if the call raised one.
+  // Starts a program with raised rights (launcher.cpp), then processes events for five seconds. Without `parameters`,
+  // takes them from `command`. Returns the call's fault, if any.
   Fault RunElevated(std::string command, std::optional<std::string> parameters, std::int32_t show_command);
 
   // Common helpers (helpers.cpp).
   std::int32_t ShowMessage(const std::string& prompt, std::int32_t buttons,
                            const std::optional<std::string>& title = std::nullopt);
-  bool FileExists(const std::string& filename);  // may hold wildcards
+  bool FileExists(const std::string& filename);  // may contain wildcards
   std::string ExpandAppPath(const std::string& text) const;
-  // A value of an INI file at any length; `key` null: the section's key names, each ended by a zero character.
+  // A value of an INI file, of any length. `key` null: the section's key names, each followed by a zero character.
   std::string ReadProfileString(const std::string& section, const char* key, const char* fallback,
                                 const std::string& filename);
-  // Tells a key with an empty value from one that isn't there.
+  // Whether the key exists, even with an empty value.
   bool ProfileKeyExists(const std::string& section, const std::string& key, const std::string& filename);
 
  private:

@@ -17,7 +17,7 @@ void MGlobal::Main(frmVerify& dialog) {
   dialog.Guard([&] { dialog.Load(); });
   dialog.UpdaterObject = nullptr;
   if (StartupFailed) return dialog.Guard([&] { dialog.Unload(); });
-  // Messages and the search let events run: a dialog that was closed meanwhile stays closed.
+  // Messages and the search process events: a dialog that was closed meanwhile stays closed.
   if (ShowUpdates && dialog.Loaded()) dialog.Guard([&] { dialog.ShowTheResults(); });
   if (dialog.Loaded()) dialog.Guard([&] { dialog.Show(); });
 }

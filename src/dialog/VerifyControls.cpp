@@ -11,7 +11,7 @@ constexpr Color kListBack{72, 72, 72};
 constexpr Color kTranscriptBack{56, 56, 56};
 constexpr Color kTranscriptText{255, 255, 128};
 
-// The looks of the design, each given a rectangle.
+// The appearances in the design, each for a rectangle.
 
 ControlLook Plain(Rect rect) {
   ControlLook look;
@@ -130,7 +130,7 @@ void VerifyControls::Reset() {
     Control* control;
     ControlLook (*look)(Rect);
     Twips left, top, width, height;
-    const char* text;  // what a button says when no language file does
+    const char* text;  // the caption if no language file has one
   } kDesign[] = {
       {&txtFocus,      Plain,        2520, 4770, 960,  285,  ""       },
       {&picStep100,    CheckPanel,   0,    0,    7320, 4065, ""       },

@@ -1,6 +1,6 @@
-// The controls of frmVerify under their names, and their design: one table of positions, sizes, colours and fonts, to
-// which every load of the dialog returns. Elements of control arrays bear numbers with a meaning: the 100 series stands
-// on the check panel, the 200 series on the updates panel.
+// The controls of frmVerify and their design: one table of positions, sizes, colours and fonts, to which every load
+// resets the dialog. In control arrays, the elements of the 100 series are on the check panel, those of the 200 series
+// on the updates panel.
 #pragma once
 
 #include <array>
@@ -19,10 +19,10 @@ inline constexpr Twips kDesignHeight = 5550;
 struct VerifyControls {
   explicit VerifyControls(Form& form);
 
-  // Puts every control to its design and unloads the list.
+  // Resets every control to its design and unloads the list.
   void Reset();
 
-  // Elements of the control arrays; an index that doesn't exist raises error 340.
+  // Elements of the control arrays; an index that doesn't exist throws error 340.
   Control& picStep(int index);
   Label& lblInfo(int index);
   std::array<Control*, 2> AllPicStep() { return {&picStep100, &picStep200}; }

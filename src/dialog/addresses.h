@@ -1,4 +1,4 @@
-// The maker's addresses that are built into the program.
+// The maker's built-in addresses.
 #pragma once
 
 namespace tsly {

@@ -1,4 +1,4 @@
-// How the dialog goes from state to state: load, the check panel, the buttons, unload.
+// The states of the dialog: load, the check panel, the buttons, unload.
 #include <cmath>
 
 #include "base/date_time.h"
@@ -20,7 +20,7 @@ constexpr std::int32_t kDotInterval = 1000;        // ms
 
 bool IsFrequency(std::int32_t number) { return number >= 0 && number <= 3; }
 
-// An exact minute can come out a little short of its number.
+// Rounding can make a whole minute slightly too small.
 double WholeMinutes(DateTime moment) { return std::trunc(moment * kMinutesPerDay + 1e-6); }
 
 const std::string& TextAt(const std::vector<std::string>& texts, std::int32_t index) {
@@ -69,8 +69,8 @@ void frmVerify::PrepareVerifyVersion() {
   tmrVerifyVersion.SetEnabled(true);
 }
 
-// One search per arming. A tick that meets a search, an offer or an installation waits for the next interval: a search
-// now would take the list from under them.
+// Starts one search. During a search, an offer or an installation the tick waits for the next interval, because a
+// search would clear the list that they use.
 void frmVerify::tmrVerifyVersion_Timer() {
   if (searches_running_ > 0 || controls.picStep200.Visible()) return;
   tmrVerifyVersion.SetEnabled(false);
@@ -105,7 +105,7 @@ void frmVerify::cmdClose_Click() {
 }
 
 void frmVerify::ReportStatus(std::int32_t status) {
-  // A copy keeps the object alive when its report makes someone let go of it.
+  // The copy keeps the object alive if its report makes someone release it.
   if (const auto receiver = UpdaterObject) receiver->SetStatus(status);
 }
 
@@ -121,7 +121,7 @@ void frmVerify::Form_QueryUnload(bool& Cancel, std::int32_t UnloadMode) {
 
 void frmVerify::Form_Unload() {
   needs_.temp_files.DeleteTempFiles();
-  // A number that stands in for a failed read is nobody's choice: what is stored stays.
+  // The user didn't choose the default after a failed read: don't store it.
   if (frequency_is_known_) {
     needs_.registry.SetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedEvery,
                                       ToInt32(controls.lblInfo103.Tag()).value_or(kDefaultFrequency));

@@ -25,8 +25,8 @@ void frmVerify::OnReset() {
   tmrPrintDots.Reset(750);
 }
 
-// What belongs to a load ends with it; a search that still waits is ended by finding its dialog gone. First the space
-// that a response takes: the settings may need it.
+// Ends everything that belongs to a load. A search that still waits finds the dialog unloaded and ends. The transfer is
+// first: the settings may need the disk space of its response.
 void frmVerify::OnUnload() {
   needs_.netCommand.Cancel();
   document_.file.reset();

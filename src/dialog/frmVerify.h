@@ -1,11 +1,11 @@
-// frmVerify, the program's one dialog, in which every run happens: a search, the offer, an installation. This header is
-// the table of contents; each group of routines names the file that holds it. Decisions are rules in files of their own
-// (discovery/, install/), the state of one operation lies in a run object that the next one replaces, and everything
-// that a person sees lies in a control.
+// frmVerify, the program's only dialog, which runs every operation: search, list of updates, installation. This header
+// is the table of contents; each group of routines names its source file. Decisions are rules in files of their own
+// (discovery/, install/). The state of one operation is in a run object, which the next operation replaces. Everything
+// that the user sees is in a control.
 //
-// One object per process, on its one thread. It outlives its unloads: controls start from their design at each load,
-// the members here keep their values. A routine that let events run compares the form's load number with the one from
-// before and ends quietly when the dialog has gone meanwhile.
+// One object per process, on its only thread. It outlives its unloads: each load resets the controls to their design,
+// the members here keep their values. A routine that processed events compares the form's load number with the one from
+// before and returns if the dialog was unloaded meanwhile.
 #pragma once
 
 #include <cstdint>
@@ -57,13 +57,13 @@ class frmVerify : public Form {
   explicit frmVerify(const Needs& needs);
   ~frmVerify() override;
 
-  // The object to report to; none in a process on its own. Shared, because the dialog goes on reporting to an object
-  // that its client has let go of.
+  // The object to report to; none in a process without clients. Shared, because the dialog keeps reporting to an object
+  // that its client has released.
   std::shared_ptr<StatusReceiver> UpdaterObject;
 
   // Public routines. The first three: dialog/dialog_flow.cpp.
   void DisplayWindow();         // shows the dialog; for a client, above all other windows
-  void PrepareVerifyVersion();  // arms the silent check
+  void PrepareVerifyVersion();  // schedules the background check
   void ShowTheResults();        // runs a check by hand
   void ProcessFeedback(std::int32_t fbState, const std::vector<std::string>& Information = {});  // install/feedback.cpp
   bool IsNewVersion(const std::string& ValueName, const std::string& UpdatesIniFile);            // discovery/search.cpp
@@ -74,10 +74,10 @@ class frmVerify : public Form {
   Timer tmrVerifyVersion;
   Timer tmrPrintDots;
 
-  DateTime CheckedOn = 0;                   // to be stored as the last check at unload; 0 = store nothing
+  DateTime CheckedOn = 0;                   // stored as the last check at unload; 0: nothing to store
   std::vector<std::string> FrequencyTexts;  // 0 never, 1 at every start, 2 weekly, 3 monthly
-  std::vector<std::string> CheckLinkTexts;  // 0 the link itself, 1 to 7 by the state of a transfer
-  std::vector<std::string> UpdateNames;     // modules on offer from 1 on; element 0 is empty
+  std::vector<std::string> CheckLinkTexts;  // 0: the link itself, 1 to 7: by transfer state
+  std::vector<std::string> UpdateNames;     // available updates from 1 on; element 0 is empty
   std::string UpdatesIniFile;               // the stored updates file
 
  protected:
@@ -108,7 +108,7 @@ class frmVerify : public Form {
 
   // The dialog's texts (localization/LocalizeDialog.cpp).
   void LocalizeDialog();
-  std::string ResString(const ResourceKey& key);  // raises when the key is nowhere
+  std::string ResString(const ResourceKey& key);  // throws if no file has the key
 
   // Fetching a document (discovery/download.cpp).
   bool GetDocument(std::uint8_t DocumentKind, const std::string& URL, std::string Filename,
@@ -121,7 +121,7 @@ class frmVerify : public Form {
   void TakeTransferError();
   bool DocumentTimedOut() const;
 
-  // A search (discovery/search.cpp) and its outcome (discovery/presentation.cpp).
+  // A search (discovery/search.cpp) and its result (discovery/presentation.cpp).
   void CheckForUpdates(bool Interactive);
   bool RetrieveUpdates(bool Interactive);
   bool TakeUpdatesFile();
@@ -158,8 +158,8 @@ class frmVerify : public Form {
   DocumentRun document_;
   TranscriptRun transcript_;
   ActionRun action_;
-  bool frequency_is_known_ = false;   // read for certain, or chosen by the user: it may be stored
-  std::uint64_t searches_begun_ = 0;  // a search that another one has overtaken ends quietly
+  bool frequency_is_known_ = false;   // read successfully or chosen by the user: may be stored
+  std::uint64_t searches_begun_ = 0;  // a search that was overtaken by another one returns
   int searches_running_ = 0;
 };
 

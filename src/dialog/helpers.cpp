@@ -11,7 +11,7 @@ namespace tsly {
 namespace {
 
 constexpr std::size_t kFirstBuffer = 256;
-// A listing that ends this close to the end of the buffer is taken for one that was cut.
+// A list that ends this close to the end of the buffer counts as truncated.
 constexpr std::size_t kListMargin = 16;
 
 }  // namespace

@@ -11,7 +11,7 @@
 namespace tsly {
 namespace {
 
-// All the time that an action line gives a started program before it goes on.
+// How long an action line waits after it has started a program.
 constexpr std::chrono::seconds kTimeToSettle{5};
 
 }  // namespace

@@ -1,4 +1,4 @@
-// How a command line falls into a program and its parameters.
+// Splits a command line into a program and its parameters.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@ struct CommandParts {
   std::string parameters;
 };
 
-// Only quotes protect a blank. An empty pair of quotes, or an opening quote without a closing one, leaves the command
-// whole, quotes included.
+// Only quotes protect a blank. With an empty pair of quotes, or an opening quote without a closing one, the whole
+// command is the program, quotes included.
 CommandParts SplitCommand(const std::string& command_line);
 
 }  // namespace tsly

@@ -61,7 +61,7 @@ std::string MGlobal::GetSpecialFolder(std::int32_t folder_code, const std::optio
   for (const std::string& piece : Split(sub_path.value_or(""), "\\")) {
     if (Trim(piece).empty()) continue;
     path = WithBackslash(path).append(piece);
-    needs_.files.MakeFolder(path, UseOf(folder_code));  // one that is there already is a failure that nobody notices
+    needs_.files.MakeFolder(path, UseOf(folder_code));  // an existing folder is no failure
   }
   return WithBackslash(path);
 }

@@ -1,4 +1,4 @@
-// What the dialog reports to the object that an automation client holds. The one way in which the two meet.
+// What the dialog reports to an automation client's object. The only connection between the two.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 namespace tsly {
 
 enum UpdaterStatus : std::int32_t {
-  StatusPending = 0,       // not finished, or an offer is open
-  StatusIdle = 1,          // nothing more will happen
+  StatusPending = 0,       // not finished, or the list of updates is open
+  StatusIdle = 1,          // finished
   StatusStopRequired = 2,  // an update needs the host product to stop
 };
 

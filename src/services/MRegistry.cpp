@@ -44,8 +44,8 @@ std::string WithZero(std::string text) {
 
 }  // namespace
 
-// The program's text is narrow: every character of it has a code of one byte. So every string is stored as text, and
-// the form for others (binary, two bytes a character) never comes up.
+// The program's text has one-byte characters only, so every string is stored as text; the binary form for two-byte
+// characters never occurs.
 bool MRegistry::IsSingleByteText(const std::string&) { return true; }
 
 bool MRegistry::WasCertain() const { return RegErrorNumber == kSuccess || RegErrorNumber == kFileNotFound; }
@@ -109,7 +109,7 @@ RegData MRegistry::ReadOpenValue(RegKey key, const std::string& name, const RegD
   if (code == kSuccess && IsKnownType(type)) {
     bytes.resize(type == kRegDword ? 4 : size);
     code = registry_.Query(key, name, type, bytes, size);
-    // Another process may have written a shorter value, or one of another type, between the two.
+    // Between the two calls, another process may have written a shorter value or one of another type.
     if (size < bytes.size()) bytes.resize(size);
   }
   if (code != kSuccess) {
@@ -158,7 +158,7 @@ MRegistry::Stored MRegistry::StoredAs(const RegData& data, std::uint32_t type,
                                       std::optional<std::uint32_t> length) const {
   const std::string text = TextOf(data);
   std::string bytes = type == kRegSz || type == kRegBinary ? WithZero(text) : DwordBytes(ToInt32(text).value_or(0));
-  // A length beyond the data would send out memory that isn't part of it.
+  // A length beyond the data would write unrelated memory.
   bytes.resize(std::min<std::size_t>(length.value_or(static_cast<std::uint32_t>(text.size())), bytes.size()));
   return {type, bytes};
 }

@@ -1,6 +1,6 @@
-// The module MRegistry: the program's only road to its settings. A read always gives a usable value, a write gives a
-// status that no caller looks at, and nothing is raised; the last failure stands in RegErrorNumber and RegErrorText.
-// One object per process, on its one thread.
+// The module MRegistry: the only access to the program's settings. A read always returns a usable value, a write
+// returns a status that callers may ignore, and nothing throws. RegErrorNumber and RegErrorText describe the last
+// failure. One object per process, on its only thread.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ struct DateValue {
   bool operator==(const DateValue&) const = default;
 };
 
-// Data of a value, tagged with its type; monostate: nothing.
+// Data of a value with its type; monostate: none.
 using RegData = std::variant<std::monostate, std::string, std::int32_t, double, DateValue, bool>;
 
 class MRegistry {
@@ -31,11 +31,11 @@ class MRegistry {
   std::int32_t RegErrorNumber = 0;
   std::string RegErrorText;
 
-  // Whether what the last routine read is certain: it was read, or isn't there. Otherwise it is a default that stands
-  // in for something unknown, and must not be stored.
+  // Whether the last read is certain: the value was read, or doesn't exist. Otherwise the result is a default for an
+  // unknown value and must not be stored.
   bool WasCertain() const;
-  // Whether what it did failed for a reason that may pass, as while another process holds the store: nothing is to be
-  // concluded from the default then. A store that is damaged or closed to the user reads as its defaults for good.
+  // Whether the last call failed for a temporary reason, for instance because another process locks the store. The
+  // default then means nothing. A store that is damaged or not accessible permanently reads as its defaults.
   bool FailedForNow() const;
 
   static bool IsSingleByteText(const std::string& text);
@@ -43,22 +43,22 @@ class MRegistry {
   void SetRegError(std::int32_t code, const std::string& text);
   static std::string JoinRegPath(const std::string& key, const std::string& subkey);
 
-  // `computer`: "" is this one, and the handle then the root itself.
+  // `computer`: "" is this one; the handle is then the root itself.
   bool ConnectRegRoot(RegKey root, const std::string& computer, RegKey& handle);
   void CloseRegRoot(RegKey handle, const std::string& computer);
 
   RegData ReadRegistryValue(RegKey root, const std::string& key, const std::string& name, const RegData& fallback,
                             const std::string& computer);
-  // With an explicit type the data's text form goes out under it, `length` bytes or as many as it has characters.
+  // With an explicit type, writes the data's text form under it: `length` bytes, or one for each character.
   std::int32_t WriteRegistryValue(RegKey root, const std::string& key, const std::string& name, const RegData& data,
                                   const std::string& computer, std::optional<std::uint32_t> type = std::nullopt,
                                   std::optional<std::uint32_t> length = std::nullopt);
-  // `names` holds them from index 1; element 0 is empty. The result is their number.
+  // Fills `names` from index 1; element 0 is empty. Returns their number.
   std::int32_t ListRegistryValues(RegKey root, const std::string& key, std::vector<std::string>& names,
                                   const std::string& computer);
   bool RegValueExists(RegKey root, const std::string& key, const std::string& name, const std::string& computer);
 
-  // The routines that the rest of the program calls. A root that is none of the three counts as the current user's.
+  // The routines for the rest of the program. A root other than the three counts as the current user's.
   RegData GetRegSubkeyValue(RegKey root, const std::string& key, const std::string& subkey, const std::string& name,
                             const RegData& fallback, const std::string& computer = "");
   RegData GetRegValue(RegKey root, const std::string& key, const std::string& name, const RegData& fallback,
@@ -73,9 +73,9 @@ class MRegistry {
   std::int32_t GetRegValueNames(RegKey root, const std::string& key, std::vector<std::string>& names,
                                 const std::string& computer = "");
 
-  // The text form of data, as a statement that wants text makes it.
+  // The text form of data.
   std::string TextOf(const RegData& data) const;
-  // The number that data stands for; none for text that is no number.
+  // The number in data; nothing for text that isn't a number.
   static std::optional<double> NumberOf(const RegData& data);
 
  private:

@@ -1,4 +1,4 @@
-// Where the program's settings lie in the registry, and their names.
+// Keys and names of the program's settings in the registry.
 #pragma once
 
 namespace tsly {

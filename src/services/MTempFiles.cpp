@@ -50,7 +50,7 @@ std::string MTempFiles::GetTempFile(const std::string& name, const std::string& 
   return path;
 }
 
-// In the list before the file is made: a process that is killed in between leaves nothing that nobody knows of.
+// Added to the list before the file is created: a process that is killed in between leaves no unlisted file.
 bool MTempFiles::Remember(const std::string& path) {
   const auto is_it = [&](const std::string& other) { return EqualIgnoringCase(other, path); };
   if (std::any_of(TempFiles.begin(), TempFiles.end(), is_it)) return false;
@@ -83,7 +83,7 @@ std::string MTempFiles::CountedFile(const std::string& folder, const std::string
     std::string path = folder + CountedName(number, extension);
     if (global_.FileExists(path)) continue;
     const bool is_new = Remember(path);
-    // Another process may take the name between the two calls; then it isn't free either.
+    // Another process may take the name between the two calls.
     if (files_.MakeEmptyFile(path) != kAlreadyExists) return path;
     if (!is_new) continue;
     TempFiles.pop_back();
@@ -98,7 +98,7 @@ void MTempFiles::DeleteTempFiles() {
   bool all_gone = true;
   for (const std::string& path : TempFiles) all_gone = Delete(path) && all_gone;
   TempFiles.clear();
-  // A file that survives is left to a later process, so the list stays.
+  // A later process deletes a file that can't be deleted now, so the list stays.
   if (list_ && list_->BecomeAlone() && all_gone && DeleteLeftOver()) list_->Remove();
   list_.reset();
 }
@@ -115,19 +115,19 @@ void MTempFiles::JoinList(const std::string& folder) {
   for (const std::string& path : TempFiles) AddToList(kHandedOut, path);  // from before, when it could not be joined
 }
 
-// False when the file is still there.
+// False if the file still exists.
 bool MTempFiles::Delete(const std::string& path) {
   std::shared_ptr<OpenFile> file;
   return files_.Delete(path) == kSuccess || files_.OpenForReading(path, file) != kSuccess;
 }
 
-// Deletes what the list names. False when the list can't be read, or one of the files is still there.
+// Deletes the listed files. False if the list can't be read or a file still exists.
 bool MTempFiles::DeleteLeftOver() {
   std::vector<std::string> lines;
   if (list_->Read(lines) != kSuccess) return false;
   std::set<std::string> names;
   for (const std::string& line : lines) {
-    // A name, never a way to somewhere else.
+    // Only plain names, no paths to other folders.
     if (line.find_first_of("\\/") != std::string::npos) continue;
     if (line.starts_with(kHandedOut)) names.insert(line.substr(1));
     if (line.starts_with(kLeft)) names.erase(line.substr(1));

@@ -1,6 +1,6 @@
-// The module MTempFiles: hands out paths for what the program downloads and remembers them, so that all can be deleted
-// when the dialog goes away. One object per process, on its one thread. Nothing is raised: at worst a path names a file
-// that can't be made, and the first write to it fails.
+// The module MTempFiles: provides paths for downloads and remembers them, so that the dialog can delete all files when
+// it unloads. One object per process, on its only thread. Nothing throws: at worst a path names a file that can't be
+// created, and the first write to it fails.
 #pragma once
 
 #include <memory>
@@ -19,17 +19,17 @@ class MTempFiles {
   MTempFiles(MGlobal& global, Folders& folders, Files& files);
   ~MTempFiles();
 
-  // The full path of a file called `name`, which isn't made; with an empty name that of a new empty file with a
+  // The full path for a file `name`, which isn't created; with an empty name the path of a new empty file with a
   // generated name and `extension`.
   std::string GetTempFile(const std::string& name, const std::string& extension);
 
-  // Deletes the files handed out and forgets them all. One that survives is left to a later process.
+  // Deletes the files and forgets their paths. A later process deletes those that can't be deleted now.
   void DeleteTempFiles();
 
   // For an end of the process that leaves the files to a program it has started: no later process deletes them either.
   void LeaveTempFiles();
 
-  // Where they lie, for as long as the system names a place.
+  // Their folder, if the system has one.
   std::string Folder();
 
  private:
@@ -38,15 +38,15 @@ class MTempFiles {
   void JoinList(const std::string& folder);
   bool Delete(const std::string& path);
   bool DeleteLeftOver();
-  bool Remember(const std::string& path);  // false: known already
+  bool Remember(const std::string& path);  // false: already known
   void AddToList(char mark, const std::string& path);
 
   MGlobal& global_;
   Folders& folders_;
   Files& files_;
   std::vector<std::string> TempFiles;  // each path once, without regard to letter case
-  // What this process and others have handed out, by file name, so that the files of a process that was killed are
-  // deleted by the next one that is alone. Joined with the first path, left when the files are deleted.
+  // The file names of this process and of others, so that the next process that runs alone can delete the files of a
+  // killed one. Joined with the first path, left when the files are deleted.
   std::unique_ptr<SharedList> list_;
   std::string list_folder_;
 };
