@@ -33,9 +33,9 @@ std::string DatePart(int first, int second, int year, const std::string& separat
 
 }  // namespace
 
-DateFields SplitDateTime(DateTime moment) {
-  double day = std::trunc(moment);
-  double seconds = std::round(std::fabs(moment - day) * kSecondsPerDay);
+DateFields SplitDateTime(DateTime when) {
+  double day = std::trunc(when);
+  double seconds = std::round(std::fabs(when - day) * kSecondsPerDay);
   if (seconds >= kSecondsPerDay) {
     seconds -= kSecondsPerDay;
     day += 1;
@@ -59,13 +59,13 @@ DateTime MakeDateTime(const DateFields& fields) {
   return day < 0 ? day - time : day + time;
 }
 
-std::optional<DateTime> DaysAfter(DateTime moment, int days) {
-  const auto day = InRange(std::trunc(moment));
+std::optional<DateTime> DaysAfter(DateTime when, int days) {
+  const auto day = InRange(std::trunc(when));
   return day ? InRange(*day + days) : std::nullopt;
 }
 
-std::optional<DateTime> MonthAfter(DateTime moment) {
-  const auto day = InRange(std::trunc(moment));
+std::optional<DateTime> MonthAfter(DateTime when) {
+  const auto day = InRange(std::trunc(when));
   if (!day) return std::nullopt;
   const std::chrono::year_month_day from{kDayZero + std::chrono::days(static_cast<int>(*day))};
   const std::chrono::year_month month = std::chrono::year_month(from.year(), from.month()) + std::chrono::months(1);
@@ -74,32 +74,32 @@ std::optional<DateTime> MonthAfter(DateTime moment) {
   return InRange(static_cast<double>((to - kDayZero).count()));
 }
 
-std::string LogStamp(DateTime moment) {
-  const DateFields at = SplitDateTime(moment);
+std::string LogStamp(DateTime when) {
+  const DateFields at = SplitDateTime(when);
   return Print("%04d-%02d-%02d %02d:%02d:%02d", at.year, at.month, at.day, at.hour, at.minute, at.second);
 }
 
-std::string MonthDayYear(DateTime moment, const std::string& date_separator) {
-  const DateFields at = SplitDateTime(moment);
+std::string MonthDayYear(DateTime when, const std::string& date_separator) {
+  const DateFields at = SplitDateTime(when);
   return DatePart(at.month, at.day, at.year, date_separator);
 }
 
-std::string DayMonthYear(DateTime moment, const std::string& date_separator) {
-  const DateFields at = SplitDateTime(moment);
+std::string DayMonthYear(DateTime when, const std::string& date_separator) {
+  const DateFields at = SplitDateTime(when);
   return DatePart(at.day, at.month, at.year, date_separator);
 }
 
-std::string HourMinute(DateTime moment, const std::string& time_separator) {
-  const DateFields at = SplitDateTime(moment);
+std::string HourMinute(DateTime when, const std::string& time_separator) {
+  const DateFields at = SplitDateTime(when);
   return Print("%02d", at.hour) + time_separator + Print("%02d", at.minute);
 }
 
-std::string GeneralDate(DateTime moment, const std::string& date_separator, const std::string& time_separator) {
-  const DateFields at = SplitDateTime(moment);
-  const std::string time = HourMinute(moment, time_separator) + time_separator + Print("%02d", at.second);
+std::string GeneralDate(DateTime when, const std::string& date_separator, const std::string& time_separator) {
+  const DateFields at = SplitDateTime(when);
+  const std::string time = HourMinute(when, time_separator) + time_separator + Print("%02d", at.second);
   const bool midnight = at.hour == 0 && at.minute == 0 && at.second == 0;
-  if (std::trunc(moment) == 0 && !midnight) return time;
-  const std::string date = MonthDayYear(moment, date_separator);
+  if (std::trunc(when) == 0 && !midnight) return time;
+  const std::string date = MonthDayYear(when, date_separator);
   return midnight ? date : date + " " + time;
 }
 

@@ -14,23 +14,23 @@ struct DateFields {
 };
 
 // Rounds to the nearest second first.
-DateFields SplitDateTime(DateTime moment);
+DateFields SplitDateTime(DateTime when);
 DateTime MakeDateTime(const DateFields& fields);
 
 // 00:00 of the day some days, or one calendar month, after the day of a date-time. The day of the month stays, or
 // becomes the last one of a shorter month. Nothing if the result is outside the years 100 to 9999.
-std::optional<DateTime> DaysAfter(DateTime moment, int days);
-std::optional<DateTime> MonthAfter(DateTime moment);
+std::optional<DateTime> DaysAfter(DateTime when, int days);
+std::optional<DateTime> MonthAfter(DateTime when);
 
 // "yyyy-mm-dd hh:mm:ss".
-std::string LogStamp(DateTime moment);
+std::string LogStamp(DateTime when);
 
 // "mm/dd/yyyy", "dd/mm/yyyy" and "hh:mm" with the given separators instead of slash and colon.
-std::string MonthDayYear(DateTime moment, const std::string& date_separator);
-std::string DayMonthYear(DateTime moment, const std::string& date_separator);
-std::string HourMinute(DateTime moment, const std::string& time_separator);
+std::string MonthDayYear(DateTime when, const std::string& date_separator);
+std::string DayMonthYear(DateTime when, const std::string& date_separator);
+std::string HourMinute(DateTime when, const std::string& time_separator);
 
 // The "General date" format with these separators: without a time of 00:00:00, and without the date on day 0.
-std::string GeneralDate(DateTime moment, const std::string& date_separator, const std::string& time_separator);
+std::string GeneralDate(DateTime when, const std::string& date_separator, const std::string& time_separator);
 
 }  // namespace tsly

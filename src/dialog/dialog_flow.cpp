@@ -21,7 +21,7 @@ constexpr std::int32_t kDotInterval = 1000;        // ms
 bool IsFrequency(std::int32_t number) { return number >= 0 && number <= 3; }
 
 // Rounding can make a whole minute slightly too small.
-double WholeMinutes(DateTime moment) { return std::trunc(moment * kMinutesPerDay + 1e-6); }
+double WholeMinutes(DateTime when) { return std::trunc(when * kMinutesPerDay + 1e-6); }
 
 const std::string& TextAt(const std::vector<std::string>& texts, std::int32_t index) {
   if (index < 0 || static_cast<std::size_t>(index) >= texts.size()) {
@@ -49,12 +49,12 @@ void frmVerify::Form_Load() {
   controls.lblInfo104.SetText(text);
 }
 
-std::string frmVerify::LastCheckText(DateTime moment) {
+std::string frmVerify::LastCheckText(DateTime when) {
   const std::string date_separator = needs_.locale.DateSeparator();
   std::string text = ResString(text_key::kLastCheckDone);
-  text = Replace(text, "[MM/DD/YYYY]", MonthDayYear(moment, date_separator));
-  text = Replace(text, "[DD/MM/YYYY]", DayMonthYear(moment, date_separator));
-  return Replace(text, "[HH:MM]", HourMinute(moment, needs_.locale.TimeSeparator()));
+  text = Replace(text, "[MM/DD/YYYY]", MonthDayYear(when, date_separator));
+  text = Replace(text, "[DD/MM/YYYY]", DayMonthYear(when, date_separator));
+  return Replace(text, "[HH:MM]", HourMinute(when, needs_.locale.TimeSeparator()));
 }
 
 void frmVerify::DisplayWindow() { BringUp(Keyboard::kTake); }

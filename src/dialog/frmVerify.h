@@ -103,7 +103,7 @@ class frmVerify : public Form {
   void cmdLater_Click();
   void cmdClose_Click();
   void StartPrintDots();
-  std::string LastCheckText(DateTime moment);
+  std::string LastCheckText(DateTime when);
   void ReportStatus(std::int32_t status);
 
   // The dialog's texts (localization/LocalizeDialog.cpp).

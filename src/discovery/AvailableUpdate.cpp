@@ -103,7 +103,7 @@ void AvailableUpdate::SetHideBottomLine(bool hide) {
 }
 
 void AvailableUpdate::UserControl_Resize() {
-  // Setting the height at the end calls this again.
+  // Setting the height below calls this again.
   if (inside_resize_) return;
   inside_resize_ = true;
   lblItem.SetWidth(Width() - lblItem.Left() - kLineMargin);

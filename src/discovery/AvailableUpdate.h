@@ -1,6 +1,6 @@
-// The control AvailableUpdate: one offered update in the list, and the only store of its data. Its height follows from
-// its texts: it lays itself out whenever a text, its width or the setting of its bottom line changes. Owner: the
-// dialog's control array UpdateItem. All measures in twips.
+// The control AvailableUpdate: one update in the list, and the only store of its data. Its height depends on its texts:
+// it updates its layout whenever a text, its width or the visibility of its bottom line changes. Owner: the dialog's
+// control array UpdateItem. All measures in twips.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tsly {
 
-// What GetDocument fetches, and what UpdateElementDocType holds.
+// The documents that GetDocument downloads, and the values of UpdateElementDocType.
 enum DocumentKind : std::uint8_t { kUpdatesFile = 1, kDataFile = 3, kInstallationPack = 4 };
 
 class AvailableUpdate : public Control {
@@ -21,9 +21,9 @@ class AvailableUpdate : public Control {
   void Reset(const ControlLook& design) override;
   bool IsComposed() const override { return true; }
 
-  // The record of the update. None of these has an effect on the display.
+  // The data of the update. None of it affects the display.
   std::string UpdateElementName;
-  std::string UpdateElementDesc;  // address of the page behind the "more info" link
+  std::string UpdateElementDesc;  // address of the "more info" page
   std::string UpdateElementUrl;
   std::string UpdateElementSize;
   std::string UpdateElementCRC;
@@ -31,13 +31,13 @@ class AvailableUpdate : public Control {
   std::uint8_t UpdateElementDocType = 0;
   bool UpdateElementStopPgm = false;
 
-  // The action lines, from 1. Setting number 0 makes the list empty; setting one behind the end extends the list.
-  // Reading behind the end gives "". A negative number raises error 9.
+  // The action lines, from 1. Setting number 0 empties the list; setting one after the end extends the list. Reading
+  // one after the end returns "". A negative number throws error 9.
   void SetUpdateElementAction(std::int32_t number, const std::string& line);
   std::string UpdateElementAction(std::int32_t number) const;
 
   void SetItem(const std::string& title);
-  void SetVersion(const std::string& text);  // no new layout: the line keeps its height
+  void SetVersion(const std::string& text);  // needs no new layout: the line's height is fixed
   void SetExplanation(const std::string& text);
   void SetMoreInfo(const std::string& text);
   void SetHideBottomLine(bool hide);

@@ -1,4 +1,4 @@
-// The state of one fetch of a document. A new fetch replaces it; late states of an old one still write to it.
+// The state of one download. The next download replaces it; late states of an old one still write to it.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,17 @@ namespace tsly {
 class OpenFile;
 
 struct DocumentRun {
-  std::uint64_t number = 0;           // counts the fetches of the process
+  std::uint64_t number = 0;           // counts the downloads of the process
   std::uint8_t DocumentReceived = 0;  // 0 nothing yet, 1 received, 2 failed
   std::uint8_t DocumentKind = 0;
   std::string DocumentFile;
-  std::shared_ptr<OpenFile> file;  // the document as it was stored, whatever DocumentFile names later; null: none was
+  std::shared_ptr<OpenFile> file;  // the document as stored, whatever DocumentFile names later; null: none
   bool ShowStatus = false;
   bool DocumentIsBinary = false;
-  SteadyTime DocumentDeadline{};  // moved ahead by every state of the transfer
+  SteadyTime DocumentDeadline{};  // extended by every state of the transfer
   std::string DocumentError;      // for the message box; empty until an error state arrives
   bool PackDataWritten = false;
-  bool cut_off = false;  // the response couldn't be read to its end: what is stored is a part of it
+  bool cut_off = false;  // the response couldn't be read completely: only a part is stored
 };
 
 }  // namespace tsly

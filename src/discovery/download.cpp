@@ -1,4 +1,4 @@
-// Fetching one document: a request on the transfer control, and the wait for it.
+// Downloads one document: starts the transfer and waits for its end.
 #include <chrono>
 #include <memory>
 
@@ -23,7 +23,7 @@ constexpr std::chrono::seconds kInactivityLimit{15};
 constexpr std::int32_t kRequestTimeout = 60;  // seconds
 constexpr std::int32_t kChunkSize = 1024;
 
-// The log's words for the states of a transfer; null where it keeps silent.
+// The log lines of the transfer's states; null: none.
 constexpr const char* kStateLines[] = {
     "StateChanged: State = None",
     "StateChanged: State = Resolving host",
@@ -36,7 +36,7 @@ constexpr const char* kStateLines[] = {
     nullptr,
     "StateChanged: State = Disconnecting",
     "StateChanged: State = Disconnected",
-    nullptr,  // the error line comes with its error
+    nullptr,  // logged with the error itself
     "StateChanged: State = Response completed",
 };
 
@@ -66,7 +66,7 @@ bool frmVerify::GetDocument(std::uint8_t DocumentKind, const std::string& URL, s
   } else {
     WaitForDocument(load);
   }
-  // The dialog has gone, or another search has taken the transfer over: there is nobody to tell.
+  // The dialog was unloaded, or another search has taken over the transfer: nothing to report.
   if (!IsLoad(load) || document_.number != number) return false;
 
   needs_.global.WriteLog(
@@ -125,8 +125,8 @@ void frmVerify::SaveDocument() {
   const std::string file_name = document_.DocumentFile;
   if (needs_.global.FileExists(file_name)) needs_.files.Delete(file_name);
   needs_.global.WriteLog(1, "StateChanged: Opening temp file \"" + file_name + "\"");
-  // A file that can't be made or written whole is no failure here: there is none then, and whoever reads the document
-  // finds out.
+  // A file that can't be created or written completely is no failure here: then there is no file, and its reader
+  // reports that.
   std::unique_ptr<NewFile> file;
   needs_.files.Create(file_name, file);
   const bool binary = document_.DocumentIsBinary;
@@ -161,8 +161,8 @@ void frmVerify::TakeTransferError() {
   Step([&] { text = Replace(ResString(text_key::kCommunicationError), "[TYPE]", type); });
   text = Replace(text, "[NUMBER]", "1/" + code);
   text = Replace(text, "[DESCRIPTION]", description);
-  // A machine without a connection to the name service gets no message: the document counts as received, and nothing
-  // is found in it, also where a former run left a file of that name.
+  // Without a connection to the name service there is no message: the document counts as received and empty, even if a
+  // former run left a file of that name.
   if (document_.DocumentReceived == 2 && number == kNameNotResolved) {
     document_.DocumentReceived = 1;
     needs_.files.Delete(document_.DocumentFile);

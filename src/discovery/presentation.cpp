@@ -1,4 +1,4 @@
-// What the outcome of a search turns into: a message, a report to the client, or the list of offered updates.
+// Presents the result of a search: a message, a report to the client, or the list of updates.
 #include "base/step.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
@@ -53,7 +53,7 @@ void frmVerify::SearchByHand() {
   }
 }
 
-// Only for an end without an error state; GetDocument has told of one itself.
+// Only for a failure without an error state; GetDocument reports those itself.
 void frmVerify::ShowCommunicationError() {
   std::string text;
   Step([&] {
@@ -75,13 +75,12 @@ void frmVerify::SearchSilently() {
   const std::uint64_t search = ++searches_begun_;
   RetrieveUpdates(false);
   if (!IsLoad(load)) {
-    // A dialog that was loaded anew may have another client, whose check has only been armed.
+    // A dialog that was loaded again may have another client, whose check is still scheduled.
     if (!Loaded()) ReportStatus(StatusIdle);
     return;
   }
   if (search != searches_begun_) {
-    // A search by hand has taken over, and what it found is its user's; with nothing found there is nothing more to
-    // come.
+    // A manual search has taken over and shows its own result; if it found nothing, the client's check is finished.
     if (UpdateCount() < 1) ReportStatus(StatusIdle);
     return;
   }
@@ -108,7 +107,7 @@ void frmVerify::ShowAvailableUpdates() {
   controls.UpdateItem.UnloadAllButModel();
   Twips top = 0;
   for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
-    // A control array has no room for more items than its 16-bit indexes count.
+    // The 16-bit indexes of a control array limit the number of items.
     if (Step([&] { controls.UpdateItem.Load(i); })) break;
     AvailableUpdate& item = controls.UpdateItem(i);
     FillUpdateDataFromIni(i, i == UpdateCount());
@@ -121,7 +120,7 @@ void frmVerify::ShowAvailableUpdates() {
   controls.picStep200.Move({0, 0, controls.picStep200.Width(), controls.picStep200.Height()});
   controls.picStep200.SetVisible(true);
   controls.picStep100.SetVisible(false);
-  // For a client nobody has asked for it just now: the user is typing elsewhere.
+  // In a client's check the user may be typing elsewhere.
   if (!Visible()) BringUp(needs_.global.StartMode() == 0 ? Keyboard::kTake : Keyboard::kLeave);
 }
 
@@ -138,7 +137,7 @@ void frmVerify::MakeRoomForScrollBar(std::int32_t last, Twips& top) {
   }
   const Twips seen = controls.picUpdates.Height();
   bar.SetMin(0);
-  Step([&] { bar.SetMax(top - seen); });  // a list that is too long for 16 bits keeps the last number that could be set
+  Step([&] { bar.SetMax(top - seen); });  // a list too long for 16 bits keeps the last valid number
   bar.SetSmallChange(kSmallScroll);
   bar.SetLargeChange(seen);
   bar.SetValue(0);
@@ -153,8 +152,8 @@ std::string frmVerify::LocalizedText(const std::string& key) {
   return text.empty() ? read(kFallbackLanguage) : text;
 }
 
-// The default is a text of the language file, looked up only where the updates file lacks the key: a text that is
-// missing there must not cost a value that is here.
+// Looks up the default in the language file only if the updates file lacks the key, so that a missing default doesn't
+// lose an existing value.
 std::string frmVerify::ReadUpdate(const std::string& section, const std::string& key, const ResourceKey& fallback) {
   std::string value = needs_.global.ReadProfileString(section, key.c_str(), "", UpdatesIniFile);
   if (!value.empty() || needs_.global.ProfileKeyExists(section, key, UpdatesIniFile)) return value;

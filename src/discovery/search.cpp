@@ -1,4 +1,4 @@
-// One search: fetch the updates file, and work out which modules are newer than the recorded ones.
+// One search: downloads the updates file and determines which modules are newer than the recorded ones.
 #include <algorithm>
 
 #include "base/text.h"
@@ -28,7 +28,7 @@ bool frmVerify::RetrieveUpdates(bool Interactive) {
       kLocalMachine, SettingsKey, VersionSubkey, kValueVersionFileUrl, std::string(kUpdatesFileAddress)));
   if (Trim(address).empty()) address = kUpdatesFileAddress;
   document_.DocumentReceived = 0;
-  // Another site's updates file would be read in place of the one that can't be named for now.
+  // If the address can't be read now, the default address could give another site's updates file.
   bool received = !needs_.registry.FailedForNow();
   received = received && GetDocument(kUpdatesFile, address, "updates.ini", "ini", Interactive, false);
   received = received && TakeUpdatesFile() && CollectNewModules();
@@ -44,9 +44,8 @@ bool frmVerify::RetrieveUpdates(bool Interactive) {
   return received;
 }
 
-// One reading serves the whole search and its offer: another process may store an updates file of its own under the
-// same name meanwhile. Nothing is concluded from a document that couldn't be read; one that couldn't be stored holds
-// nothing.
+// The search and its list use one reading of the file, because another process may store its own updates file under the
+// same name. A document that couldn't be read is a failed search; one that couldn't be stored is empty.
 bool frmVerify::TakeUpdatesFile() {
   needs_.profiles.Unpin(UpdatesIniFile);
   UpdatesIniFile = document_.DocumentFile;
@@ -54,7 +53,7 @@ bool frmVerify::TakeUpdatesFile() {
   return needs_.profiles.Pin(UpdatesIniFile, document) == 0 && !document_.cut_off;
 }
 
-// False when the recorded versions can't be read for now: a module would be offered that is installed, or a newer one.
+// False if the recorded versions can't be read now: it might offer modules that are already installed.
 bool frmVerify::CollectNewModules() {
   const std::string names = needs_.global.ReadProfileString(kSectionVersions, nullptr, "", UpdatesIniFile);
   std::string_view rest = names;

@@ -33,7 +33,7 @@ bool IsNewerVersion(const std::string& installed, const std::string& offered) {
 
 void ApplyExcludes(std::vector<std::string>& names,
                    const std::function<std::string(const std::string& module)>& excluded_by) {
-  // Where each name stands, so that a long list isn't walked once for each exclusion.
+  // The index of each name, so that an exclusion needs no search through a long list.
   std::unordered_multimap<std::string, std::size_t> places;
   for (std::size_t i = 1; i < names.size(); ++i) places.emplace(LowerCase(Trim(names[i])), i);
 

@@ -1,4 +1,5 @@
-// The grammar of an action line: fields separated by ":", the verb first, its argument second; what follows is ignored.
+// The grammar of an action line: fields separated by ":". The first is the verb, the second its argument; the rest is
+// ignored.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +16,10 @@ struct ActionVerb {
   std::int32_t failed_state;
 };
 
-// The verb of a line, in any capitals, nothing trimmed; null for an unknown one.
+// The verb of a line, in any letter case, without trimming; null if unknown.
 const ActionVerb* VerbOf(const std::string& line);
 
-// The argument of a line. A line without a second field raises error 9.
+// The argument of a line. A line without a second field throws error 9.
 std::string ArgumentOf(const std::string& line);
 
 }  // namespace tsly

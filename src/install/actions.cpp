@@ -1,4 +1,4 @@
-// The action lines of one update: unzip its pack, run, register and unregister programs.
+// Runs the action lines of one update: unzips its pack; runs, registers and unregisters programs.
 #include <optional>
 
 #include "base/runtime_error.h"
@@ -19,10 +19,10 @@ namespace {
 constexpr std::int32_t kShowNormal = 1;
 constexpr const char* kReplaced = "The file has been replaced since it was checked.";
 
-// What is started for a verb, given its expanded argument.
+// The program to start for a verb and its expanded argument.
 struct Start {
   std::string command;
-  std::optional<std::string> parameters;  // none: the launcher cuts them from the command
+  std::optional<std::string> parameters;  // none: the launcher takes them from the command
 };
 
 Start StartOf(ActionWork work, const std::string& argument) {
@@ -66,8 +66,7 @@ bool frmVerify::ApplyActionLine(const std::string& line) {
   const Start start = StartOf(verb->work, action_.path);
   Fault fault = ReplacedSince(action_.path);
   if (!fault) fault = needs_.global.RunElevated(start.command, start.parameters, kShowNormal);
-  // The user's consent may have taken minutes, between the first look and the start. A program that has deleted itself
-  // meanwhile is no other one.
+  // Checks again: the user may have taken minutes to consent. A program that has deleted itself meanwhile is fine.
   if (!fault && IsLoad(load) && needs_.global.FileExists(document_.DocumentFile)) fault = ReplacedSince(action_.path);
   if (fault) {
     if (IsLoad(load))
@@ -81,8 +80,8 @@ bool frmVerify::ApplyActionLine(const std::string& line) {
   return true;
 }
 
-// A fault when a command names the downloaded document and another file has its name by now: what is started is what
-// was verified.
+// A fault if the command names the downloaded document and another file has that name now: only the verified file may
+// be started.
 Fault frmVerify::ReplacedSince(const std::string& command) {
   const std::string& name = document_.DocumentFile;
   if (LowerCase(command).find(LowerCase(name)) == std::string::npos) return {};

@@ -13,13 +13,13 @@ namespace {
 
 constexpr std::uint32_t kPolynomial = 0xEDB88320;
 constexpr std::uint32_t kStart = 0xFFFFFFFF;
-// A chunk takes about 20 microseconds, so that an event that arrives in it waits no longer than that.
+// A chunk takes about 20 microseconds, so an event waits no longer than that.
 constexpr std::int64_t kChunk = 8192;
-// What is given for a file whose bytes can't be had: no file that a pack announces has this checksum by accident.
+// The result for a file that can't be read; it matches no expected checksum.
 constexpr std::int32_t kUnreadable = static_cast<std::int32_t>(kStart);
 constexpr std::size_t kHighestBound = 32767;
 
-// False when some of it couldn't be read.
+// False on a read error.
 bool FillChunk(OpenFile& file, std::int64_t offset, std::span<char> chunk) {
   std::size_t got = 0;
   while (!chunk.empty() && file.ReadAt(offset, chunk, got) == 0 && got > 0) {
@@ -50,7 +50,7 @@ std::int32_t cCRC32::GetFileCrc32(const std::string& filename) {
   std::vector<std::string> names;
   std::shared_ptr<OpenFile> file;
   if (files_.Find(filename, names) != 0) return 0;
-  // A file that is there and can't be opened must not pass for an empty one.
+  // An existing file that can't be opened must not count as an empty one.
   return files_.OpenForReading(filename, file) == 0 ? Crc32Of(*file).value_or(kUnreadable) : kUnreadable;
 }
 

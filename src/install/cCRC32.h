@@ -1,6 +1,5 @@
-// The class cCRC32: the CRC-32 of IEEE 802.3 as ZIP and PNG use it (reflected polynomial 0xEDB88320, start and final
-// complement 0xFFFFFFFF). A checksum is a signed 32-bit integer of which only the bits count. An object lives for one
-// verification.
+// The class cCRC32: the CRC-32 of IEEE 802.3, as in ZIP and PNG (reflected polynomial 0xEDB88320, start and final
+// complement 0xFFFFFFFF). The checksum's 32 bits are in a signed integer. One object for each verification.
 #pragma once
 
 #include <array>
@@ -19,15 +18,15 @@ class cCRC32 {
  public:
   cCRC32(Files& files, EventLoop& loop);
 
-  // Of an array of bytes; 0 without elements. The bounds have to fit a signed 16-bit integer: more than 32,768 bytes
-  // raise an overflow.
+  // Of an array of bytes; 0 if it is empty. The bounds have to fit a signed 16-bit integer: more than 32,768 bytes
+  // throw an overflow.
   std::int32_t GetByteArrayCrc32(std::span<const std::uint8_t> buffer) const;
 
-  // Of a file's bytes; 0 for one that isn't there or is empty, and no file's checksum for one that can't be read whole.
-  // Lets events run before each chunk of 8192 bytes, and while some come, before each byte. Raises nothing.
+  // Of a file; 0 if it doesn't exist or is empty, and a value that matches no file if it can't be read completely.
+  // Processes events before each chunk of 8192 bytes and, while events arrive, before each byte. Doesn't throw.
   std::int32_t GetFileCrc32(const std::string& filename);
 
-  // The same of an open file. Nothing when it can't be read whole.
+  // The same for an open file. Nothing if it can't be read completely.
   std::optional<std::int32_t> Crc32Of(OpenFile& file);
 
  private:

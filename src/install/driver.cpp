@@ -1,4 +1,4 @@
-// One installation run over all offered updates.
+// Installs all available updates.
 #include "base/step.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kChecksumDigits = 8;
 
-// The last eight digits, zeros in front, in capitals.
+// The last eight digits in upper case, with leading zeros.
 std::string ChecksumText(const std::string& digits) {
   const std::string padded = std::string(kChecksumDigits, '0') + digits;
   std::string text = padded.substr(padded.size() - kChecksumDigits);
@@ -51,7 +51,7 @@ void frmVerify::cmdInstall_Click() {
   controls.cmdClose.SetVisible(true);
 }
 
-// Gets the host product out of the way if an update asks for that. False: the user said no, and the dialog has gone.
+// Closes the host product if an update requires it. False: the user refused, and the dialog was unloaded.
 bool frmVerify::PrepareHostProduct() {
   bool StopNeeded = false;
   for (std::int32_t i = 1; i <= UpdateCount() && !StopNeeded; ++i) {
@@ -70,7 +70,7 @@ bool frmVerify::PrepareHostProduct() {
     cmdLater_Click();
     return false;
   }
-  if (answer != kAnswerYes) return true;  // the question has no text, and nobody was asked
+  if (answer != kAnswerYes) return true;  // the question has no text and wasn't shown
   needs_.shell.CloseWindow(needs_.global.HostWindow);
   if (needs_.shell.LastError() == kInvalidWindowHandle) {
     Step([&] { needs_.global.ShowMessage(ResString(text_key::kCantBeStopped), kIconWarning); });
@@ -97,7 +97,7 @@ bool frmVerify::InstallUpdate(std::int32_t i) {
   const auto fault = Step([&] { applied = ApplyUpdateActions(item); });
   if (!IsLoad(load)) return false;
   if (fault) {
-    // The line at hand has no message of its own for this; its failed state tells the fault, and ends its dots.
+    // The action line has no message for this; its failed state reports the fault and ends its dots.
     const bool unzip = action_.failed_state == fbUnzipFailed;
     ProcessFeedback(
         action_.failed_state,
@@ -123,8 +123,8 @@ void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
   ProcessFeedback(fbFinished, {Replace(text, "[N-FAILED]", std::to_string(failed))});
 }
 
-// Of the document as it was stored, not of what its name leads to by now: the same bytes are unpacked later. By value:
-// the events that run meanwhile may begin another document.
+// Verifies the document as stored, not what its name refers to now: the same bytes are unpacked later. By value: events
+// in between may start another download.
 bool frmVerify::VerifyDocument(std::shared_ptr<OpenFile> File, std::int32_t Size, std::string CRC) {
   const std::uint64_t load = LoadNumber();
   ProcessFeedback(fbVerifying);

@@ -1,4 +1,4 @@
-// The transcript: what an installation run says to the user and the log.
+// The transcript: what an installation reports to the user and the log.
 #include "base/step.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
@@ -14,7 +14,7 @@ using Information = std::vector<std::string>;
 constexpr ResourceKey kSizeUnits[] = {text_key::kUpdateSizeBytes, text_key::kUpdateSizeKB, text_key::kUpdateSizeMB,
                                       text_key::kUpdateSizeGB};
 
-// The states whose line is a text as it stands.
+// The states whose line is an unchanged text.
 struct PlainText {
   std::int32_t state;
   ResourceKey key;
@@ -31,7 +31,7 @@ constexpr PlainText kPlainTexts[] = {
     {fbInstalled,      text_key::kUpdateInstalled     },
 };
 
-// The states that tell of a failed action: the line, and the inner message that fills its [ERROR].
+// The states that report a failed action: the line, and the inner message for its [ERROR].
 struct FailureText {
   std::int32_t state;
   ResourceKey line;
@@ -45,7 +45,7 @@ constexpr FailureText kFailureTexts[] = {
     {fbRegisterFailed,   text_key::kUpdateRegistrationFailed,   text_key::kUpdateRegistrationError  },
 };
 
-// A position that isn't there leaves its placeholder in the line.
+// A missing position leaves its placeholder in the line.
 std::string Fill(const std::string& text, const char* placeholder, const Information& information,
                  std::size_t position) {
   return position < information.size() ? Replace(text, placeholder, information[position]) : text;

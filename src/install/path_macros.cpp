@@ -10,7 +10,7 @@ std::string FolderOf(const std::string& file) {
   return backslash == std::string::npos || backslash == 0 ? file : file.substr(0, backslash);
 }
 
-// With the backslash first: a macro followed by one and a macro followed by a name both leave exactly one.
+// First the macro with a backslash: both a macro before a backslash and one before a name result in exactly one.
 std::string Expand(const std::string& text, const std::string& macro, const std::string& folder) {
   const std::string replacement = WithBackslash(folder);
   return Replace(Replace(text, macro + "\\", replacement), macro, replacement);

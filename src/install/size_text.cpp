@@ -12,7 +12,7 @@ double RoundHalfToEven(double value, int decimals) {
   return std::nearbyint(value * scale) / scale;  // the default rounding mode is half to even
 }
 
-// "0.5" without its zero, as number texts without a locale have it.
+// ".5" instead of "0.5", as in locale-independent number texts.
 std::string NumberText(double number) {
   std::string text = PlainDecimal(number);
   if (text.starts_with("0.")) text.erase(0, 1);

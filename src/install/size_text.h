@@ -1,4 +1,4 @@
-// The size of a pack as the transcript shows it.
+// The size of a pack for the transcript.
 #pragma once
 
 #include <string>
@@ -12,8 +12,8 @@ struct SizeText {
   SizeUnit unit;
 };
 
-// `size` in bytes; 1024 to the next unit. The unit is chosen before rounding; values below 10 keep two decimals, others
-// one, rounded half to even.
+// `size` in bytes; each unit is 1024 of the smaller one. Chooses the unit before rounding; values below 10 have two
+// decimals, others one, rounded half to even.
 SizeText FormatSize(double size);
 
 }  // namespace tsly

@@ -27,33 +27,33 @@ enum fbState : std::int32_t {
   fbFinished = 16,
 };
 
-// What a row of dots does behind the line of a state.
+// The dots after the line of a state.
 enum class Dots { None, Start, Enable };
 
 // The steps of a state that adds a line, in the order of the members; composing, committing and showing are common to
-// all. Settling takes dots and blank away from the line before.
+// all. Settling removes dots and blank from the previous line.
 struct FeedbackSteps {
   std::int32_t state;
   bool timer_off, log, settle, blank;
   Dots dots;
 };
 
-// The row of a state; null for one that adds no line.
+// The row of a state; null if the state adds no line.
 const FeedbackSteps* StepsOf(std::int32_t state);
 
 struct TranscriptRun {
   std::vector<std::string> ProcessLines;
   std::string LastProcessLine;  // the last line without dots and trailing blank
 
-  // The text of the whole; the line at an index that isn't there raises error 9.
+  // The whole text. Line throws error 9 for an invalid index.
   std::string Text() const;
   std::string& Line(std::size_t index);
 };
 
-// The action line at hand: its verb decides which state tells of a fault.
+// The current action line: its verb decides which state reports a fault.
 struct ActionRun {
   std::int32_t failed_state = fbUnzipFailed;
-  std::string path;  // as expanded
+  std::string path;  // expanded
 };
 
 }  // namespace tsly

@@ -13,7 +13,7 @@ constexpr Twips kPixelsBehindLeadIn = 5;
 
 std::string frmVerify::ResString(const ResourceKey& key) { return needs_.localization.GetResString(key); }
 
-// Every text is a step of its own: a key that is nowhere leaves its control as the design has it.
+// Every text is a separate step: if no file has the key, the control keeps the text of its design.
 void frmVerify::LocalizeDialog() {
   const Control& panel = controls.picStep100;
   Move({Outer().left, Outer().top, panel.Width() + Outer().width - InnerWidth(),

@@ -1,5 +1,5 @@
-// The module MLocalization: chooses the user's language file and skin at the load of the dialog, looks up the texts
-// that the user reads, and chooses the dialog's font. One object per process, on its one thread.
+// The module MLocalization: selects the user's language file and skin when the dialog loads, looks up the texts, and
+// selects the dialog's font. One object per process, on its only thread.
 #pragma once
 
 #include <array>
@@ -23,32 +23,32 @@ class MLocalization {
   MLocalization(MGlobal& global, MRegistry& registry, Files& files, Locale& locale)
       : global_(global), registry_(registry), files_(files), locale_(locale) {}
 
-  // Sets everything up (language_selection.cpp, skins.cpp). False: a fatal message was shown, the run is to end.
+  // Sets everything up (language_selection.cpp, skins.cpp). False: a fatal message was shown; the program has to end.
   bool InitLocalization();
 
-  // The path of a resource file: `kind` "Lang" or "Skin", in any capitals; "" for any other.
+  // The path of a resource file: `kind` is "Lang" or "Skin", in any letter case; "" for any other.
   std::string ResourcePath(const std::string& kind, const std::string& name) const;
 
-  // Whether a language or skin file has the right signature and a version that this program accepts. All out-arguments
-  // are filled whatever the result.
+  // Whether a language or skin file has the right signature and a version that this program accepts. Always sets all
+  // out-arguments.
   bool IsValidResourceFile(const std::string& file, const std::string& kind, std::string& language,
                            std::string& abbreviation, std::string& version, std::string& default_skin);
 
   static std::int32_t MaxOf(std::int32_t first, std::initializer_list<std::int32_t> others);
 
-  // The text of a resource key (resource_strings.cpp). A key that is in neither language file raises error -1, source
-  // "GetResString".
+  // The text of a resource key (resource_strings.cpp). Throws error -1, source "GetResString", if neither language file
+  // has the key.
   std::string GetResString(std::string_view key);
 
-  // The text that a value of a language file says: line breaks in place of "\n" and "\012", outer quotes away.
+  // The text of a value in a language file: replaces "\n" and "\012" by line breaks and removes outer quotes.
   static std::string TextOfValue(std::string text);
 
-  // 0 the selected language's name as the settings give it; 1 to 4 what its file says: name, abbreviation, version in
-  // lower case, default skin. Any other index raises error 9; all five come from the form without an index.
+  // 0: the selected language's name from the settings; 1 to 4, from its file: name, abbreviation, version in lower
+  // case, default skin. Any other index throws error 9. Without an index: all five.
   std::string GetLanguageInfo(std::int32_t index) const;
   const std::array<std::string, 5>& GetLanguageInfo() const { return LanguageInfo; }
 
-  // Gives a dialog and its controls the character set and the font of the language (fonts.cpp).
+  // Sets the character set and the font of the language for a dialog and its controls (fonts.cpp).
   void ApplyDialogFonts(Form& form);
   void ChooseDialogFont(std::string& font_name, std::int32_t& charset);
   std::int32_t GetLanguageCharset();

@@ -1,4 +1,4 @@
-// What the program reads of a language file: its signature, its sections, and the resource keys of its texts.
+// What the program reads from a language file: its signature, its sections, and the resource keys of its texts.
 #pragma once
 
 #include <string_view>
@@ -6,17 +6,16 @@
 namespace tsly {
 
 struct ResourceKey {
-  const char* key;  // section number, colon, key name
-  const char* placeholders =
-      "";  // that the caller fills, a blank between them; one behind "?" may be left out of a text
+  const char* key;                // section number, colon, key name
+  const char* placeholders = "";  // filled by the caller, separated by blanks; "?" before one: a text may omit it
 
   constexpr operator std::string_view() const { return key; }
 };
 
-// What a language file calls itself.
+// The description in every language file.
 inline constexpr const char* kLanguageSignature = "Tessaly Studio Resources file";
 
-// Those that this program reaches, of the 54 of the host product's language files.
+// Those that this program uses, of the 54 in the host product's language files.
 inline constexpr const char* kResourceSections = "00:General|01:Miscellaneous|02:Error messages|49:Software updates";
 
 namespace text_key {
@@ -58,7 +57,7 @@ inline constexpr ResourceKey kStatusRequesting{"49:Status, requesting"};
 inline constexpr ResourceKey kStatusRequested{"49:Status, requested"};
 inline constexpr ResourceKey kStatusReceiving{"49:Status, receiving"};
 
-// Outcomes of a search.
+// Results of a search.
 inline constexpr ResourceKey kNoUpdateAvailable{"49:No update available"};
 inline constexpr ResourceKey kCommunicationError{"49:Communication error, common message",
                                                  "[TYPE] [NUMBER] [DESCRIPTION]"};
@@ -72,7 +71,7 @@ inline constexpr ResourceKey kDefaultReleaseDate{"49:Default release date"};
 inline constexpr ResourceKey kVersionInformation{"49:Version information", "[VERSION] [RELEASED]"};
 inline constexpr ResourceKey kClickForMoreInfo{"49:Click for more info"};
 
-// The run of an installation.
+// The installation.
 inline constexpr ResourceKey kWillBeStopped{"49:Tessaly will be stopped"};
 inline constexpr ResourceKey kCantBeStopped{"49:Tessaly cant be stopped"};
 inline constexpr ResourceKey kMustBeStopped{"49:Tessaly must be stopped"};

@@ -1,4 +1,4 @@
-// The character sets of languages and the fonts that four of them bring.
+// The character sets of languages, and the fonts for four of them.
 #pragma once
 
 #include <cstdint>
@@ -8,11 +8,11 @@
 
 namespace tsly {
 
-// The number of a font character set (LOGFONT, wingdi.h) by the name that language files use, in small letters; -1
-// means the system's.
+// The number of a font character set (LOGFONT, wingdi.h) by its name in language files, in lower case; -1 means the
+// system's.
 std::optional<std::int32_t> CharsetNamed(std::string_view name);
 
-// "": the fonts of the dialog's design stay.
+// "": keep the fonts of the design.
 std::string FontOfCharset(std::int32_t charset);
 
 }  // namespace tsly

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int32_t kDefaultCharset = 1;
 
-// Not a character set of its own: the system's goes in its place.
+// Stands for the system's character set.
 bool IsSystemCharset(std::int32_t charset) { return charset == 0 || charset == 1 || charset == -1; }
 
 }  // namespace

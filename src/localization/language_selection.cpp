@@ -22,11 +22,11 @@ constexpr const char* kSkinSignature = "Tessaly Studio Skin description file";
 constexpr std::string_view kPending = ".new";
 constexpr std::string_view kEnding = ".ini";
 
-// What the test of the two language files leads to. These texts have to work without any language file.
+// The result of checking the two language files. These texts have to work without any language file.
 struct LanguageOutcome {
   int selected, fallback;  // 0 missing, 1 invalid, 3 valid
   bool english;            // the language
-  std::int32_t icon;       // the stop icon: the program can't go on
+  std::int32_t icon;       // the stop icon: the program can't continue
   const char* message;     // %1: selected file, %2: default file
 };
 
@@ -93,7 +93,7 @@ bool MLocalization::InitLocalization() {
   return usable && skin_usable;
 }
 
-// Each pending file is taken once in a pass, and the pass starts its search afresh behind each.
+// A pass handles each pending file once and restarts its search after each.
 void MLocalization::TakePendingLanguageFiles() {
   const std::string pattern = ResourcePath("Lang", "*.new");
   const std::string folder = pattern.substr(0, pattern.rfind('\\') + 1);
@@ -116,7 +116,7 @@ void MLocalization::TakePendingLanguageFile(const std::string& folder, const std
   const std::string final_file = folder + final_name;
   if (global_.FileExists(final_file)) files_.Delete(final_file);
   if (files_.Rename(pending, final_file) == 0) return;
-  // A copy has done its work: left in place it would undo a later repair of the file at every start.
+  // Deletes the copied file: it would undo a later repair of the target at every start.
   if (files_.Copy(pending, final_file) == 0) files_.Delete(pending);
 }
 
@@ -128,7 +128,7 @@ std::string MLocalization::SelectLanguage() {
   if (name.empty()) {
     name = registry_.TextOf(registry_.GetRegValue(kLocalMachine, SettingsKey, kValueDefaultLanguage, kEnglish));
     certain = certain && registry_.WasCertain();
-    // The user's own choice may be there and unreadable for now.
+    // The user's choice may exist and be unreadable at the moment.
     if (certain) registry_.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, name);
   }
   return name;

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kHighestSection = 53;
 constexpr std::size_t kErrorMessages = 2;
 
-// Unlike a placeholder, a line break has to be written as told: "C:\New" holds none.
+// Unlike a placeholder, a line break is case-sensitive: "C:\New" has none.
 std::string WithLineBreaks(const std::string& text, std::string_view sign) {
   std::string broken;
   for (const std::string& part : Split(text, sign)) broken += part + "\r\n";
@@ -25,7 +25,7 @@ std::string MLocalization::TextOfValue(std::string text) {
   text = WithLineBreaks(text, "\\n");
   if (TrimStart(text).starts_with('"') && TrimEnd(text).ends_with('"')) {
     text = Trim(text);
-    // A lone quote is both the first and the last.
+    // A single quote is both the first and the last character.
     text = text.size() < 2 ? "" : text.substr(1, text.size() - 2);
   }
   std::erase(text, '\0');
@@ -61,7 +61,7 @@ std::string MLocalization::GetResString(std::string_view key) {
   throw RuntimeError{-1, "GetResString", TextOfValue(text)};
 }
 
-// A key that is there with an empty value counts: its text is the empty one.
+// A key with an empty value counts as found, with an empty text.
 bool MLocalization::FindText(const std::string& section, const std::string& key, const std::string& file,
                              std::string& text) {
   text = global_.ReadProfileString(section, key.c_str(), "", file);

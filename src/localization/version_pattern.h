@@ -5,11 +5,11 @@
 
 namespace tsly {
 
-// `version` in lower case. Each dotted part has to fit the part of a pattern in its place, and there have to be as
-// many.
+// `version` in lower case. Each dotted part has to match the same part of a pattern, and the numbers of parts have to
+// be equal.
 bool IsAcceptedVersion(const std::string& version);
 
-// Whether `text` fits `pattern`, in which "*" stands for any run of characters, none included.
+// Whether `text` matches `pattern`, in which "*" matches any characters, or none.
 bool FitsVersionPart(const std::string& text, const std::string& pattern);
 
 }  // namespace tsly
