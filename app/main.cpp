@@ -28,13 +28,13 @@ namespace {
 constexpr int kNoDisplay = 3;
 constexpr int kNoSessionBus = 4;
 
-int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Audience audience) {
+int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Interaction interaction) {
   using namespace tsly;
   const Home home = Home::FromEnvironment();
   const auto code_page = CodePageFromEnvironment();
   SystemClock clock;
   QtEventLoop loop(clock);
-  QtToolkit toolkit(loop, audience);
+  QtToolkit toolkit(loop, interaction);
   SqliteRegistry registry(home.user_registry, home.machine_registry);
   IniReader profiles(code_page);
   PosixFolders folders(home);
@@ -70,16 +70,17 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Audience audi
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a server or a child that hangs up is an error code, not the end
   const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv);
-  auto audience = start.mode == 0 ? tsly::QtToolkit::Audience::Person : tsly::QtToolkit::Audience::BusyPerson;
+  auto interaction =
+      start.mode == 0 ? tsly::QtToolkit::Interaction::kForeground : tsly::QtToolkit::Interaction::kBackground;
   if (!tsly::DisplayIsThere()) {
     if (start.mode == 0) {
       std::cerr << "tslyCheckNew: no display to show a window on\n";
       return kNoDisplay;
     }
     // A client's process goes on without: most of what it does, nobody sees.
-    audience = tsly::QtToolkit::Audience::Nobody;
+    interaction = tsly::QtToolkit::Interaction::kHeadless;
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
   const tsly::DesktopApplication application(argv);
-  return RunProgram(start, audience);
+  return RunProgram(start, interaction);
 }

@@ -71,7 +71,7 @@ void Program::ServeClients() {
     while (IsNeeded() || (!automation_.HasHeldObjects() && clock_.Steady() <= first_client_by)) {
       loop_.Wait(automation_.HasHeldObjects() ? kForever : first_client_by);
     }
-    dialog.Guard([this] { dialog.Unload(); });
+    dialog.RunHandler([this] { dialog.Unload(); });
   } while (!automation_.Leave());
 }
 

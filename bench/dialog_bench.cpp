@@ -53,7 +53,7 @@ void ClicksDuringADownload(const std::string& url) {
   BenchApp<QtToolkit> app;
   app.SetVersionValue(kValueVersionFileUrl, url);
   app.program.dialog.Show();
-  app.loop.LetEventsRun();
+  app.loop.ProcessPendingEvents();
   Clicker clicker(*WidgetCalled("lblInfo(103)"));
   const TimerId timer = app.loop.StartTimer(std::chrono::milliseconds(20), [&] {
     if (app.transfer.begun != steady_clock::time_point() && app.transfer.completed == steady_clock::time_point()) {

@@ -109,10 +109,10 @@ void MeasureList() {
     server.Expect(Reply(Offer(500)));
     app.SetVersionValue(kValueVersionFileUrl, server.Url());
     app.program.dialog.Show();
-    app.loop.LetEventsRun();
+    app.loop.ProcessPendingEvents();
     app.program.dialog.ShowTheResults();
     app.toolkit.Refresh(app.program.dialog);
-    app.loop.LetEventsRun();
+    app.loop.ProcessPendingEvents();
     times.push_back(Seconds(std::chrono::steady_clock::now() - app.transfer.completed));
   }
   std::printf("500 updates from the last state to the painted list: %6.3f s   a plain list: %6.3f s\n", Median(times),
@@ -126,10 +126,10 @@ void MeasureLongOffer(int modules) {
   server.Expect(Reply(Offer(modules)));
   app.SetVersionValue(kValueVersionFileUrl, server.Url());
   app.program.dialog.Show();
-  app.loop.LetEventsRun();
+  app.loop.ProcessPendingEvents();
   app.program.dialog.ShowTheResults();
   app.toolkit.Refresh(app.program.dialog);
-  app.loop.LetEventsRun();
+  app.loop.ProcessPendingEvents();
   const double shown = Seconds(std::chrono::steady_clock::now() - app.transfer.completed);
   const double gone = SecondsOf([&] {
     app.program.dialog.Unload();

@@ -27,8 +27,8 @@ void WaitForSilence() {
   server.Expect(Script().Receive().Stall());
   app.SetVersionValue(kValueVersionFileUrl, server.Url());
   double began = 0;
-  app.loop.SetAlarm(&began, std::chrono::seconds(1), [&] { began = ProcessorSeconds(); });
-  app.loop.SetAlarm(&server, std::chrono::milliseconds(1000 + static_cast<int>(1000 * kSeconds)), [&] {
+  app.loop.StartOneShot(&began, std::chrono::seconds(1), [&] { began = ProcessorSeconds(); });
+  app.loop.StartOneShot(&server, std::chrono::milliseconds(1000 + static_cast<int>(1000 * kSeconds)), [&] {
     std::printf("waiting for a silent server: %.3f %% of a processor\n", 100 * (ProcessorSeconds() - began) / kSeconds);
   });
   app.program.dialog.ShowTheResults();

@@ -25,7 +25,7 @@ SteadyTime Now() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 class PollLoop : public EventLoop, public DescriptorWatch {
  public:
-  bool LetEventsRun() override { return false; }
+  bool ProcessPendingEvents() override { return false; }
   void Wait(SteadyTime) override {}
   TimerId StartTimer(Milliseconds, std::function<void()>) override { return 0; }
   void StopTimer(TimerId) override {}
@@ -35,10 +35,10 @@ class PollLoop : public EventLoop, public DescriptorWatch {
     const short events = static_cast<short>((readable ? POLLIN : 0) | (writable ? POLLOUT : 0));
     if (events != 0) watched_[descriptor] = {events, std::move(ready)};
   }
-  void SetAlarm(const void* owner, Milliseconds delay, std::function<void()> alarm) override {
-    alarms_[owner] = {Now() + delay, std::move(alarm)};
+  void StartOneShot(const void* owner, Milliseconds delay, std::function<void()> tick) override {
+    one_shots_[owner] = {Now() + delay, std::move(tick)};
   }
-  void ClearAlarm(const void* owner) override { alarms_.erase(owner); }
+  void StopOneShot(const void* owner) override { one_shots_.erase(owner); }
 
   // What is due, or else the next thing that happens.
   void Turn() {
@@ -47,11 +47,11 @@ class PollLoop : public EventLoop, public DescriptorWatch {
       events_.pop_front();
       return event();
     }
-    for (const auto& [owner, alarm] : alarms_) {
-      if (alarm.due > Now()) continue;
-      const auto ring = alarm.ring;
-      alarms_.erase(owner);
-      return ring();
+    for (const auto& [owner, one_shot] : one_shots_) {
+      if (one_shot.due > Now()) continue;
+      const auto tick = one_shot.tick;
+      one_shots_.erase(owner);
+      return tick();
     }
     Poll();
   }
@@ -64,9 +64,9 @@ class PollLoop : public EventLoop, public DescriptorWatch {
     short events;
     std::function<void(bool, bool)> ready;
   };
-  struct Alarm {
+  struct OneShot {
     SteadyTime due;
-    std::function<void()> ring;
+    std::function<void()> tick;
   };
 
   void Poll() {
@@ -84,7 +84,7 @@ class PollLoop : public EventLoop, public DescriptorWatch {
 
   std::deque<std::function<void()>> events_;
   std::map<int, Watched> watched_;
-  std::map<const void*, Alarm> alarms_;
+  std::map<const void*, OneShot> one_shots_;
 };
 
 // Answers each request with the next answer and hangs up after the last, and when nothing moves any more.

@@ -40,7 +40,7 @@ void Search(const std::string& document) {
   app.loop.Post([&] { dialog.Deliver(click, dialog.LoadNumber()); });
   app.loop.RunFor(std::chrono::milliseconds(0));
   HOLDS(app.transfer.answers.empty());
-  HOLDS(dialog.ForgottenFaults().empty());
+  HOLDS(dialog.UnhandledErrors().empty());
 }
 
 std::vector<std::string> ExpectedNames(const PlainIni& file) {

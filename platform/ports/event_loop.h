@@ -1,7 +1,8 @@
 // The program's one event loop: clicks, timers, states of a transfer and calls of a client all arrive from here, on one
 // thread, one at a time.
 //
-// Whoever waits calls Wait; whoever only wants to stay alive calls LetEventsRun. Both can be called inside an event.
+// Whoever waits calls Wait; whoever only wants to stay alive calls ProcessPendingEvents. Both can be called inside an
+// event.
 #pragma once
 
 #include <chrono>
@@ -20,7 +21,7 @@ class EventLoop {
 
   // Serves all events that wait and returns; what these bring about may wait for the next call. Whether one was served.
   // Costs about two microseconds when none waits.
-  virtual bool LetEventsRun() = 0;
+  virtual bool ProcessPendingEvents() = 0;
 
   // Blocks, without using the processor, until at least one event has been served or the steady clock is later than
   // `until`.

@@ -29,15 +29,16 @@ xcb_atom_t Atom(xcb_connection_t* display, std::string_view name) {
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-enum class Manners { kGone, kCantBeAsked, kCanBeAsked };
+enum class CloseSupport { kNoWindow, kUnsupported, kSupported };
 
-Manners MannersOf(xcb_connection_t* display, xcb_window_t window, xcb_atom_t protocols, xcb_atom_t delete_window) {
+CloseSupport CloseSupportOf(xcb_connection_t* display, xcb_window_t window, xcb_atom_t protocols,
+                            xcb_atom_t delete_window) {
   const auto asked = xcb_get_property(display, 0, window, protocols, XCB_ATOM_ATOM, 0, 64);
   const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, asked, nullptr));
-  if (!reply) return Manners::kGone;
-  if (reply->format != 32) return Manners::kCantBeAsked;
+  if (!reply) return CloseSupport::kNoWindow;
+  if (reply->format != 32) return CloseSupport::kUnsupported;
   const std::span atoms(static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get())), reply->value_len);
-  return std::ranges::find(atoms, delete_window) == atoms.end() ? Manners::kCantBeAsked : Manners::kCanBeAsked;
+  return std::ranges::find(atoms, delete_window) == atoms.end() ? CloseSupport::kUnsupported : CloseSupport::kSupported;
 }
 
 // Also the answer to the wish to be told of the end, which fails when the window is gone already.
@@ -76,12 +77,12 @@ int AskWindowToClose(std::uint32_t window, std::chrono::milliseconds longest, co
 
   const xcb_atom_t protocols = Atom(display, "WM_PROTOCOLS");
   const xcb_atom_t delete_window = Atom(display, "WM_DELETE_WINDOW");
-  switch (MannersOf(display, window, protocols, delete_window)) {
-    case Manners::kGone:
+  switch (CloseSupportOf(display, window, protocols, delete_window)) {
+    case CloseSupport::kNoWindow:
       return kInvalidWindowHandle;
-    case Manners::kCantBeAsked:
+    case CloseSupport::kUnsupported:
       return kSuccess;
-    case Manners::kCanBeAsked:
+    case CloseSupport::kSupported:
       break;
   }
 

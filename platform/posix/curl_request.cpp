@@ -52,7 +52,7 @@ CurlRequest::CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferState
   if (idle_time_out_.count() > 0) WatchIdleness(idle_time_out_);
   // libcurl asks for its timer at once and begins when that comes.
   if (curl_multi_add_handle(multi_, easy_) != CURLM_OK) {
-    watch_.SetAlarm(this, milliseconds(0), [this] { Finish(CURLE_FAILED_INIT); });
+    watch_.StartOneShot(this, milliseconds(0), [this] { Finish(CURLE_FAILED_INIT); });
   }
 }
 
@@ -98,9 +98,9 @@ int CurlRequest::OnSocket(CURL*, curl_socket_t socket, int what, void* self, voi
 
 int CurlRequest::OnTimer(CURLM*, long delay, void* self) {
   if (delay < 0) {
-    Of(self).watch_.ClearAlarm(self);
+    Of(self).watch_.StopOneShot(self);
   } else {
-    Of(self).watch_.SetAlarm(self, milliseconds(delay), [self] { Of(self).Act(CURL_SOCKET_TIMEOUT, 0); });
+    Of(self).watch_.StartOneShot(self, milliseconds(delay), [self] { Of(self).Act(CURL_SOCKET_TIMEOUT, 0); });
   }
   return 0;
 }
@@ -141,7 +141,7 @@ size_t CurlRequest::OnBody(char* bytes, size_t size, size_t count, void* self) {
   CurlRequest& request = Of(self);
   request.last_byte_ = steady_clock::now();
   if (request.last_byte_ - request.turn_began_ >= kLongestTurn) {
-    request.watch_.SetAlarm(&request.turn_began_, milliseconds(0), [&request] { request.Resume(); });
+    request.watch_.StartOneShot(&request.turn_began_, milliseconds(0), [&request] { request.Resume(); });
     return CURL_WRITEFUNC_PAUSE;
   }
   if (request.last_byte_ - request.last_progress_ >= kBetweenProgress) {
@@ -173,7 +173,7 @@ void CurlRequest::Resume() {
 }
 
 void CurlRequest::WatchIdleness(steady_clock::duration delay) {
-  watch_.SetAlarm(&last_byte_, std::chrono::ceil<milliseconds>(delay), [this] { LookAtIdleness(); });
+  watch_.StartOneShot(&last_byte_, std::chrono::ceil<milliseconds>(delay), [this] { LookAtIdleness(); });
 }
 
 void CurlRequest::LookAtIdleness() {
@@ -218,9 +218,9 @@ void CurlRequest::End() {
   if (multi_) curl_multi_cleanup(multi_);  // calls OnSocket for what it still watches
   easy_ = nullptr;
   multi_ = nullptr;
-  watch_.ClearAlarm(this);
-  watch_.ClearAlarm(&last_byte_);
-  watch_.ClearAlarm(&turn_began_);
+  watch_.StopOneShot(this);
+  watch_.StopOneShot(&last_byte_);
+  watch_.StopOneShot(&turn_began_);
 }
 
 }  // namespace tsly

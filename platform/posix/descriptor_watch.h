@@ -16,9 +16,9 @@ class DescriptorWatch {
   virtual void Watch(int descriptor, bool readable, bool writable,
                      std::function<void(bool readable, bool writable)> ready) = 0;
 
-  // Calls `alarm` once, after `delay`. A second call replaces the first; one alarm per `owner`.
-  virtual void SetAlarm(const void* owner, std::chrono::milliseconds delay, std::function<void()> alarm) = 0;
-  virtual void ClearAlarm(const void* owner) = 0;
+  // Calls `tick` once, after `delay`. A second call replaces the first; one timer per `owner`.
+  virtual void StartOneShot(const void* owner, std::chrono::milliseconds delay, std::function<void()> tick) = 0;
+  virtual void StopOneShot(const void* owner) = 0;
 };
 
 }  // namespace tsly

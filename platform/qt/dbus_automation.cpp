@@ -113,8 +113,8 @@ bool DbusAutomation::Leave() {
   bus_.interface()->unregisterService(QLatin1(dbus::kService));
   name_is_ours_ = false;
   // What came for the name before its end is there by now: one turn takes it over, the next one serves it.
-  loop_.LetEventsRun();
-  loop_.LetEventsRun();
+  loop_.ProcessPendingEvents();
+  loop_.ProcessPendingEvents();
   Flush();
   return !name_is_ours_;
 }

@@ -38,7 +38,7 @@ class QtEventLoop::Receiver final : public QObject {
     ++loop_.served_;
     return false;
   }
-  void timerEvent(QTimerEvent* event) override { loop_.Ring(event->timerId()); }
+  void timerEvent(QTimerEvent* event) override { loop_.OnTimer(event->timerId()); }
   void customEvent(QEvent*) override {
     --loop_.served_;  // what it announces counts
     loop_.ServePosted();
@@ -81,7 +81,7 @@ void QtEventLoop::Wait(SteadyTime until) {
   StopTimer(deadline);
 }
 
-bool QtEventLoop::LetEventsRun() {
+bool QtEventLoop::ProcessPendingEvents() {
   int passes = 0;
   while (passes < kMostPasses && Turn(false)) ++passes;
   return passes > 0;
@@ -102,17 +102,17 @@ bool QtEventLoop::Turn(bool may_block) {
 }
 
 void QtEventLoop::LeaveTurn() {
-  if (depth_ > 0 || sweeping_) return;
-  sweeping_ = true;
-  while (!doomed_.empty()) {
-    const QPointer<QObject> object = doomed_.back();
-    doomed_.pop_back();
+  if (depth_ > 0 || deleting_) return;
+  deleting_ = true;
+  while (!pending_deletes_.empty()) {
+    const QPointer<QObject> object = pending_deletes_.back();
+    pending_deletes_.pop_back();
     delete object.data();
   }
-  sweeping_ = false;
+  deleting_ = false;
 }
 
-void QtEventLoop::DestroyAtOutermost(QObject* object) { doomed_.emplace_back(object); }
+void QtEventLoop::DestroyAtOutermost(QObject* object) { pending_deletes_.emplace_back(object); }
 
 void QtEventLoop::Post(std::function<void()> event) {
   {
@@ -163,7 +163,7 @@ void QtEventLoop::StopTimer(TimerId timer) {
   timers_.erase(found);
 }
 
-void QtEventLoop::Ring(int qt_id) {
+void QtEventLoop::OnTimer(int qt_id) {
   const auto found =
       std::find_if(timers_.begin(), timers_.end(), [&](const auto& timer) { return timer.second.qt_id == qt_id; });
   if (found == timers_.end()) return;
@@ -172,19 +172,19 @@ void QtEventLoop::Ring(int qt_id) {
   (*tick)();
 }
 
-void QtEventLoop::SetAlarm(const void* owner, milliseconds delay, std::function<void()> alarm) {
-  ClearAlarm(owner);
-  alarms_[owner] = Arm(delay, true, [this, owner, rung = std::move(alarm)] {
-    alarms_.erase(owner);
-    rung();
+void QtEventLoop::StartOneShot(const void* owner, milliseconds delay, std::function<void()> tick) {
+  StopOneShot(owner);
+  one_shots_[owner] = Arm(delay, true, [this, owner, last = std::move(tick)] {
+    one_shots_.erase(owner);
+    last();
   });
 }
 
-void QtEventLoop::ClearAlarm(const void* owner) {
-  const auto found = alarms_.find(owner);
-  if (found == alarms_.end()) return;
+void QtEventLoop::StopOneShot(const void* owner) {
+  const auto found = one_shots_.find(owner);
+  if (found == one_shots_.end()) return;
   StopTimer(found->second);
-  alarms_.erase(found);
+  one_shots_.erase(found);
 }
 
 QSocketNotifier* QtEventLoop::MakeNotifier(int descriptor, bool for_writing) {

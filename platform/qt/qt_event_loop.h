@@ -1,4 +1,4 @@
-// The program's event loop on Qt's. Events, ticks, alarms and ready descriptors are delivered one at a time, from the
+// The program's event loop on Qt's. Events, ticks and ready descriptors are delivered one at a time, from the
 // dispatcher, and may run the loop again; what Qt serves for itself (windows, D-Bus) runs in between.
 //
 // Owner: the composition, which makes it after the application object and ends it before. Post may be called by any
@@ -29,15 +29,15 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   ~QtEventLoop() override;
 
   void Wait(SteadyTime until) override;
-  bool LetEventsRun() override;
+  bool ProcessPendingEvents() override;
   void Post(std::function<void()> event) override;
   TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
   void StopTimer(TimerId timer) override;
 
   void Watch(int descriptor, bool readable, bool writable,
              std::function<void(bool readable, bool writable)> ready) override;
-  void SetAlarm(const void* owner, std::chrono::milliseconds delay, std::function<void()> alarm) override;
-  void ClearAlarm(const void* owner) override;
+  void StartOneShot(const void* owner, std::chrono::milliseconds delay, std::function<void()> tick) override;
+  void StopOneShot(const void* owner) override;
 
   // Called before events are served and before the dispatcher blocks: the place to draw what changed. It serves none.
   void SetBeforeTurn(std::function<void()> before_turn) { before_turn_ = std::move(before_turn); }
@@ -63,7 +63,7 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   void ServePosted();
   std::function<void()> TakePosted();
   void LeaveTurn();
-  void Ring(int qt_id);
+  void OnTimer(int qt_id);
   TimerId Arm(std::chrono::milliseconds interval, bool once, std::function<void()> tick);
   QSocketNotifier* MakeNotifier(int descriptor, bool for_writing);
 
@@ -72,8 +72,8 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   std::function<void()> before_turn_;
   std::uint64_t served_ = 0;  // events of any kind, Qt's own included
   int depth_ = 0;             // calls of this loop on the stack
-  bool sweeping_ = false;
-  std::vector<QPointer<QObject>> doomed_;
+  bool deleting_ = false;
+  std::vector<QPointer<QObject>> pending_deletes_;
 
   // Kept here and not in Qt's queue, which shows a nested loop nothing of what was posted before it began.
   std::mutex posted_guard_;
@@ -81,7 +81,7 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
 
   TimerId last_timer_ = 0;
   std::map<TimerId, Timer> timers_;
-  std::map<const void*, TimerId> alarms_;
+  std::map<const void*, TimerId> one_shots_;
   std::map<int, Watched> watched_;
 };
 

@@ -62,7 +62,7 @@ void LeaveKeyboard(QMessageBox& box) {
 
 }  // namespace
 
-QtToolkit::QtToolkit(QtEventLoop& loop, Audience audience) : loop_(loop), audience_(audience) {
+QtToolkit::QtToolkit(QtEventLoop& loop, Interaction interaction) : loop_(loop), interaction_(interaction) {
   InitPictures();
   DescribeControls();
   QCoreApplication::setApplicationName(QString::fromLatin1(kProgramName));  // the window class too
@@ -132,7 +132,7 @@ void QtToolkit::Show(Form& form, Keyboard keyboard) {
   FormWindow* window = WindowOf(form);
   if (window == nullptr) return;
   window->Reveal(keyboard);
-  if (audience_ == Audience::Nobody) window->RequestClose();
+  if (interaction_ == Interaction::kHeadless) window->RequestClose();
 }
 
 void QtToolkit::PlaceTopmost(Form& form) {
@@ -160,7 +160,7 @@ void QtToolkit::SetScreenPointer(std::int32_t pointer) {
 std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style,
                                    const std::optional<std::string>& title) {
   const bool yes_no = (style & kButtonMask) == kButtonsYesNo;
-  if (audience_ == Audience::Nobody) return yes_no ? kAnswerNo : kAnswerOk;
+  if (interaction_ == Interaction::kHeadless) return yes_no ? kAnswerNo : kAnswerOk;
 
   QMessageBox box;
   box.setIcon(IconFor(style));
@@ -174,7 +174,7 @@ std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style
   box.setWindowModality(Qt::ApplicationModal);
   bool answered = false;
   QObject::connect(&box, &QDialog::finished, &box, [&answered] { answered = true; });
-  if (audience_ == Audience::BusyPerson && QApplication::activeWindow() == nullptr) LeaveKeyboard(box);
+  if (interaction_ == Interaction::kBackground && QApplication::activeWindow() == nullptr) LeaveKeyboard(box);
 
   ++open_boxes_;
   ShowAbove(box, VisibleWindow());

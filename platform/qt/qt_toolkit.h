@@ -16,12 +16,12 @@ class QtEventLoop;
 
 class QtToolkit final : public Toolkit {
  public:
-  // BusyPerson: the user works in another program, the client's. A message that comes up by itself leaves the keyboard
-  // there and lies above. Nobody: there is no display, and the process goes on for its client. A message box answers
+  // kBackground: the user works in another program, the client's. A message that comes up by itself leaves the keyboard
+  // there and lies above. kHeadless: there is no display, and the process goes on for its client. A message box answers
   // itself (OK; No), and a window that is shown counts as closed by the user.
-  enum class Audience { Person, BusyPerson, Nobody };
+  enum class Interaction { kForeground, kBackground, kHeadless };
 
-  explicit QtToolkit(QtEventLoop& loop, Audience audience = Audience::Person);
+  explicit QtToolkit(QtEventLoop& loop, Interaction interaction = Interaction::kForeground);
   ~QtToolkit() override;
 
   TextSize MeasureText(const std::string& text, const Font& font, std::optional<Twips> wrap_width) const override;
@@ -44,7 +44,7 @@ class QtToolkit final : public Toolkit {
   FormWindow* VisibleWindow() const;
 
   QtEventLoop& loop_;
-  const Audience audience_;
+  const Interaction interaction_;
   std::map<const Form*, FormWindow*> windows_;
   QMetaObject::Connection session_end_;
   int open_boxes_ = 0;

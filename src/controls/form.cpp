@@ -15,7 +15,7 @@ void Form::Load() {
   OnReset();
   toolkit_.Open(*this);
   loading_ = true;
-  Guard([this] { OnLoad(); });
+  RunHandler([this] { OnLoad(); });
   loading_ = false;
   RunWaiting();
 }
@@ -30,7 +30,7 @@ void Form::RunWaiting() {
   while (!loading_ && !waiting_.empty()) {
     const auto deed = std::move(waiting_.front());
     waiting_.pop_front();
-    Guard(deed);
+    RunHandler(deed);
   }
 }
 
@@ -60,12 +60,12 @@ void Form::Unload(std::int32_t mode) {
 void Form::Deliver(const UiEvent& event, std::uint64_t load_number) {
   if (!IsLoad(load_number)) return;
   if (event.kind == UiEvent::Kind::CloseRequested) {
-    Guard([this] { Unload(kUnloadByUser); });
+    RunHandler([this] { Unload(kUnloadByUser); });
     return;
   }
   Control* control = Find(event.control);
   if (control == nullptr || !visible_ || !control->Reachable()) return;
-  Guard([&] {
+  RunHandler([&] {
     if (event.kind == UiEvent::Kind::Click) return OnClick(*control);
     if (event.kind == UiEvent::Kind::GotFocus) return OnGotFocus(*control);
     if (control->Kind() != ControlKind::ScrollBar) return;
@@ -79,8 +79,8 @@ void Form::Deliver(const UiEvent& event, std::uint64_t load_number) {
   });
 }
 
-void Form::Guard(const std::function<void()>& event) {
-  if (auto fault = Step(event)) forgotten_faults_.push_back(*fault);
+void Form::RunHandler(const std::function<void()>& handler) {
+  if (auto error = Step(handler)) unhandled_errors_.push_back(*error);
 }
 
 Control* Form::Find(ControlId id) const {

@@ -55,10 +55,10 @@ class Form {
   // that the user can't reach any more.
   void Deliver(const UiEvent& event, std::uint64_t load_number);
 
-  // The entry point of every event (click, tick, transfer state, client's call). A run-time error that gets here is a
+  // Runs the handler of an event (click, tick, transfer state, client's call). A run-time error that gets here is a
   // bug in some routine: it is recorded for tests, and the program continues.
-  void Guard(const std::function<void()>& event);
-  const std::vector<RuntimeError>& ForgottenFaults() const { return forgotten_faults_; }
+  void RunHandler(const std::function<void()>& handler);
+  const std::vector<RuntimeError>& UnhandledErrors() const { return unhandled_errors_; }
 
   // What the toolkit draws. Later controls are above earlier ones.
   const std::vector<Control*>& Controls() const { return controls_; }
@@ -121,7 +121,7 @@ class Form {
   std::uint64_t changes_ = 1;
   ControlId focus_request_ = 0;
   std::uint64_t focus_requests_ = 0;
-  std::vector<RuntimeError> forgotten_faults_;
+  std::vector<RuntimeError> unhandled_errors_;
 };
 
 }  // namespace tsly

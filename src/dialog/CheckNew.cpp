@@ -32,7 +32,7 @@ void CheckNew::SetStatus(std::int32_t value) {
 }
 
 void CheckNew::VerifyVersion() {
-  needs_.dialog.Guard([this] {
+  needs_.dialog.RunHandler([this] {
     needs_.global.WriteLog(1, "Entering VerifyVersion()");
     const bool due = CheckIsDue();
     SetStatus(StatusPending);
@@ -48,7 +48,7 @@ void CheckNew::VerifyVersion() {
 }
 
 void CheckNew::ConfigureUpdater() {
-  needs_.dialog.Guard([this] { LoadDialogThen([this] { needs_.dialog.DisplayWindow(); }); });
+  needs_.dialog.RunHandler([this] { LoadDialogThen([this] { needs_.dialog.DisplayWindow(); }); });
 }
 
 void CheckNew::Quit() { needs_.shell.EndProcess(); }

@@ -14,12 +14,12 @@ void MGlobal::Main(frmVerify& dialog) {
   for (const std::string& token : Split(needs_.command_line, " ")) ReadToken(LowerCase(Trim(token)));
   if (StartMode() != 0) return;
 
-  dialog.Guard([&] { dialog.Load(); });
+  dialog.RunHandler([&] { dialog.Load(); });
   dialog.UpdaterObject = nullptr;
-  if (StartupFailed) return dialog.Guard([&] { dialog.Unload(); });
+  if (StartupFailed) return dialog.RunHandler([&] { dialog.Unload(); });
   // Messages and the search process events: a dialog that was closed meanwhile stays closed.
-  if (ShowUpdates && dialog.Loaded()) dialog.Guard([&] { dialog.ShowTheResults(); });
-  if (dialog.Loaded()) dialog.Guard([&] { dialog.Show(); });
+  if (ShowUpdates && dialog.Loaded()) dialog.RunHandler([&] { dialog.ShowTheResults(); });
+  if (dialog.Loaded()) dialog.RunHandler([&] { dialog.Show(); });
 }
 
 void MGlobal::ReadToken(const std::string& token) {

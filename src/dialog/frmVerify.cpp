@@ -9,11 +9,12 @@ namespace tsly {
 frmVerify::frmVerify(const Needs& needs)
     : Form(needs.toolkit),
       controls(*this),
-      tmrVerifyVersion(needs.loop, [this] { Guard([this] { tmrVerifyVersion_Timer(); }); }),
-      tmrPrintDots(needs.loop, [this] { Guard([this] { tmrPrintDots_Timer(); }); }),
+      tmrVerifyVersion(needs.loop, [this] { RunHandler([this] { tmrVerifyVersion_Timer(); }); }),
+      tmrPrintDots(needs.loop, [this] { RunHandler([this] { tmrPrintDots_Timer(); }); }),
       UpdateNames(1),
       needs_(needs) {
-  needs_.netCommand.SetStateChanged([this](std::int16_t state) { Guard([&] { netCommand_StateChanged(state); }); });
+  needs_.netCommand.SetStateChanged(
+      [this](std::int16_t state) { RunHandler([&] { netCommand_StateChanged(state); }); });
 }
 
 frmVerify::~frmVerify() { needs_.netCommand.SetStateChanged(nullptr); }

@@ -118,7 +118,7 @@ void frmVerify::ShowTransferState(std::int16_t State) {
   if (!controls.picStep100.Visible() || !document_.ShowStatus) return;
   const auto index = static_cast<std::size_t>(State);
   if (index < CheckLinkTexts.size()) controls.lblInfo105.SetText(CheckLinkTexts[index]);
-  needs_.loop.LetEventsRun();
+  needs_.loop.ProcessPendingEvents();
 }
 
 void frmVerify::SaveDocument() {

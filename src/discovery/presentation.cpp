@@ -210,7 +210,7 @@ void frmVerify::vscUpdates_GotFocus() { SetFocus(controls.txtFocus); }
 void frmVerify::UpdateItem_MoreInfoClicked(std::int16_t, const std::string& URL) {
   toolkit_.SetScreenPointer(kPointerHourglass);
   needs_.shell.OpenAddress(URL);
-  needs_.loop.LetEventsRun();
+  needs_.loop.ProcessPendingEvents();
   toolkit_.SetScreenPointer(kPointerDefault);
 }
 

@@ -60,11 +60,11 @@ std::optional<std::int32_t> cCRC32::Crc32Of(OpenFile& file) {
   std::uint32_t crc = kStart;
   std::vector<char> chunk(kChunk);
   for (std::int64_t offset = 0; offset < length; offset += kChunk) {
-    bool events = loop_.LetEventsRun();
+    bool events = loop_.ProcessPendingEvents();
     chunk.resize(static_cast<std::size_t>(std::min<std::int64_t>(length - offset, kChunk)));
     if (!FillChunk(file, offset, chunk)) return std::nullopt;
     for (const char byte : chunk) {
-      if (events) events = loop_.LetEventsRun();
+      if (events) events = loop_.ProcessPendingEvents();
       crc = Next(crc, static_cast<std::uint8_t>(byte));
     }
   }

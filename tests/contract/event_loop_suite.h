@@ -53,22 +53,22 @@ TEST_P(EventLoopSuite, EventsRunInOrderAndNeverInsidePost) {
   PostBetween("ab", [this] { PostNote('d'); });
   PostNote('c');
   EXPECT_EQ(notes, "");
-  EXPECT_TRUE(loop.LetEventsRun());
-  loop.LetEventsRun();
-  EXPECT_FALSE(loop.LetEventsRun());
+  EXPECT_TRUE(loop.ProcessPendingEvents());
+  loop.ProcessPendingEvents();
+  EXPECT_FALSE(loop.ProcessPendingEvents());
   EXPECT_EQ(notes, "abcd");
 }
 
 TEST_P(EventLoopSuite, AnEventThatWaitsLetsTheOthersIn) {
   PostBetween("()", [this] { loop.Wait(kForever); });
-  PostBetween("[]", [this] { loop.LetEventsRun(); });
+  PostBetween("[]", [this] { loop.ProcessPendingEvents(); });
   PostNote('x');
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   EXPECT_EQ(notes, "([x])");
 }
 
 TEST_P(EventLoopSuite, AWaitEndsWithAnEventOrBeyondItsDeadline) {
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   const SteadyTime soon = fixture->Now() + milliseconds(3);
   loop.Wait(soon);
   EXPECT_GT(fixture->Now(), soon);
@@ -93,14 +93,14 @@ TEST_P(EventLoopSuite, TimersRepeatUntilStopped) {
   fixture->LetTimePass(milliseconds(60));
   loop.StopTimer(slow);  // when its tick was due already
   const std::string before = notes;
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   EXPECT_EQ(notes, before);
 }
 
 TEST_P(EventLoopSuite, MissedTicksAreNotMadeUpFor) {
   const TimerId timer = loop.StartTimer(milliseconds(20), [this] { notes += 't'; });
   fixture->LetTimePass(milliseconds(110));
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   EXPECT_GE(notes.size(), 1U);
   EXPECT_LE(notes.size(), 2U);  // the next one may have come due meanwhile
   loop.StopTimer(timer);

@@ -30,7 +30,7 @@ INSTANTIATE_TEST_SUITE_P(Qt, EventLoopSuite, testing::Values(&MakeQtLoop));
 class QtEventLoopTest : public testing::Test, protected RunningLoop {};
 
 TEST_F(QtEventLoopTest, AWaitUsesNoProcessor) {
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   const std::clock_t before = std::clock();
   loop.Wait(clock.Steady() + milliseconds(200));
   EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
@@ -58,44 +58,44 @@ TEST_F(QtEventLoopTest, DescriptorsAreWatchedUntilToldOtherwise) {
 
   loop.Watch(ends[0], true, false, [&](bool, bool) { ADD_FAILURE() << "replaced before anything could be read"; });
   loop.Watch(ends[0], true, false, [&](bool readable, bool) { reads += readable; });
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   EXPECT_EQ(reads, 0);
   ASSERT_EQ(write(ends[1], "x", 1), 1);
   EXPECT_TRUE(RunUntil([&] { return reads > 0; }));
   loop.Watch(ends[0], false, false, {});
   const int reads_then = reads;
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   EXPECT_EQ(reads, reads_then);
   EXPECT_EQ(writes, 1);
   close(ends[0]);
   close(ends[1]);
 }
 
-TEST_F(QtEventLoopTest, AnOwnerHasOneAlarmThatRingsOnce) {
-  std::string rung;
+TEST_F(QtEventLoopTest, AnOwnerHasOneOneShotThatTicksOnce) {
+  std::string ticks;
   const int first = 0, second = 0;
-  loop.SetAlarm(&first, milliseconds(0), [&] { rung += 'x'; });
-  loop.SetAlarm(&first, milliseconds(5), [&] {
-    rung += 'a';
-    loop.SetAlarm(&first, milliseconds(1), [&] { rung += 'b'; });
+  loop.StartOneShot(&first, milliseconds(0), [&] { ticks += 'x'; });
+  loop.StartOneShot(&first, milliseconds(5), [&] {
+    ticks += 'a';
+    loop.StartOneShot(&first, milliseconds(1), [&] { ticks += 'b'; });
   });
-  loop.SetAlarm(&second, milliseconds(1), [&] { rung += 'y'; });
-  loop.ClearAlarm(&second);
-  EXPECT_EQ(rung, "");
-  EXPECT_TRUE(RunUntil([&] { return rung == "ab"; }));
+  loop.StartOneShot(&second, milliseconds(1), [&] { ticks += 'y'; });
+  loop.StopOneShot(&second);
+  EXPECT_EQ(ticks, "");
+  EXPECT_TRUE(RunUntil([&] { return ticks == "ab"; }));
   RunFor(milliseconds(10));
-  EXPECT_EQ(rung, "ab");
+  EXPECT_EQ(ticks, "ab");
 }
 
-TEST_F(QtEventLoopTest, DoomedObjectsOutliveAllCallsOnTheStack) {
+TEST_F(QtEventLoopTest, PendingDeletesOutliveAllCallsOnTheStack) {
   const QPointer<QObject> object = new QObject;
   bool alive_below = false;
   loop.Post([&] {
     loop.DestroyAtOutermost(object);
-    loop.LetEventsRun();
+    loop.ProcessPendingEvents();
     alive_below = object != nullptr;
   });
-  loop.LetEventsRun();
+  loop.ProcessPendingEvents();
   EXPECT_TRUE(alive_below);
   EXPECT_EQ(object, nullptr);
 }

@@ -269,7 +269,7 @@ TEST_F(HostileServer, AnOfferAndALateDocument) {
   transfer_.after_state = [&](std::int16_t state) {
     if (state != icReceivingResponse) return;
     // By then the control tells of the next byte again.
-    loop.SetAlarm(this, std::chrono::milliseconds(60), [&] {
+    loop.StartOneShot(this, std::chrono::milliseconds(60), [&] {
       clock.ahead += std::chrono::seconds(13);
       server.Release();
     });

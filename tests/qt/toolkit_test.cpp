@@ -91,7 +91,7 @@ class SampleForm final : public Form {
 
 class QtToolkitTest : public testing::Test, protected RunningLoop {
  protected:
-  void Serve() { loop.LetEventsRun(); }
+  void Serve() { loop.ProcessPendingEvents(); }
   std::string Served() {
     Serve();
     return std::exchange(form.notes, {});
@@ -329,7 +329,7 @@ TEST_F(QtToolkitTest, TheScrollBarFollowsHandAndModel) {
   bar->setFocus(Qt::MouseFocusReason);
   EXPECT_EQ(Served(), "F:bar");
   EXPECT_TRUE(Find("focus_holder")->hasFocus());
-  EXPECT_TRUE(form.ForgottenFaults().empty());
+  EXPECT_TRUE(form.UnhandledErrors().empty());
 }
 
 TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
@@ -357,8 +357,8 @@ TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
   }
 }
 
-TEST_F(QtToolkitTest, WithoutAnAudienceNothingWaitsForAPerson) {
-  QtToolkit unseen(loop, QtToolkit::Audience::Nobody);
+TEST_F(QtToolkitTest, WhenHeadlessNothingWaitsForAnAnswer) {
+  QtToolkit unseen(loop, QtToolkit::Interaction::kHeadless);
   EXPECT_EQ(unseen.MessageBox("Text", kIconStop, std::nullopt), kAnswerOk);
   EXPECT_EQ(unseen.MessageBox("Text", kButtonsYesNo, std::nullopt), kAnswerNo);
   SampleForm offered(unseen);

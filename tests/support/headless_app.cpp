@@ -53,7 +53,7 @@ HeadlessApp::HeadlessApp(std::string command_line, std::int32_t start_mode)
 }
 
 HeadlessApp::~HeadlessApp() {
-  for (const RuntimeError& fault : dialog().ForgottenFaults()) {
+  for (const RuntimeError& fault : dialog().UnhandledErrors()) {
     ADD_FAILURE() << "a fault that nobody skipped: " << fault.source << ": " << fault.description;
   }
 }

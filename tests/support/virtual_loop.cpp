@@ -54,7 +54,7 @@ void VirtualLoop::RunFor(milliseconds time) {
 }
 
 // What waits now; what these events bring about waits for the next turn.
-bool VirtualLoop::LetEventsRun() {
+bool VirtualLoop::ProcessPendingEvents() {
   bool served = false;
   for (std::size_t left = events_.size(); left > 0 && !events_.empty(); --left) served = ServeOne(clock_.Steady());
   if (events_.empty()) served = ServeOne(clock_.Steady()) || served;

@@ -41,7 +41,7 @@ class VirtualLoop : public EventLoop {
   void RunFor(std::chrono::milliseconds time);
 
   void Wait(SteadyTime until) override;
-  bool LetEventsRun() override;
+  bool ProcessPendingEvents() override;
   void Post(std::function<void()> event) override;
   TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
   void StopTimer(TimerId timer) override { timers_.erase(timer); }
