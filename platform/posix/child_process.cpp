@@ -37,18 +37,18 @@ void CloseEachOnExec() {
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
 
-  // Closed first: a process at its limit of descriptors can still open one.
+  // Closes one first, in case the process is at its limit of descriptors.
   close(STDIN_FILENO);
   if (open("/dev/null", O_RDWR) == STDIN_FILENO && dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO) {
     if (close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) != 0) CloseEachOnExec();
     execv(argv[0], argv);
   }
   const int error = errno;
-  [[maybe_unused]] const ssize_t told = write(status, &error, sizeof error);
+  [[maybe_unused]] const ssize_t written = write(status, &error, sizeof error);
   _exit(127);
 }
 
-// Signals are held back meanwhile, so that no handler of this process runs in the child.
+// Blocks signals meanwhile, so that no handler of this process runs in the child.
 pid_t ForkWithoutSignals() {
   sigset_t all, former;
   sigfillset(&all);
@@ -71,7 +71,7 @@ StartedProcess StartProcess(const std::vector<std::string>& argv) {
   if (pipe2(ends, O_CLOEXEC) < 0) return {-1, errno, true};
   const Descriptor reading(ends[0]);
   Descriptor given(ends[1]);
-  // The child replaces the lowest ones, without which a process may have been started.
+  // The child replaces descriptors 0 to 2, which the pipe may have got.
   Descriptor writing(fcntl(given.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
   if (!writing) return {-1, errno, true};
   given = Descriptor();
@@ -95,7 +95,7 @@ std::optional<int> ExitOf(pid_t id) {
   int status = 0;
   const pid_t ended = waitpid(id, &status, WNOHANG);
   if (ended == 0) return std::nullopt;
-  if (ended < 0) return 0;  // somebody else took its status
+  if (ended < 0) return 0;  // its status was already taken
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
@@ -123,7 +123,7 @@ int JudgeProgram(const std::string& path) {
   }
   if (!S_ISREG(status.st_mode) || faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) < 0) return kAccessDenied;
 
-  // A file may be run but not read; then only the attempt tells.
+  // A file may be executable but not readable; then only starting it shows.
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   char start[4];
   const ssize_t got = file ? read(file.Get(), start, sizeof start) : -1;

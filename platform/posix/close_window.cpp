@@ -41,7 +41,7 @@ CloseSupport CloseSupportOf(xcb_connection_t* display, xcb_window_t window, xcb_
   return std::ranges::find(atoms, delete_window) == atoms.end() ? CloseSupport::kUnsupported : CloseSupport::kSupported;
 }
 
-// Also the answer to the wish to be told of the end, which fails when the window is gone already.
+// Also an error from selecting the window's events, if the window is already gone.
 bool IsEnd(const xcb_generic_event_t& event, xcb_window_t window) {
   if (event.response_type == 0) return reinterpret_cast<const xcb_generic_error_t&>(event).error_code == XCB_WINDOW;
   return (event.response_type & 0x7f) == XCB_DESTROY_NOTIFY &&

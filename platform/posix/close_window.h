@@ -7,9 +7,9 @@
 
 namespace tsly {
 
-// Waits until the window is gone, `longest` at most, calling `repaint` about every 50 ms and letting nothing else in.
-// Gives the platform's code: 0, also for a window that can't be asked and one that stays; 1400 if there is no such
-// window, or no display.
+// Waits until the window is gone, at most `longest`, and calls `repaint` about every 50 ms; processes no events.
+// Returns the platform's code: 0, also for a window that doesn't support closing or stays open; 1400 without such a
+// window or a display.
 int AskWindowToClose(std::uint32_t window, std::chrono::milliseconds longest, const std::function<void()>& repaint);
 
 }  // namespace tsly

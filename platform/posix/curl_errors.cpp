@@ -52,19 +52,19 @@ constexpr Sentence kSentences[] = {
     {kSecureChannel,              "A secure connection with the server could not be set up" },
 };
 
-// Results that mean the same whatever the circumstances. What is not named here can only be an error of this program.
+// Results with one meaning in all circumstances. Any other result is a bug in this program.
 struct Meaning {
   CURLcode result;
   std::int32_t number;
 };
 
 constexpr Meaning kMeanings[] = {
-    {CURLE_UNSUPPORTED_PROTOCOL, kInvalidServerResponse  }, // an answer that is not HTTP at all
+    {CURLE_UNSUPPORTED_PROTOCOL, kInvalidServerResponse  }, // a response that isn't HTTP
     {CURLE_COULDNT_RESOLVE_HOST, kNameNotResolved        },
     {CURLE_COULDNT_CONNECT,      kCannotConnect          },
     {CURLE_WEIRD_SERVER_REPLY,   kInvalidServerResponse  },
     {CURLE_PARTIAL_FILE,         kConnectionAborted      },
-    {CURLE_OUT_OF_MEMORY,        kInvalidServerResponse  }, // how libcurl calls a header beyond its limits
+    {CURLE_OUT_OF_MEMORY,        kInvalidServerResponse  }, // libcurl's result for a header beyond its limits
     {CURLE_OPERATION_TIMEDOUT,   kTimeout                },
     {CURLE_SSL_CONNECT_ERROR,    kSecureChannel          },
     {CURLE_TOO_MANY_REDIRECTS,   kRedirectFailed         },
@@ -77,8 +77,8 @@ constexpr Meaning kMeanings[] = {
     {CURLE_SSL_CLIENTCERT,       kClientCertificateNeeded},
 };
 
-// Values of X509_verify_cert (openssl/x509_vfy.h). libcurl looks at the name first and leaves the 1 that it began with
-// when that doesn't fit.
+// Values of X509_verify_cert (openssl/x509_vfy.h). libcurl checks the name first and leaves its initial value 1 if it
+// doesn't match.
 std::int32_t CertificateNumber(long verify_result) {
   switch (verify_result) {
     case 0:
@@ -94,7 +94,7 @@ std::int32_t CertificateNumber(long verify_result) {
   }
 }
 
-// A connection that broke has left its errno behind; without one libcurl could not make sense of what it read.
+// A broken connection sets errno; without it libcurl couldn't parse what it read.
 std::int32_t BrokenConnectionNumber(const CurlFailure& failure) {
   if (failure.system_error == ECONNRESET) return kConnectionReset;
   if (failure.system_error == ETIMEDOUT) return kTimeout;
@@ -102,8 +102,8 @@ std::int32_t BrokenConnectionNumber(const CurlFailure& failure) {
   return unreadable ? kInvalidServerResponse : kConnectionAborted;
 }
 
-// libcurl asks for an address in a thread of its own, and has one result for a name that nobody knows and for a thread
-// that could not be made.
+// libcurl resolves names on its own thread, and has one result for an unknown name and for a thread that couldn't be
+// created.
 bool IsUnaskedName(const CurlFailure& failure) {
   return failure.result == CURLE_COULDNT_RESOLVE_HOST && failure.detail.find("thread failed") != std::string::npos;
 }

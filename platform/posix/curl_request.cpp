@@ -16,9 +16,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// libcurl's own 16 KiB halve the speed of a fast network.
+// libcurl's default of 16 KiB halves the speed of a fast network.
 constexpr long kReceiveBuffer = 256 * 1024;
-// libcurl fills the buffer up to a hundred times before it comes back; others wait for the thread meanwhile.
+// libcurl fills the buffer up to a hundred times before it returns and blocks the thread meanwhile.
 constexpr milliseconds kLongestTurn{1};
 constexpr long kMostRedirects = 10;
 constexpr milliseconds kBetweenProgress{50};
@@ -29,17 +29,17 @@ const char* UserAgent() {
   return agent.c_str();
 }
 
-// libcurl counts its users; this one stays for good.
+// libcurl counts its users; this one is never released.
 void InitializeOnce() {
   static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
-  static_cast<void>(result);  // a failure comes back from the first handle
+  static_cast<void>(result);  // the first handle reports a failure
 }
 
 }  // namespace
 
 CurlRequest::CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferStates& states, const Setup& setup,
-                         std::function<void()> told)
-    : watch_(watch), spool_(spool), states_(states), told_(std::move(told)), idle_time_out_(setup.idle_time_out) {
+                         std::function<void()> changed)
+    : watch_(watch), spool_(spool), states_(states), changed_(std::move(changed)), idle_time_out_(setup.idle_time_out) {
   InitializeOnce();
   multi_ = curl_multi_init();
   easy_ = curl_easy_init();
@@ -50,7 +50,7 @@ CurlRequest::CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferState
   SetOptions(setup);
   states_.Reach(icResolvingHost);
   if (idle_time_out_.count() > 0) WatchIdleness(idle_time_out_);
-  // libcurl asks for its timer at once and begins when that comes.
+  // libcurl sets its timer at once and starts when it fires.
   if (curl_multi_add_handle(multi_, easy_) != CURLM_OK) {
     watch_.StartOneShot(this, milliseconds(0), [this] { Finish(CURLE_FAILED_INIT); });
   }
@@ -61,8 +61,8 @@ void CurlRequest::SetOptions(const Setup& setup) {
   set(CURLOPT_URL, setup.url.c_str());
   set(CURLOPT_ERRORBUFFER, detail_.data());
   set(CURLOPT_NOSIGNAL, 1L);
-  set(CURLOPT_QUICK_EXIT, 1L);  // else whoever cancels waits for a name server that doesn't answer
-  set(CURLOPT_PROXY, "");       // nor one from the environment
+  set(CURLOPT_QUICK_EXIT, 1L);  // otherwise Cancel waits for a name server that doesn't answer
+  set(CURLOPT_PROXY, "");       // ignores the environment too
   set(CURLOPT_PROTOCOLS_STR, "http,https");
   set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
   set(CURLOPT_FOLLOWLOCATION, 1L);
@@ -78,7 +78,7 @@ void CurlRequest::SetOptions(const Setup& setup) {
   set(CURLOPT_OPENSOCKETDATA, this);
   set(CURLOPT_PREREQFUNCTION, OnConnected);
   set(CURLOPT_PREREQDATA, this);
-  set(CURLOPT_VERBOSE, 1L);  // nothing is printed: it makes OnTrace be called
+  set(CURLOPT_VERBOSE, 1L);  // calls OnTrace instead of printing
   set(CURLOPT_DEBUGFUNCTION, OnTrace);
   set(CURLOPT_DEBUGDATA, this);
   set(CURLOPT_HEADERFUNCTION, OnHeader);
@@ -113,7 +113,7 @@ curl_socket_t CurlRequest::OnOpenSocket(void* self, curlsocktype, curl_sockaddr*
 int CurlRequest::OnConnected(void* self, char*, char*, int, int) {
   CurlRequest& request = Of(self);
   request.answered_ = request.head_ended_ = false;
-  // Once the way is secure, no redirect leads off it.
+  // After HTTPS, no redirect leads back to HTTP.
   if (request.IsSecure()) curl_easy_setopt(request.easy_, CURLOPT_REDIR_PROTOCOLS_STR, "https");
   request.states_.Reach(icRequesting);
   return CURL_PREREQFUNC_OK;
@@ -129,7 +129,7 @@ size_t CurlRequest::OnHeader(char* bytes, size_t size, size_t count, void* self)
   CurlRequest& request = Of(self);
   const std::string_view line(bytes, size * count);
   request.answered_ = true;
-  // What comes behind the body, the fields that follow the chunks, begins no head.
+  // Trailer fields after the body start no new head.
   if (line.starts_with("HTTP/")) request.head_ended_ = false;
   if (line == "\r\n" || line == "\n") request.head_ended_ = true;
   request.last_byte_ = steady_clock::now();
@@ -161,15 +161,15 @@ void CurlRequest::Act(curl_socket_t socket, int readiness) {
   while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg == CURLMSG_DONE) return Finish(message->data.result);
   }
-  if (!states_.IsEmpty()) told_();
+  if (!states_.IsEmpty()) changed_();
 }
 
-// libcurl hands over what it kept, and asks for its timer to go on with the rest.
+// libcurl delivers what it buffered and sets its timer to continue.
 void CurlRequest::Resume() {
   turn_began_ = steady_clock::now();
   const CURLcode result = curl_easy_pause(easy_, CURLPAUSE_CONT);
   if (result != CURLE_OK) return Finish(result);
-  if (!states_.IsEmpty()) told_();
+  if (!states_.IsEmpty()) changed_();
 }
 
 void CurlRequest::WatchIdleness(steady_clock::duration delay) {
@@ -189,14 +189,14 @@ void CurlRequest::Finish(CURLcode result) {
     states_.Complete();
   } else {
     error_ = Judge(result);
-    spool_.Clear();  // before anybody is told: on a full disk the next line of the log needs the room
+    spool_.Clear();  // before the report: on a full disk the next log line needs the space
     states_.Fail();
   }
   End();
-  told_();
+  changed_();
 }
 
-// libcurl takes a head that was cut off for an answer without a body.
+// libcurl accepts a truncated head as a response without a body.
 bool CurlRequest::IsWhole() const {
   constexpr long kFirstFinalStatus = 200;
   return head_ended_ && Info<long>(CURLINFO_RESPONSE_CODE) >= kFirstFinalStatus;
@@ -215,7 +215,7 @@ Fault CurlRequest::Judge(CURLcode result) const {
 void CurlRequest::End() {
   if (multi_ && easy_) curl_multi_remove_handle(multi_, easy_);
   if (easy_) curl_easy_cleanup(easy_);
-  if (multi_) curl_multi_cleanup(multi_);  // calls OnSocket for what it still watches
+  if (multi_) curl_multi_cleanup(multi_);  // calls OnSocket for sockets that it still watches
   easy_ = nullptr;
   multi_ = nullptr;
   watch_.StopOneShot(this);

@@ -1,6 +1,5 @@
-// One GET on libcurl's multi interface: from its start to its end or its destruction, whichever comes first. Made and
-// thrown away by CurlTransfer for each request; one thread. What it learns goes into the states; nothing of the
-// caller's runs inside libcurl.
+// One GET on libcurl's multi interface, until its end or its destruction. CurlTransfer creates one for each request;
+// one thread. Results go into the states; no code of the caller runs inside libcurl.
 #pragma once
 
 #include <curl/curl.h>
@@ -20,19 +19,19 @@ namespace tsly {
 class CurlRequest {
  public:
   struct Setup {
-    std::string url;                       // in the form that UsableAddress gives
+    std::string url;                       // as returned by UsableAddress
     std::chrono::seconds idle_time_out{};  // without a byte; 0: none
     std::string authorities;               // file of trusted certificates; "": the system's
   };
 
-  // Calls `told` when there are new states, from the loop. `told` must not destroy this object.
+  // Calls `changed` from the loop when there are new states. `changed` must not destroy this object.
   CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferStates& states, const Setup& setup,
-              std::function<void()> told);
+              std::function<void()> changed);
   ~CurlRequest() { End(); }
   CurlRequest(const CurlRequest&) = delete;
   CurlRequest& operator=(const CurlRequest&) = delete;
 
-  // Why it ended; no fault while it is on its way and after a success.
+  // Why it failed; no fault while it runs and after success.
   const Fault& Error() const { return error_; }
   bool HasEnded() const { return multi_ == nullptr; }
 
@@ -41,7 +40,7 @@ class CurlRequest {
 
   static CurlRequest& Of(void* pointer) { return *static_cast<CurlRequest*>(pointer); }
 
-  // What libcurl calls; each only takes notes.
+  // Callbacks of libcurl; they only record.
   static int OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*);
   static int OnTimer(CURLM*, long delay, void* self);
   static curl_socket_t OnOpenSocket(void* self, curlsocktype, curl_sockaddr* address);
@@ -74,7 +73,7 @@ class CurlRequest {
   DescriptorWatch& watch_;
   SpoolFile& spool_;
   TransferStates& states_;
-  std::function<void()> told_;
+  std::function<void()> changed_;
   CURLM* multi_ = nullptr;  // one per request: no connection or cached name outlives it
   CURL* easy_ = nullptr;
   std::array<char, CURL_ERROR_SIZE> detail_{};
@@ -82,8 +81,8 @@ class CurlRequest {
   SteadyClock::time_point last_byte_ = SteadyClock::now();
   SteadyClock::time_point last_progress_{};
   SteadyClock::time_point turn_began_{};
-  bool answered_ = false;    // the request last sent has got the beginning of an answer
-  bool head_ended_ = false;  // and the end of its head
+  bool answered_ = false;    // the response to the last request has started
+  bool head_ended_ = false;  // its head is complete
   int spool_code_ = 0;
   Fault error_;
 };

@@ -10,13 +10,13 @@
 
 namespace tsly {
 
-// The states of one transfer on their way to the handler. Each transfer has its own, so that a handler that starts the
-// next transfer and waits for it isn't in the way of that one's states.
+// The undelivered states of one transfer. Each transfer has its own, so that a handler can start the next transfer and
+// wait for its states.
 struct CurlTransfer::Delivery {
   TransferStates states;
-  bool posted = false;      // an event is on its way
-  bool delivering = false;  // the handler has not come back
-  bool abandoned = false;   // the control may be gone as well
+  bool posted = false;      // an event is posted
+  bool delivering = false;  // the handler is running
+  bool abandoned = false;   // the control may be destroyed
 };
 
 CurlTransfer::CurlTransfer(DescriptorWatch& watch, EventLoop& loop, std::function<std::filesystem::path()> spool_folder,
@@ -59,7 +59,7 @@ void CurlTransfer::Schedule(const std::shared_ptr<Delivery>& delivery) {
 void CurlTransfer::DeliverNext(const std::shared_ptr<Delivery>& delivery) {
   delivery->posted = false;
   const std::int16_t state = delivery->states.Take();
-  const auto handler = handler_;  // a handler may set another one
+  const auto handler = handler_;  // the handler may set another one
   delivery->delivering = true;
   if (handler) handler(state);
   delivery->delivering = false;
@@ -68,8 +68,7 @@ void CurlTransfer::DeliverNext(const std::shared_ptr<Delivery>& delivery) {
 
 Fault CurlTransfer::GetChunk(std::int32_t size, ChunkType, std::string& chunk) {
   const int code = spool_.Read(static_cast<std::size_t>(std::max(size, 0)), chunk);
-  // Read to its end, a whole response gives its room on the disk back: a pack is unpacked next. So does one that can't
-  // be read any further.
+  // Frees the disk space after a complete read, because a pack is unpacked next, and after a failed one.
   const bool at_end = code == 0 && size > 0 && chunk.empty() && request_ && request_->HasEnded();
   if (at_end || code != 0) spool_.Clear();
   return code == 0 ? Fault{} : InternetError(code);

@@ -22,9 +22,9 @@ class Descriptor {
 
   explicit operator bool() const { return number_ >= 0; }
   int Get() const { return number_; }
-  int Release() { return std::exchange(number_, -1); }  // somebody else closes it from now on
+  int Release() { return std::exchange(number_, -1); }  // the caller closes it
 
-  // For a writer that must know how closing went: some file systems report a full disk only then. 0 or -1 with errno.
+  // For writers: some file systems report a full disk only here. 0, or -1 with errno.
   int Close() { return close(std::exchange(number_, -1)); }
 
  private:

@@ -1,5 +1,5 @@
-// What a backend that waits on descriptors asks of the event loop of its edition. One thread; callbacks arrive from the
-// loop, never inside a call of this interface.
+// The event loop's interface for backends that wait on descriptors. One thread; callbacks come from the loop, never
+// inside a call of this interface.
 #pragma once
 
 #include <chrono>
@@ -11,8 +11,8 @@ class DescriptorWatch {
  public:
   virtual ~DescriptorWatch() = default;
 
-  // Calls `ready` whenever the descriptor can be read from or written to, as asked, or has failed. A second call for
-  // the same descriptor replaces the first; asking for neither ends it.
+  // Calls `ready` whenever the descriptor is readable or writable, as requested, or has failed. A second call for the
+  // same descriptor replaces the first; a call with neither ends it.
   virtual void Watch(int descriptor, bool readable, bool writable,
                      std::function<void(bool readable, bool writable)> ready) = 0;
 

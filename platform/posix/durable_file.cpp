@@ -21,9 +21,9 @@ int LastCode() { return CodeOf(errno, kWriteFault); }
 
 int SyncFolder(const fs::path& folder) {
   const Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor && errno == EACCES) return kSuccess;  // a folder that may be written but not listed
+  if (!descriptor && errno == EACCES) return kSuccess;  // a folder that is writable but not readable
   if (!descriptor) return LastCode();
-  return fsync(descriptor.Get()) == 0 || errno == EINVAL ? kSuccess : LastCode();  // EINVAL: nothing to be done there
+  return fsync(descriptor.Get()) == 0 || errno == EINVAL ? kSuccess : LastCode();  // EINVAL: can't be flushed
 }
 
 int WriteAll(int descriptor, std::string_view content) {
@@ -40,8 +40,8 @@ int WriteNewFile(const fs::path& file, std::string_view content, const struct st
   if (!descriptor) return LastCode();
   struct stat made {};
   if (fstat(descriptor.Get(), &made) != 0) return LastCode();
-  // Only root can give a file away; for others the new owner is the one who wrote it. The rights of a group are for the
-  // group that had them: where it can't be kept, they go.
+  // Only root can change the owner; otherwise the writer becomes the owner. Group rights are for the former group:
+  // without it they are removed.
   if (made.st_gid != old.st_gid && fchown(descriptor.Get(), static_cast<uid_t>(-1), old.st_gid) != 0) {
     if (errno != EPERM) return LastCode();
     mode &= ~static_cast<mode_t>(S_IWGRP);
@@ -67,13 +67,13 @@ int MakeFolders(const fs::path& folder, mode_t mode) {
     if (mkdir(folder.c_str(), mode) != 0) return errno == EEXIST ? kSuccess : LastCode();
   }
   if (chmod(folder.c_str(), mode) != 0) return LastCode();
-  // The folder above may be one that a killed process has just made.
+  // A killed process may have just created the parent folder.
   const int code = SyncFolder(folder.parent_path());
   return code == kSuccess ? SyncFolder(folder.parent_path().parent_path()) : code;
 }
 
 int MakeEmptyFile(const fs::path& file, mode_t mode) {
-  // Who finds the file takes its folder for lasting, and another process may just have made that one.
+  // An existing file implies a durable folder, but another process may have just created that folder.
   const fs::path folder = file.parent_path();
   if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return LastCode();
   if (const int code = SyncFolder(folder.parent_path()); code != kSuccess) return code;
@@ -84,13 +84,13 @@ int MakeEmptyFile(const fs::path& file, mode_t mode) {
 
 int ReplaceFile(const fs::path& file, std::string_view content, mode_t least_mode) {
   std::error_code failure;
-  const fs::path target = fs::canonical(file, failure);  // a link stays a link
+  const fs::path target = fs::canonical(file, failure);  // keeps a link
   struct stat old {};
   if (!failure && stat(target.c_str(), &old) != 0) failure.assign(errno, std::generic_category());
-  if (failure == std::errc::no_such_file_or_directory) return kSharingViolation;  // removed by somebody
+  if (failure == std::errc::no_such_file_or_directory) return kSharingViolation;  // removed by another process
   if (failure) return CodeOf(failure.value(), kWriteFault);
   const fs::path fresh = target.native() + "-new";
-  unlink(fresh.c_str());  // of a writer that was killed
+  unlink(fresh.c_str());  // left by a killed writer
   int code = WriteNewFile(fresh, content, old, (old.st_mode & 0777) | least_mode);
   if (code == kSuccess && rename(fresh.c_str(), target.c_str()) != 0) code = LastCode();
   if (code != kSuccess) {

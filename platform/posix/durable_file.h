@@ -1,5 +1,5 @@
-// Making and replacing files so that what is reported done stays done after a power failure. Results are codes of
-// ports/system_codes.h. The modes hold whatever the process's umask is.
+// Creates and replaces files durably: a reported success survives a power failure. Results are codes of
+// ports/system_codes.h. Modes are independent of the umask.
 #pragma once
 
 #include <sys/types.h>
@@ -9,14 +9,14 @@
 
 namespace tsly {
 
-// Makes the folder and what is missing above it. 0 also when it is there; folders that are there keep their rights.
+// Creates the folder and missing parents. 0 also if it exists; existing folders keep their rights.
 int MakeFolders(const std::filesystem::path& folder, mode_t mode);
 
-// Makes an empty file. 0 also when one is there, which stays as it is.
+// Creates an empty file. 0 also if one exists, which stays unchanged.
 int MakeEmptyFile(const std::filesystem::path& file, mode_t mode);
 
-// Puts `content` in the place of the existing file, in one move: whoever opens it finds the old content or the new one.
-// Owner and rights stay, `least_mode` added. The caller must be the only one that replaces the file at this moment.
+// Replaces the contents of an existing file atomically: readers find the old or the new content. Keeps owner and rights
+// and adds `least_mode`. The caller must ensure that no other process replaces the file meanwhile.
 int ReplaceFile(const std::filesystem::path& file, std::string_view content, mode_t least_mode);
 
 }  // namespace tsly

@@ -21,7 +21,7 @@ std::string Environment(const char* name) {
   return value != nullptr ? value : "";
 }
 
-// A folder without a slash at its end; the base directories' rules ask that a relative one be left out.
+// A folder without a slash at its end. The base directory rules ignore relative paths.
 fs::path FolderFromEnvironment(const char* name, const fs::path& otherwise) {
   const fs::path folder = Environment(name);
   if (!folder.is_absolute()) return otherwise;
@@ -44,7 +44,7 @@ std::string Unescaped(std::string_view text) {
   return plain;
 }
 
-// The folder that user-dirs.dirs names: lines of NAME="$HOME/below" or NAME="/absolute"; the last one counts.
+// The folder from user-dirs.dirs, which has lines NAME="$HOME/below" or NAME="/absolute"; the last one counts.
 fs::path FolderFromUserDirs(const fs::path& list, std::string_view name, const fs::path& user, fs::path otherwise) {
   constexpr std::string_view kHomePrefix = "$HOME";
   std::ifstream lines(list);

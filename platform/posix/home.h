@@ -1,5 +1,5 @@
-// Where the Linux edition keeps everything: below $TSLY_HOME if that is set, else in the user's and the system's usual
-// places (XDG base directories, user-dirs, /var/lib, /opt). Read once, at the start of the process.
+// The folders of the Linux edition: below $TSLY_HOME if it is set, otherwise the usual ones of the user and the system
+// (XDG base directories, user-dirs, /var/lib, /opt). Read once, at the start of the process.
 #pragma once
 
 #include <filesystem>
@@ -13,11 +13,11 @@ struct Home {
   std::filesystem::path pictures;
   std::filesystem::path program_files;
   std::filesystem::path app_data;
-  // The machine's folders, each with the user's own that takes its place where he can't write the first.
+  // The machine's folders, each with the user's folder that replaces it if the user can't write to it.
   std::filesystem::path common_app_data, own_common_app_data;
   std::filesystem::path common_documents, own_common_documents;
   std::filesystem::path common_pictures, own_common_pictures;
-  std::filesystem::path temp;  // empty: a private folder below the system's one for temporary files
+  std::filesystem::path temp;  // empty: a private folder below the system's temporary folder
 
   static Home FromEnvironment();
 };

@@ -14,15 +14,15 @@
 namespace tsly {
 namespace {
 
-// Below a device no name exists and none can be made, whatever rights the process has.
+// No name exists below a device, and none can be created, whatever rights the process has.
 constexpr char kNowhere[] = "/dev/null/nowhere";
 
-// U+F05C: systems whose paths can't hold a character of a name move it there, to the private use area.
+// U+F05C, in the private use area, where systems map characters that are invalid in their paths.
 constexpr std::string_view kBackslashInName = "\xEF\x81\x9C";
 
 constexpr std::string_view kTempDrivePath = "C:\\TEMP";
 
-// Byte by byte: names need not be text.
+// Byte by byte: names aren't necessarily text.
 void Exchange(std::string& path, std::string_view from, std::string_view to) {
   for (auto at = path.find(from); at != path.npos; at = path.find(from, at + to.size())) {
     path.replace(at, from.size(), to);
@@ -38,8 +38,8 @@ bool IsBelowTempDrivePath(std::string_view path) {
          (path.size() == kTempDrivePath.size() || path[kTempDrivePath.size()] == '\\');
 }
 
-// Of several names that differ in their capitals only the first one in byte order is taken, so that the answer doesn't
-// depend on the order of the folder. Empty if there is none.
+// If several names differ only in letter case, the first one in byte order, whatever the order of the folder. Empty if
+// there is none.
 std::string NameInOtherCapitals(const std::string& folder, const std::string& name) {
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.empty() ? "." : folder.c_str()), closedir);
   if (!entries) return {};
@@ -52,7 +52,7 @@ std::string NameInOtherCapitals(const std::string& folder, const std::string& na
   return found;
 }
 
-// True also when the system gives no answer: another name would be a guess then.
+// True also on errors: another name would be a guess.
 bool MayExist(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) == 0 || errno != ENOENT;

@@ -1,4 +1,4 @@
-// Between the core's paths (backslashes, "\opt\x\") and the system's.
+// Converts between the core's paths (backslashes, "\opt\x\") and the system's.
 #pragma once
 
 #include <string>
@@ -6,18 +6,18 @@
 
 namespace tsly {
 
-// The native form of a core path: "\" becomes "/", and a part that isn't there by its exact name is looked for in other
-// capitals. Parts that are not there at all stay as given. A drive letter names nothing: such a path gives one that
-// does not exist; "C:\TEMP\" stands for the user's own folder below the system's one for temporary files, which is made
-// for that; where it can't be made, for nothing.
+// The native form of a core path: "\" becomes "/", and a part that doesn't exist by its exact name is searched for
+// ignoring letter case. Parts that don't exist stay unchanged. Drive letters don't exist: such a path becomes one that
+// can't exist. The exception is "C:\TEMP\", the user's own folder below the system's temporary folder, which is
+// created; if that fails, the path can't exist either.
 std::string NativePath(const std::string& core_path);
 
-// The native form of a single name, which need not be there.
+// The native form of a single name, which needn't exist.
 std::string NativeName(const std::string& core_name);
 
-// The core's form of a native path: "/" becomes "\", and a backslash, which is a letter of a name to the system,
-// becomes U+F05C, which NativePath turns back. All other bytes stay, whether they are text or not. Only a name that
-// holds U+F05C itself has no form in the core.
+// The core's form of a native path: "/" becomes "\". A backslash, which is valid in a native name, becomes U+F05C,
+// which NativePath converts back. All other bytes stay unchanged, even if they aren't text. Only a name that contains
+// U+F05C has no form in the core.
 std::string CorePath(const std::string& native_path);
 bool HasCoreForm(std::string_view native_path);
 

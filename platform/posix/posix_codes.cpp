@@ -25,7 +25,7 @@ constexpr Row kCodes[] = {
     {EPERM,        kAccessDenied    },
     {EROFS,        kAccessDenied    },
     {EISDIR,       kAccessDenied    },
-    {ENXIO,        kAccessDenied    }, // a pipe or a device where a file is asked for
+    {ENXIO,        kAccessDenied    }, // a pipe or a device instead of a file
     {EBADF,        kInvalidHandle   },
     {EXDEV,        kNotSameDevice   },
     {EBUSY,        kSharingViolation},

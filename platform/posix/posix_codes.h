@@ -3,7 +3,7 @@
 
 namespace tsly {
 
-// The code for an errno value; 0 for 0, `otherwise` for one that the table doesn't know.
+// The code for an errno value; 0 for 0, `otherwise` for unknown ones.
 int CodeOf(int error, int otherwise);
 
 }  // namespace tsly

@@ -37,13 +37,13 @@ bool IsFolder(const std::string& native) {
   return stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// errno's code for a call on `native`: a missing file and a missing folder are two things on the platform.
+// The code of errno for a call on `native`: the platform distinguishes a missing file from a missing folder.
 int FailureOn(const std::string& native, int error, int otherwise) {
   if (error == ENOENT && !IsFolder(ParentOf(native))) return kPathNotFound;
   return CodeOf(error, otherwise);
 }
 
-// O_NONBLOCK matters to pipes and devices only, which are then refused.
+// O_NONBLOCK only affects pipes and devices, which are refused afterwards.
 int OpenRegular(const std::string& native, int flags, Descriptor& file, mode_t mode = 0666) {
   file = Descriptor(open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
   if (!file && errno == ELOOP && (flags & O_NOFOLLOW) != 0) return kAccessDenied;
@@ -76,7 +76,7 @@ int CloseWritten(Descriptor& file) {
   return file.Close() == 0 || errno == EINTR ? kSuccess : CodeOf(errno, kWriteFault);
 }
 
-// What is in memory still may never reach the disk; a rename that does would then name a file without contents.
+// Otherwise a power cut could keep a rename and lose the contents of the file.
 int SyncPath(const std::string& native, int flags) {
   const Descriptor file(open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   return !file || fsync(file.Get()) == 0 || errno == EINVAL ? kSuccess : CodeOf(errno, kWriteFault);
@@ -113,8 +113,8 @@ class PosixOpenFile : public OpenFile {
   Descriptor file_;
 };
 
-// The file has no name at all until Commit where the file system can do that, so that a killed process leaves nothing;
-// elsewhere a hidden one beside the final name.
+// The file has no name until Commit, so that a killed process leaves nothing. If the file system doesn't support that,
+// it has a hidden name in the same folder.
 class PosixNewFile : public NewFile {
  public:
   explicit PosixNewFile(std::string native) : native_(std::move(native)) { held_.reserve(kWriteBuffer); }
@@ -140,12 +140,12 @@ class PosixNewFile : public NewFile {
     return failure_;
   }
 
-  // For a file that stays: the owner and the rights are those of `former`, whose place it takes, or else the rights of
-  // `model`, with writing for its owner alone. It is on the disk before it has its name.
+  // For a permanent file: takes owner and rights from `former`, the file it replaces; otherwise the rights of `model`,
+  // writable only for its owner. Flushes the file before it gets its name.
   int Settle(const struct stat* former, const struct stat& model) {
     Flush();
     mode_t mode = (former != nullptr ? former : &model)->st_mode & (former != nullptr ? 0777 : 0755);
-    // Rights of a group are for the group that had them.
+    // Group rights are for the former group only.
     if (former != nullptr && fchown(file_.Get(), former->st_uid, former->st_gid) != 0) mode &= 0755;
     const bool done = fchmod(file_.Get(), mode) == 0 && fsync(file_.Get()) == 0;
     if (failure_ == kSuccess && !done) failure_ = CodeOf(errno, kWriteFault);
@@ -155,7 +155,7 @@ class PosixNewFile : public NewFile {
   int Commit(std::shared_ptr<OpenFile>& file) override {
     if (!file_) return kInvalidHandle;
     Flush();
-    // Some file systems report a full disk only when a descriptor of the file is closed.
+    // Some file systems report a full disk only on close.
     Descriptor copy(fcntl(file_.Get(), F_DUPFD_CLOEXEC, 0));
     if (failure_ == kSuccess) failure_ = copy ? CloseWritten(copy) : CodeOf(errno, kWriteFault);
     if (failure_ == kSuccess) failure_ = TakeName();
@@ -168,7 +168,7 @@ class PosixNewFile : public NewFile {
   }
 
  private:
-  static constexpr int kTries = 100;  // against another process that names its own file so each time
+  static constexpr int kTries = 100;  // in case another process takes the name each time
 
   int OpenAside(const std::string& folder) {
     aside_ = folder + "/.tsl-XXXXXX";
@@ -199,13 +199,13 @@ class PosixNewFile : public NewFile {
   }
 
   std::string native_;
-  std::string aside_;  // the file's name until Commit, if it has one
+  std::string aside_;  // the file's name until Commit, if any
   Descriptor file_;
   std::string held_;
   int failure_ = kSuccess;
 };
 
-// A link counts as what it leads to.
+// Follows links.
 bool IsRegular(DIR* folder, const dirent* entry) {
   if (entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK) return entry->d_type == DT_REG;
   struct stat status {};
@@ -247,7 +247,7 @@ int CopyContents(const Descriptor& source, Write write_piece) {
   }
 }
 
-// For a folder that can't be written to, into a file there that can.
+// For a writable file in a folder that isn't writable.
 int CopyInPlace(const Descriptor& source, const std::string& native) {
   Descriptor target;
   if (const int code = OpenRegular(native, O_WRONLY | O_NOFOLLOW, target); code != kSuccess) return code;
@@ -258,7 +258,7 @@ int CopyInPlace(const Descriptor& source, const std::string& native) {
   return CloseWritten(target);
 }
 
-// A file that others could have put in its place, or given a second name, is none to write to.
+// Refuses files that other users could have placed there or given a second name.
 bool IsOwnFile(const Descriptor& file, const std::string& native) {
   struct stat status {
   }, folder{};
@@ -267,8 +267,8 @@ bool IsOwnFile(const Descriptor& file, const std::string& native) {
           (stat(ParentOf(native).c_str(), &folder) == 0 && status.st_uid == folder.st_uid));
 }
 
-// All of `text` at the end or nothing of it: after half a line the next one would not begin a line. What other
-// processes have added meanwhile stays.
+// Appends all of `text` or nothing, because a partial line would break the next one. Keeps what other processes append
+// meanwhile.
 int AppendWhole(const Descriptor& file, std::string_view text) {
   off_t begin = 0, written = 0;
   int code = kSuccess;
@@ -289,8 +289,8 @@ int AppendWhole(const Descriptor& file, std::string_view text) {
   return code;
 }
 
-// Never replaces a file, not even one that another process makes at this moment; where the file system can't promise
-// that, it is looked for first.
+// Never replaces a file, not even one that another process creates at the same time; if the file system can't guarantee
+// that, checks first.
 int RenameToNewName(const std::string& from, const std::string& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return -1;
@@ -317,7 +317,7 @@ int PosixFiles::Delete(const std::string& path) {
 int PosixFiles::Rename(const std::string& from, const std::string& to) {
   const std::string source = NativePath(from);
   std::string target = NativePath(to);
-  // A change of nothing but capitals finds the file itself as its target.
+  // A change of letter case only finds the file itself as its target.
   if (target == source) target = ParentOf(source) + NativeName(to.substr(to.find_last_of("\\/") + 1));
   if (const int code = SyncPath(source, O_RDONLY); code != kSuccess) return code;
   if (RenameToNewName(source, target) == 0) return SyncPath(ParentOf(target), O_RDONLY | O_DIRECTORY);
@@ -354,7 +354,7 @@ int PosixFiles::MakeFolder(const std::string& path, FolderUse use) {
     return errno == ENOENT ? kPathNotFound : CodeOf(errno, kAccessDenied);
   }
   if (use == FolderUse::kUserAlone) return kSuccess;
-  // What the umask took is given back.
+  // Restores the rights that the umask removed.
   const Descriptor folder(open(native.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   return folder && fchmod(folder.Get(), 0755) == 0 ? kSuccess : CodeOf(errno, kAccessDenied);
 }

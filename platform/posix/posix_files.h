@@ -1,5 +1,5 @@
-// Files of the Linux edition: core paths in, the system's files behind. Only regular files count as files; pipes,
-// devices and folders in their place give code 5, so that no call can wait for somebody else.
+// Files of the Linux edition; takes core paths. Only regular files count as files; pipes, devices and folders return
+// code 5, so that no call can block on them.
 #pragma once
 
 #include "ports/files.h"

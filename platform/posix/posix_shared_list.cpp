@@ -16,11 +16,12 @@ namespace tsly {
 namespace {
 
 constexpr mode_t kUserFile = 0600;
-constexpr off_t kLongest = off_t{1} << 20;  // a list that is longer is none of ours
+constexpr off_t kLongest = off_t{1} << 20;  // a longer list isn't ours
 constexpr int kTries = 100;
 constexpr useconds_t kPause = 1000;
 
-// Whoever takes part holds a shared lock, and who takes over an exclusive one. The system drops both with the process.
+// Every participant has a shared lock; the one that is alone has an exclusive one. The system releases both when the
+// process ends.
 class PosixSharedList : public SharedList {
  public:
   PosixSharedList(Descriptor file, std::string native) : file_(std::move(file)), native_(std::move(native)) {}
@@ -42,7 +43,7 @@ class PosixSharedList : public SharedList {
     if (status.st_size > kLongest) return kInvalidData;
     std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
     if (pread(file_.Get(), bytes.data(), bytes.size(), 0) != status.st_size) return kReadFault;
-    // The last line may have been cut off by a full disk.
+    // A full disk may have truncated the last line.
     for (std::size_t begin = 0, end = bytes.find('\n'); end != bytes.npos; end = bytes.find('\n', begin)) {
       lines.push_back(bytes.substr(begin, end - begin));
       begin = end + 1;
@@ -54,7 +55,7 @@ class PosixSharedList : public SharedList {
 
   void Share(bool cleared) override {
     while (cleared && ftruncate(file_.Get(), 0) != 0 && errno == EINTR) continue;
-    // Another process may be alone with it between the two locks, for as long as it takes to delete a few files.
+    // Between the two locks another process may be alone, for the time it takes to delete a few files.
     for (int i = 0; i < kTries && flock(file_.Get(), LOCK_SH | LOCK_NB) != 0; ++i) usleep(kPause);
   }
 
@@ -82,10 +83,10 @@ int PosixFiles::JoinList(const std::string& path, std::unique_ptr<SharedList>& l
     struct stat status {};
     if (!file || fstat(file.Get(), &status) != 0) return CodeOf(errno, kAccessDenied);
     if (!S_ISREG(status.st_mode)) return kAccessDenied;
-    // In this order: a failed change from a shared lock to an exclusive one would lose the lock.
+    // The exclusive lock first: a failed upgrade from a shared lock would lose the lock.
     alone = flock(file.Get(), LOCK_EX | LOCK_NB) == 0;
     if (!alone && flock(file.Get(), LOCK_SH | LOCK_NB) != 0) return CodeOf(errno, kSharingViolation);
-    // The last process may have removed it between the two calls.
+    // Another process may have removed the file between the two calls.
     if (!IsAt(file, native)) continue;
     list = std::make_unique<PosixSharedList>(std::move(file), native);
     return kSuccess;

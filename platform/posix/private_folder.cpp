@@ -20,8 +20,8 @@ bool IsFolder(const fs::path& path, struct stat& status) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Nobody but root can put another folder in the place of a user's: others write there only if the sticky bit keeps them
-// to what is their own.
+// Whether only root can replace a user's folder here: others may write only if the sticky bit limits them to their own
+// files.
 bool KeepsUsersApart(const fs::path& folder) {
   struct stat status {};
   if (!IsFolder(folder, status) || (status.st_uid != 0 && status.st_uid != geteuid())) return false;
@@ -49,7 +49,7 @@ bool IsWrittenByUserAlone(const fs::path& folder) {
 fs::path KeptFolderBelow(const fs::path& shared) {
   if (!KeepsUsersApart(shared)) return {};
   const fs::path folder = shared / (kName + std::to_string(geteuid()));
-  if (mkdir(folder.c_str(), S_IRWXU) == 0) chmod(folder.c_str(), S_IRWXU);  // whatever the umask took
+  if (mkdir(folder.c_str(), S_IRWXU) == 0) chmod(folder.c_str(), S_IRWXU);  // regardless of the umask
   return IsClosedToOthers(folder) ? folder : fs::path();
 }
 

@@ -1,23 +1,23 @@
-// Folders for temporary files that nobody but the user can change: what lies in them under a fixed name is his. One
-// thread.
+// Folders for temporary files that only the user can change, so that files with fixed names in them are the user's own.
+// One thread.
 #pragma once
 
 #include <filesystem>
 
 namespace tsly {
 
-// $TMPDIR where that is a folder that keeps its users apart, else /tmp.
+// $TMPDIR if that folder protects its users from each other, otherwise /tmp.
 std::filesystem::path SystemTempFolder();
 
-// A folder, links followed, that this user owns and that only he can write to.
+// Whether this user owns the folder and is the only one who can write to it. Follows links.
 bool IsWrittenByUserAlone(const std::filesystem::path& folder);
 
-// The user's folder below `shared`, one for all his processes, made when it is missing. Empty when it can't be made, or
-// when what has its name is not a folder of his that is closed to everybody else.
+// The user's folder below `shared`, the same for all the user's processes; creates it. Empty if it can't be created, or
+// if the name is taken by anything but a folder private to the user.
 std::filesystem::path KeptFolderBelow(const std::filesystem::path& shared);
 
-// The same, and where somebody else has taken that name a folder of this object's. The object takes that away when it
-// goes, if it is empty by then; of a process that was killed an empty folder stays, for the system to tidy up.
+// The same; if another user has taken the name, a new folder of this object. The destructor removes that folder if it
+// is empty. A killed process leaves an empty folder, which the system cleans up.
 class PrivateFolder {
  public:
   PrivateFolder() = default;
@@ -25,7 +25,7 @@ class PrivateFolder {
   PrivateFolder(const PrivateFolder&) = delete;
   PrivateFolder& operator=(const PrivateFolder&) = delete;
 
-  // Empty when none can be made.
+  // Empty if none can be created.
   std::filesystem::path Below(const std::filesystem::path& shared);
 
  private:

@@ -11,12 +11,12 @@
 namespace tsly {
 namespace {
 
-// Whether a row of the overlay was written over the value as the machine has it.
+// Whether a row of the overlay replaces the machine's current value.
 bool Counts(const StoredValue& above, const StoredValue& below) {
   return above.base == below.data && above.stamp == below.stamp;
 }
 
-// Names by their folded form: the first one entered stays.
+// Names by their folded form; the first one counts.
 using Names = std::map<std::string, std::string>;
 
 std::vector<std::string> InOrder(const Names& names) {
@@ -25,7 +25,7 @@ std::vector<std::string> InOrder(const Names& names) {
   return ordered;
 }
 
-// Adds the overlay's names that `visible` finds in the merged view and takes out the others.
+// Adds the overlay's names that are `visible` in the merged view and removes the others.
 int MergeNames(std::vector<std::string>& names, const std::vector<std::string>& overlaid,
                const std::function<int(const std::string&, bool&)>& visible) {
   Names merged;
@@ -89,8 +89,8 @@ int RegistryTree::ValueNames(const std::string& path, std::vector<std::string>& 
   });
 }
 
-// The overlay first: a row that another process writes in between, over a later value of the machine, then shows as
-// that value at worst, which was current when this began or later.
+// The overlay first: if another process writes a row in between, over a later value of the machine, the result is at
+// worst that value, which was current during this call.
 int RegistryTree::FindValue(const std::string& path, const std::string& name, std::optional<RegistryData>& data) {
   std::optional<StoredValue> above;
   int code = ReadOverlay([&] { return overlay_->FindValue(Overlaid(path), name, above); });
@@ -109,7 +109,7 @@ int RegistryTree::MakeKey(const std::string& path, bool& created) {
   if (there) return overlay_ == nullptr ? store_.CheckWritable() : kSuccess;
   code = store_.Write([&] { return store_.PutKey(root_, path); });
   if (code != kSuccess && !GoesToOverlay(code)) return code;
-  // A deletion that the overlay still holds would go on hiding what the machine's file has now.
+  // A deletion in the overlay would keep hiding what the machine's file has now.
   if (code == kSuccess) {
     code = HasKey(path, there);
     if (code != kSuccess || there || overlay_ == nullptr) return code;
@@ -172,7 +172,7 @@ std::string RegistryTree::Overlaid(const std::string& path) const {
   return JoinKeyPath(overlay_root_, LowerCase(path));
 }
 
-// What the root's own file holds; without data: no such value.
+// The value in the root's own file; without data: no such value.
 int RegistryTree::Below(const std::string& path, const std::string& name, StoredValue& value) {
   std::optional<StoredValue> found;
   const int code = store_.FindValue(Stored(path), name, found);
@@ -180,8 +180,8 @@ int RegistryTree::Below(const std::string& path, const std::string& name, Stored
   return code;
 }
 
-// What can't be read for good counts as empty: a file that is broken or denied twice in a row, since a single fault of
-// the system may look like either.
+// An overlay that is permanently unreadable counts as empty. It has to be broken or denied twice in a row, because a
+// single system error can look the same.
 template <typename Reading>
 int RegistryTree::ReadOverlay(Reading&& reading) {
   if (overlay_ == nullptr) return kSuccess;
@@ -191,7 +191,7 @@ int RegistryTree::ReadOverlay(Reading&& reading) {
   return is_for_good(code) ? kSuccess : code;
 }
 
-// Inside a transaction of the overlay, so that a row that replaces another was not written over an earlier value.
+// Runs in a transaction of the overlay, so that a row never replaces one that was written over a later value.
 int RegistryTree::PutOverlaid(const std::string& path, StoredValue value) {
   StoredValue below;
   const int code = Below(path, value.name, below);
@@ -201,7 +201,7 @@ int RegistryTree::PutOverlaid(const std::string& path, StoredValue value) {
   return overlay_->PutValue(Overlaid(path), value);
 }
 
-// Whether all that the machine's file holds in a key and below it is deleted in the merged view.
+// Whether everything in and below a key of the machine's file is deleted in the merged view.
 int RegistryTree::NothingLeft(const std::string& path, bool& nothing) {
   nothing = false;
   std::vector<std::string> names;
@@ -221,7 +221,7 @@ int RegistryTree::NothingLeft(const std::string& path, bool& nothing) {
   return code;
 }
 
-// Inside a transaction of the overlay: a deletion for everything that the machine's file holds at and below a key.
+// Writes deletions for everything in and below a key of the machine's file. Runs in a transaction of the overlay.
 int RegistryTree::PutDeletions(const std::string& path) {
   std::vector<std::string> names;
   int code = store_.ValueNames(Stored(path), names);
@@ -233,7 +233,7 @@ int RegistryTree::PutDeletions(const std::string& path) {
   return code == kSuccess ? overlay_->PutKey(overlay_root_, path, KeyState::kDeleted) : code;
 }
 
-// After a write that the root's own file took: a row of the overlay would hide it, or come back with its next change.
+// After a write to the root's own file: a row of the overlay would hide it, or reappear with its next change.
 int RegistryTree::ForgetOverlaidValue(const std::string& path, const std::string& name) {
   if (overlay_ == nullptr) return kSuccess;
   std::optional<StoredValue> above;

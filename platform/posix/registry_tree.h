@@ -1,12 +1,12 @@
-// One root of the settings registry as this user sees it: the root's own file, and for the machine's roots an overlay
-// in the user's file that takes the writes he has no right to.
+// One root of the settings registry for this user: the root's own file and, for the machine's roots, an overlay in the
+// user's file for writes that the user has no right to.
 //
-// A row of the overlay, a value or a deletion, counts only while the machine's value has not been changed since it was
-// written, so that an administrator's later change wins, for good: both what was there and its stamp must be the same.
-// A deletion of a key counts while nothing visible is left below it. An overlay that can't be read for good (broken, no
-// right) hides nothing of the machine's; one that can't be read now gives a code. Reading changes nothing.
+// A row of the overlay, a value or a deletion, is valid only while the machine's value is unchanged (same data and same
+// stamp), so that a later change by an administrator wins permanently. A deletion of a key is valid while nothing
+// visible is left below it. A permanently unreadable overlay (broken, no right) hides nothing; a temporary failure
+// returns a code. Reading changes nothing.
 //
-// Owned by SqliteRegistry, one thread. Paths are as the caller wrote them, "" for the root; results are codes of
+// Owned by SqliteRegistry, one thread. Paths are in the caller's letter case, "" for the root; results are codes of
 // ports/system_codes.h.
 #pragma once
 
@@ -20,7 +20,7 @@ namespace tsly {
 
 class RegistryTree {
  public:
-  // `root` is the root's name inside the files. Without an overlay a missing right to write is the caller's answer.
+  // `root` is the root's name inside the files. Without an overlay, a missing right to write is returned to the caller.
   RegistryTree(std::string root, SqliteStore& store, SqliteStore* overlay);
 
   int HasKey(const std::string& path, bool& there);

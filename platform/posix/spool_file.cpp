@@ -45,13 +45,13 @@ int SpoolFile::Open() {
   const std::filesystem::path folder = folder_();
   descriptor_ = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (descriptor_ >= 0) return kSuccess;
-  // Not every file system makes files without a name.
+  // Not every file system supports files without a name.
   if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return WriteCode(errno);
   return OpenWithoutName(folder / "tsl-spool");
 }
 
-// Makes the file and takes its name away at once. A killed process may leave that name; the next one takes it away. Who
-// loses his name to another process keeps his file.
+// Creates the file and removes its name at once. A killed process may leave the name; the next process removes it. A
+// process whose name is removed by another keeps its file.
 int SpoolFile::OpenWithoutName(const std::filesystem::path& name) {
   constexpr int kTries = 100;
   for (int i = 0; i < kTries && descriptor_ < 0; ++i) {

@@ -1,5 +1,5 @@
-// Where a response is kept until it has been read: a file without a name, which goes with its last descriptor, so that
-// nothing is left behind however the process ends. Belongs to the transfer control; one thread.
+// Stores a response until it has been read, in a file without a name, which disappears with its last descriptor however
+// the process ends. Owned by the transfer control; one thread.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace tsly {
 
 class SpoolFile {
  public:
-  // `folder` is asked when there is a first byte to keep; the folder it gives must be there.
+  // Calls `folder` for the first byte; the returned folder must exist.
   explicit SpoolFile(std::function<std::filesystem::path()> folder) : folder_(std::move(folder)) {}
   ~SpoolFile() { Clear(); }
   SpoolFile(const SpoolFile&) = delete;
@@ -20,10 +20,10 @@ class SpoolFile {
 
   void Clear();
 
-  // 0, or one of the platform's result codes: 112 when there is no room for the bytes.
+  // 0, or a result code: 112 if the disk is full.
   int Append(std::span<const char> bytes);
 
-  // The next `size` bytes that have not been read yet, fewer at the end. The same result codes.
+  // The next `size` unread bytes, fewer at the end. The same result codes.
   int Read(std::size_t size, std::string& bytes);
 
  private:
@@ -33,7 +33,7 @@ class SpoolFile {
 
   std::function<std::filesystem::path()> folder_;
   int descriptor_ = -1;
-  std::int64_t refilled_ = 0;  // how much of the file has been taken into the buffer so far
+  std::int64_t refilled_ = 0;  // how much of the file has been read into the buffer
   std::string buffer_;
   std::size_t taken_ = 0;  // of the buffer
 };

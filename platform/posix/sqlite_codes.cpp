@@ -10,8 +10,7 @@
 namespace tsly {
 namespace {
 
-// SQLite may fail for a reason of its own, with no error number of the system. A file that is gone in the middle of its
-// use is no sign that there is none.
+// SQLite may fail without a system error number. A file that disappears during its use doesn't count as missing.
 int CodeOfSystemError(int error, int unnumbered, int unknown) {
   if (error == ENOENT || error == ENOTDIR) return kSharingViolation;
   return error != 0 ? CodeOf(error, unknown) : unnumbered;
@@ -46,7 +45,7 @@ int CodeOfSqlite(int code, sqlite3* connection) {
       return kInvalidParameter;
     case SQLITE_IOERR:
       return CodeOfSystemError(sqlite3_system_errno(connection), fault, fault);
-    default:  // SQLITE_CORRUPT, SQLITE_NOTADB, and tables of another shape
+    default:  // SQLITE_CORRUPT, SQLITE_NOTADB, and tables with other columns
       return kRegistryCorrupt;
   }
 }

@@ -1,7 +1,7 @@
-// The settings registry of the Linux edition: the user's root in a file of his own, the machine's root and the classes'
-// in one that all users read. Nothing is opened before the first use.
+// The settings registry of the Linux edition: one file for the user's root, and one that all users can read for the
+// roots of the machine and the classes. Opens nothing before the first use.
 //
-// One thread; a forked child makes its own. Tests of the program stand on tests/support/memory_registry.h instead.
+// One thread; a forked child creates its own. Tests of the program use tests/support/memory_registry.h instead.
 #pragma once
 
 #include <filesystem>
@@ -16,8 +16,8 @@ namespace tsly {
 
 class SqliteRegistry : public RegistryEditor {
  public:
-  // Absolute paths; folders and files are made at the first write. A user without the right to write the machine's file
-  // writes to an overlay in his own (registry_tree.h).
+  // Absolute paths; the first write creates folders and files. For a user without the right to write the machine's
+  // file, writes go to an overlay in the user's file (registry_tree.h).
   SqliteRegistry(std::filesystem::path user_file, std::filesystem::path machine_file);
 
   int Connect(const std::string& computer, RegKey root, RegKey& handle) override;
@@ -35,7 +35,7 @@ class SqliteRegistry : public RegistryEditor {
   int Together(const std::function<int()>& changes) override;
 
  private:
-  // The names as one walk sees them: read at index 0, and again after a write of ours.
+  // The names during an enumeration: read at index 0, and again after a write of this process.
   struct Listing {
     bool read = false;
     std::uint64_t writes = 0;

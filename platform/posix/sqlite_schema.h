@@ -8,7 +8,7 @@ namespace tsly {
 inline constexpr std::int64_t kTablesVersion = 2;
 inline constexpr std::int64_t kFormerTablesVersion = 1;  // without stamps
 
-// Names and paths have a folded column of their own, since SQLite folds ASCII letters only.
+// Names and paths have a separate folded column, because SQLite folds only ASCII letters.
 inline constexpr char kMakeFormerTables[] =
     "CREATE TABLE keys(parent TEXT, folded TEXT, name TEXT NOT NULL, deleted INTEGER NOT NULL,"
     " PRIMARY KEY(parent, folded)) WITHOUT ROWID;"
@@ -18,13 +18,13 @@ inline constexpr char kAddStamps[] =
     "CREATE TABLE stamps(key TEXT, folded TEXT, stamp INTEGER NOT NULL, PRIMARY KEY(key, folded)) WITHOUT ROWID;"
     "PRAGMA user_version = 2";
 
-// EXTRA also makes the deletion of the journal last, without which a power failure could undo a finished write.
+// EXTRA also flushes the deletion of the journal; otherwise a power failure could undo a finished write.
 inline constexpr char kPrivateSettings[] = "PRAGMA synchronous = EXTRA; PRAGMA journal_mode = DELETE";
-// The changes of a shared file stay in memory, and only the lock on the old file is used. Pages that were read once
-// stay too, up to 1 GB.
+// Changes of a shared file stay in memory; only the lock on the old file is used. Pages that have been read stay too,
+// up to 1 GB.
 inline constexpr char kSharedSettings[] =
     "PRAGMA cache_spill = OFF; PRAGMA cache_size = -1000000; PRAGMA journal_mode = MEMORY";
-// sqlite3_serialize puts zeros where it can't read a page. This reads them all first, each with its outcome.
+// sqlite3_serialize writes zeros for a page that it can't read. This reads all pages first and reports errors.
 inline constexpr char kReadEveryPage[] = "PRAGMA quick_check(1)";
 
 inline constexpr char kTablesQuery[] = "PRAGMA user_version";
@@ -47,12 +47,12 @@ inline constexpr char kPutValue[] =
     "INSERT INTO vals VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7) ON CONFLICT DO UPDATE SET"
     " type = excluded.type, data = excluded.data, base_type = excluded.base_type, base_data = excluded.base_data";
 inline constexpr char kEraseValue[] = "DELETE FROM vals WHERE key = ?1 AND folded = ?2";
-// Everything below a key lies between its path with "\" after it and with "]", the next character.
+// Everything below a key is between its path plus "\" and its path plus "]", the next character.
 inline constexpr char kEraseKey[] = "DELETE FROM keys WHERE parent = ?1 AND folded = ?2";
 inline constexpr char kEraseKeysBelow[] =
     "DELETE FROM keys WHERE parent = ?1 OR (parent > ?1 || '\\' AND parent < ?1 || ']')";
 inline constexpr char kEraseValuesBelow[] = "DELETE FROM vals WHERE key = ?1 OR (key > ?1 || '\\' AND key < ?1 || ']')";
-// Of the shared kind, before the change itself. The same data once more is no change.
+// For the shared kind, before the change itself. Writing the same data again is no change.
 inline constexpr char kStampNewData[] =
     "INSERT INTO stamps SELECT ?1, ?2, random() WHERE NOT EXISTS"
     "(SELECT 1 FROM vals WHERE key = ?1 AND folded = ?2 AND type = ?3 AND data = ?4)"
@@ -63,7 +63,7 @@ inline constexpr char kStampErased[] =
 inline constexpr char kStampErasedBelow[] =
     "INSERT INTO stamps SELECT key, folded, random() FROM vals WHERE key = ?1 OR (key > ?1 || '\\' AND key < ?1 || ']')"
     " ON CONFLICT DO UPDATE SET stamp = excluded.stamp";
-// Of the private kind.
+// For the private kind.
 inline constexpr char kPutStamp[] =
     "INSERT INTO stamps VALUES(?1, ?2, ?3) ON CONFLICT DO UPDATE SET stamp = excluded.stamp";
 inline constexpr char kEraseStamp[] = "DELETE FROM stamps WHERE key = ?1 AND folded = ?2";

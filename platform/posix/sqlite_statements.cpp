@@ -49,7 +49,7 @@ int SqliteStatements::Run(sqlite3* connection, const char* sql, std::initializer
     }
   }
   const int result = CodeOfSqlite(code, connection);
-  sqlite3_reset(statement);  // gives the step's failure once more
+  sqlite3_reset(statement);  // returns the failure of the step again
   sqlite3_clear_bindings(statement);
   return result;
 }

@@ -1,5 +1,5 @@
-// The prepared statements of one connection to SQLite, each made at its first use and kept until Clear. Results are
-// codes of ports/system_codes.h.
+// The prepared statements of one SQLite connection, prepared at their first use and kept until Clear. Results are codes
+// of ports/system_codes.h.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct sqlite3_stmt;
 
 namespace tsly {
 
-// A value for "?1", "?2" and so on. Text and bytes are borrowed for the length of the call.
+// A value for "?1", "?2" and so on. Text and bytes must live until the call returns.
 class SqliteParameter {
  public:
   struct Blob {
@@ -35,12 +35,12 @@ class SqliteParameter {
 
 class SqliteStatements {
  public:
-  // Takes one row; false: its columns don't hold what belongs there.
+  // Receives one row; false: its columns are invalid.
   using TakeRow = std::function<bool(sqlite3_stmt* row)>;
 
-  // `sql` is known by its address. 1009: the statement doesn't fit the file's tables, or `take` refused a row.
+  // `sql` is identified by its address. 1009: the statement doesn't match the file's tables, or `take` rejected a row.
   int Run(sqlite3* connection, const char* sql, std::initializer_list<SqliteParameter> parameters, const TakeRow& take);
-  // Before the connection is closed.
+  // Must be called before the connection is closed.
   void Clear();
 
  private:
@@ -49,7 +49,7 @@ class SqliteStatements {
   std::unordered_map<const char*, sqlite3_stmt*> statements_;
 };
 
-// False: the column holds no text.
+// False: the column has no text.
 bool ReadText(sqlite3_stmt* row, int column, std::string& text);
 bool ReadBlob(sqlite3_stmt* row, int column, std::string& bytes);
 

@@ -30,8 +30,8 @@ constexpr mode_t kSharedMode = 0644;
 constexpr mode_t kPrivateFolderMode = 0700;
 constexpr mode_t kSharedFolderMode = 0755;
 
-// SQLite's own time-out pauses longer and longer, up to 100 ms, and a process that writes without a break then keeps
-// others out for seconds: the lock is free for less than a millisecond between two of its writes.
+// SQLite's own time-out uses increasing pauses of up to 100 ms. A process that writes continuously would then lock out
+// others for seconds, because it frees the lock for less than a millisecond between two writes.
 int WaitForLock(void*, int times) {
   if (times >= kLongestWait / kPause) return 0;
   std::this_thread::sleep_for(kPause);
@@ -52,7 +52,7 @@ FileStamp StampOf(const struct stat& status) {
   return {status.st_size, status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
 }
 
-// "%", "?" and "#" have a meaning in an address.
+// "%", "?" and "#" have a meaning in a URI.
 std::string ImmutableUri(const std::filesystem::path& file) {
   std::string uri = "file:";
   for (const char c : file.string()) {
@@ -150,18 +150,18 @@ int SqliteStore::Finish(bool keep) {
   return code;
 }
 
-// Ends the open change, for good if nothing has failed so far.
+// Ends the open change and commits it if nothing has failed.
 int SqliteStore::End(int code) {
   const bool ends_well = code == kSuccess;
   if (ends_well) code = kind_ == Kind::kPrivate ? Run("COMMIT") : Publish();
   changing_ = false;
   const bool is_kept = ends_well && code != kSuccess && IsLockLeft();
-  // Closing rolls back. A shared file that was replaced is to be opened anew in any case.
+  // Closing rolls back. A replaced shared file has to be opened again in any case.
   if (code != kSuccess || kind_ == Kind::kShared) Disconnect();
   return is_kept ? kSuccess : code;
 }
 
-// Whether a COMMIT failed in nothing but letting go of its lock: the change is on the disk, and closing drops the lock.
+// Whether a COMMIT only failed to release its lock: the change is on the disk, and closing releases the lock.
 bool SqliteStore::IsLockLeft() const {
   const int reason = connection_ != nullptr ? sqlite3_extended_errcode(connection_) : SQLITE_OK;
   return kind_ == Kind::kPrivate && (reason == SQLITE_IOERR_RDLOCK || reason == SQLITE_IOERR_UNLOCK);
@@ -220,17 +220,16 @@ int SqliteStore::CheckWritable() {
 
 // --- The connection
 
-// Whether the path no longer names the file that the connection has open. The number of that file can't come again as
-// long as it is open.
+// Whether the path no longer refers to the open file. Its inode number can't be reused while it is open.
 bool SqliteStore::Moved() const {
   int moved = 0;
   if (sqlite3_file_control(connection_, "main", SQLITE_FCNTL_HAS_MOVED, &moved) != SQLITE_OK || moved != 0) return true;
-  // Nobody but a person who restores a copy writes into a shared file, and SQLite's own count doesn't tell of that.
+  // A shared file is written in place only by a user who restores a copy, which SQLite's change counter doesn't show.
   struct stat now {};
   return kind_ == Kind::kShared && (stat(file_.c_str(), &now) != 0 || StampOf(now) != opened_);
 }
 
-// Connects to the file that the path names now, or keeps the connection that does already. No file: no connection.
+// Connects to the file at the path, or keeps a connection to it. No file: no connection.
 int SqliteStore::Connect(Use use) {
   if (connection_ != nullptr && (Moved() || (use == Use::kWriting && for_reading_))) Disconnect();
   if (connection_ != nullptr) return kSuccess;
@@ -238,9 +237,9 @@ int SqliteStore::Connect(Use use) {
   if (stat(file_.c_str(), &status) != 0) {
     return errno == ENOENT || errno == ENOTDIR ? kSuccess : CodeOf(errno, kReadFault);
   }
-  if (!S_ISREG(status.st_mode)) return kAccessDenied;  // opening a pipe would wait for its other end
+  if (!S_ISREG(status.st_mode)) return kAccessDenied;  // opening a pipe would block
   opened_ = StampOf(status);
-  // A shared file never changes where it is, so that reading it needs neither locks nor a look for journals.
+  // A shared file is never changed in place, so reading needs neither locks nor a check for journals.
   for_reading_ = kind_ == Kind::kShared && use == Use::kReading;
   const std::string name = for_reading_ ? ImmutableUri(file_) : file_.string();
   const int flags = for_reading_ ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE;
@@ -262,7 +261,7 @@ void SqliteStore::Disconnect() {
   write_ready_ = changing_ = false;
 }
 
-// Another process may bring tables of the former version up at any time.
+// Another process may upgrade tables of the former version at any time.
 int SqliteStore::ReadTables() {
   if (tables_ == kTablesVersion) return kSuccess;
   std::int64_t version = 0, all = 0, ours = 0;
@@ -276,7 +275,7 @@ int SqliteStore::ReadTables() {
   return is_new || is_ours ? kSuccess : kRegistryCorrupt;
 }
 
-// As Connect; a connection from before the right to write came is made anew.
+// Connects for writing; reopens a connection from before the right to write was granted.
 int SqliteStore::ConnectForWriting() {
   const int code = Connect(Use::kWriting);
   if (code != kSuccess || connection_ == nullptr || sqlite3_db_readonly(connection_, "main") == 0) return code;
@@ -292,17 +291,17 @@ int SqliteStore::PrepareToWrite() {
     if (code == kSuccess) code = Connect(Use::kWriting);
   }
   if (code != kSuccess) return code;
-  if (connection_ == nullptr) return kSharingViolation;  // removed again by somebody
+  if (connection_ == nullptr) return kSharingViolation;  // removed by another process
   if (sqlite3_db_readonly(connection_, "main") != 0) return kAccessDenied;
   if (write_ready_) return kSuccess;
-  code = ReadTables();  // the settings change a foreign file that has another kind of journal
+  code = ReadTables();  // the settings would change a foreign file with another journal mode
   if (code == kSuccess) code = Execute(kind_ == Kind::kPrivate ? kPrivateSettings : kSharedSettings);
   write_ready_ = code == kSuccess;
   return code;
 }
 
-// Takes the write lock of the file that the path names: another writer may have put a new file there while this one
-// waited for the lock of the old one.
+// Takes the write lock of the file at the path: another writer may have replaced the file while this one waited for the
+// lock.
 int SqliteStore::Begin() {
   const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
   for (;;) {
@@ -325,7 +324,7 @@ int SqliteStore::MakeTables() {
   return code;
 }
 
-// Writes the database as the open transaction sees it into a new file, under the lock of the old one.
+// Writes the database, as seen by the open transaction, to a new file, under the lock of the old one.
 int SqliteStore::Publish() {
   const int whole = Run(kReadEveryPage, {}, [](sqlite3_stmt* row) {
     std::string finding;
@@ -336,7 +335,7 @@ int SqliteStore::Publish() {
   const std::unique_ptr<unsigned char, void (*)(void*)> image(sqlite3_serialize(connection_, "main", &size, 0),
                                                               sqlite3_free);
   if (!image) return kNotEnoughMemory;
-  if (Moved()) return kSharingViolation;  // by somebody who heeds no lock
+  if (Moved()) return kSharingViolation;  // by someone who ignores locks
   return ReplaceFile(file_, {reinterpret_cast<const char*>(image.get()), static_cast<std::size_t>(size)}, kSharedMode);
 }
 
@@ -359,11 +358,11 @@ int SqliteStore::Execute(const char* sql) {
 }
 
 int SqliteStore::Read(const char* sql, Parameters parameters, const SqliteStatements::TakeRow& take) {
-  // Inside a change, what it has changed so far is to be seen, and its lock is to be kept.
+  // Inside a change, reads its own changes and keeps its lock.
   const bool writing = connection_ != nullptr && !for_reading_;
   int code = changing_ ? kSuccess : Connect(writing ? Use::kWriting : Use::kReading);
   if (code != kSuccess || connection_ == nullptr) return code;
-  // The first reading of a connection asks for several things; in one transaction they need the file's lock once.
+  // The first read of a connection needs several statements; one transaction locks the file only once.
   const bool first = tables_ != kTablesVersion;
   if (first) code = Run("BEGIN");
   if (code == kSuccess) code = ReadTables();

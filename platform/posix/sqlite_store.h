@@ -1,12 +1,12 @@
-// One settings file: a SQLite database that holds the keys and values of one root or several.
+// One settings file: a SQLite database with the keys and values of one or more roots.
 //
-// Owned by SqliteRegistry, one thread. A file that is missing or empty reads as empty and is made, with its folders, at
-// the first write; one that is no database of ours gives 1009 and is never written. The connection is made at the first
-// use, kept, and made anew when another file has taken the path. A file of the former version, which has no stamps, is
-// read as it is and brought up at the first write. Results are codes of ports/system_codes.h: a read that gives 0 found
-// what is there, or made sure that nothing is; it never gives 2.
+// Owned by SqliteRegistry, one thread. A missing or empty file reads as empty; the first write creates it with its
+// folders. A file that isn't our database returns 1009 and is never written. The connection is opened at the first use,
+// kept, and reopened when another file replaces it. A file of the former version, without stamps, is readable; the
+// first write upgrades it. Results are codes of ports/system_codes.h. A read returns 0 whether or not it found
+// something, never 2.
 //
-// Keys are named by their folded path with the root in front ("hkcu\software\acme").
+// A key is identified by its folded path including the root ("hkcu\software\acme").
 #pragma once
 
 #include <cstdint>
@@ -29,14 +29,14 @@ struct RegistryData {
 
 struct StoredValue {
   std::string name;
-  std::optional<RegistryData> data;  // nothing: the row stands for a deletion
-  std::optional<RegistryData> base;  // of an overlay's row: what was there when it was written
-  // A random number that the shared kind gives a value with each change, its deletion included; the private kind keeps
-  // the one of `base`. 0: unchanged since there are stamps.
+  std::optional<RegistryData> data;  // nothing: a deletion
+  std::optional<RegistryData> base;  // for a row of an overlay: the value that it replaced
+  // A random number. The shared kind sets it at each change of a value, including its deletion; the private kind stores
+  // that of `base`. 0: never changed since stamps exist.
   std::int64_t stamp = 0;
 };
 
-enum class KeyState { kMissing, kThere, kDeleted };  // kDeleted: an overlay's row that stands for a deletion
+enum class KeyState { kMissing, kThere, kDeleted };  // kDeleted: a deletion in an overlay
 
 struct FileStamp {
   std::int64_t size = 0, modified = 0;  // bytes, nanoseconds
@@ -45,9 +45,9 @@ struct FileStamp {
 
 class SqliteStore {
  public:
-  // kPrivate: for its owner alone, written in place under a rollback journal.
-  // kShared: written by those with the right to and read by everybody. A journal that a killed writer leaves would lock
-  // out every reader who may not write, so each change is written as a whole new file that takes the old one's place.
+  // kPrivate: only for its owner, written in place with a rollback journal. kShared: readable by everyone, writable
+  // with the right to. The journal of a killed writer would lock out readers without that right, so each change writes
+  // a new file that replaces the old one.
   enum class Kind { kPrivate, kShared };
 
   SqliteStore(std::filesystem::path file, Kind kind);
@@ -56,30 +56,30 @@ class SqliteStore {
   SqliteStore& operator=(const SqliteStore&) = delete;
 
   int FindKey(const std::string& key, KeyState& state);
-  // A value that is gone comes without data, for its stamp.
+  // A deleted value is returned without data, for its stamp.
   int FindValue(const std::string& key, const std::string& name, std::optional<StoredValue>& value);
-  // Names in the order of their folded form, rows of deletions included.
+  // Names in the order of their folded form, including deletions.
   int KeyNames(const std::string& key, std::vector<std::string>& names);
   int ValueNames(const std::string& key, std::vector<std::string>& names);
-  // Whether anything is kept for a key or below it.
+  // Whether there are rows for a key or below it.
   int HasTree(const std::string& key, bool& any);
 
-  // 5: the file is there and can't be written.
+  // 5: the file exists and isn't writable.
   int CheckWritable();
 
-  // Runs `changes`, which uses the routines below, and makes all of it last, or nothing if it gives a code. 5: no right
-  // to write here. 32: another writer has held the file for more than five seconds. Only where the very last step fails
-  // (the deletion of the journal, the folder's way to the disk) may what gave a code be there after all.
+  // Runs `changes`, which uses the routines below, and commits all of it, or nothing if it returns a code. 5: no right
+  // to write. 32: another writer has locked the file for more than five seconds. Only if the very last step fails
+  // (deleting the journal, flushing the folder) may a change be stored although a code is returned.
   int Write(const std::function<int()>& changes);
 
-  // From Gather to Finish all writes are one, which lasts with Finish(true) or not at all: a write that fails after it
-  // has got the file undoes those before it, and Finish gives its code.
+  // All writes from Gather to Finish are one transaction, which Finish(true) commits. A write that fails after it has
+  // locked the file undoes the earlier ones, and Finish returns its code.
   void Gather();
   int Finish(bool keep);
 
-  // A key with all its parents; the last part as `state` says.
+  // Writes a key with all its parents; `state` is for the last part.
   int PutKey(const std::string& root, const std::string& path, KeyState state = KeyState::kThere);
-  // A name that is there already keeps its form.
+  // An existing name keeps its letter case.
   int PutValue(const std::string& key, const StoredValue& value);
   int EraseValue(const std::string& key, const std::string& name);
   int EraseTree(const std::string& key);
@@ -111,8 +111,8 @@ class SqliteStore {
   bool for_reading_ = false;  // the connection is for reading only
   FileStamp opened_;          // of the file when it was opened
   std::int64_t tables_ = 0;   // the version of the file's tables, 0 for a new file
-  bool write_ready_ = false;  // the connection's settings for writing are made
-  bool changing_ = false;     // the write lock is held
+  bool write_ready_ = false;  // the connection is set up for writing
+  bool changing_ = false;     // has the write lock
   bool gathering_ = false;
   int gathered_ = 0;  // the first failure since Gather
   SqliteStatements statements_;

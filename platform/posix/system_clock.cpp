@@ -11,9 +11,9 @@ DateTime SystemClock::Now() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   tm local{};
-  tzset();  // a process that lives for days may see its time zone changed
+  tzset();  // the time zone may change during a long run
   localtime_r(&now.tv_sec, &local);
-  const int second = std::min(local.tm_sec, 59);  // a leap second counts as the one before it
+  const int second = std::min(local.tm_sec, 59);  // a leap second counts as the previous one
   return MakeDateTime({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, second});
 }
 

@@ -1,4 +1,4 @@
-// The system's local date and time, and its clock that never goes back.
+// The system's local date and time, and its monotonic clock.
 #pragma once
 
 #include "ports/clock.h"

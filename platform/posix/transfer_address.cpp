@@ -37,7 +37,7 @@ bool HasScheme(const std::string& address) {
   return named && !(colon + 1 < address.size() && IsDigit(address[colon + 1]));
 }
 
-// Servers know folders by "/" alone.
+// Servers separate folders only by "/".
 void TurnBackslashes(std::string& address) {
   const std::size_t end = std::min(address.find_first_of("?#"), address.size());
   std::replace(address.begin(), address.begin() + static_cast<std::ptrdiff_t>(end), '\\', '/');

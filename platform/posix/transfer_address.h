@@ -1,4 +1,4 @@
-// Addresses as people and lists write them, made fit for a request.
+// Converts addresses from users and updates files for a request.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace tsly {
 
-// Gives `address` the form in which it is asked for: http when no scheme is given, blanks and bytes beyond ASCII
-// escaped, "\" before a query as "/". A fault for an empty or malformed address (12005) and for a scheme other than
-// http and https (12006).
+// Sets `address` to the form for a request: http if there is no scheme, blanks and non-ASCII bytes escaped, "\" before
+// a query replaced by "/". A fault for an empty or malformed address (12005) and for a scheme other than http and https
+// (12006).
 Fault UsableAddress(const std::string& given, std::string& address);
 
 }  // namespace tsly

@@ -23,7 +23,7 @@ namespace {
 constexpr int kStep = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr char kStaging[] = ".tsly-unpack-";
 constexpr char kLeftBehind[] = ".tsly-former-";
-// For the user to write and for all to read, whatever his mask takes: packs for all users are installed by one of them.
+// Writable for the user, readable for all, regardless of the umask: one user installs packs for all users.
 constexpr mode_t kProgram = 0755, kFile = 0644;
 
 struct PathSplit {
@@ -36,7 +36,7 @@ PathSplit SplitPath(std::string_view path) {
   return {path.substr(0, start), std::string(path.substr(start))};
 }
 
-// "." and ".." are left out.
+// Skips "." and "..".
 template <typename Visitor>
 int ForEachName(int folder, Visitor visit) {
   Descriptor listed(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -55,7 +55,7 @@ int ForEachName(int folder, Visitor visit) {
 
 int ErrorOf(int returned) { return returned < 0 ? errno : 0; }
 
-// Gives back what the user's mask took. A file system that keeps no rights has the same ones for all of its files.
+// Restores what the umask removed. On a file system without rights all files have the same ones.
 int GiveRights(int file, mode_t rights) {
   struct stat status {};
   if (fstat(file, &status) < 0) return errno;
@@ -67,7 +67,7 @@ bool IsSame(const struct stat& one, const struct stat& other) {
   return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-// Whether `folder` is still the one of that name in `parent`.
+// Whether `folder` is still the folder `name` in `parent`.
 bool IsNamed(int folder, int parent, const std::string& name) {
   struct stat ours {
   }, there{};
@@ -75,8 +75,8 @@ bool IsNamed(int folder, int parent, const std::string& name) {
          IsSame(ours, there);
 }
 
-// The names of staged files and of former ones are numbers. Any other, and the file may be the only copy: of such a
-// folder nothing is removed.
+// Staged and former files have numbers as names. A file with any other name may be the only copy, so nothing in such a
+// folder is removed.
 bool MayGo(int staging) {
   bool only_numbers = true;
   const int error = ForEachName(staging, [&only_numbers](std::string_view name) {
@@ -85,7 +85,7 @@ bool MayGo(int staging) {
   return error == 0 && only_numbers;
 }
 
-// Tries again after a failure: nothing may be unpacked into this folder for a long time, and nobody else removes it.
+// Retries after a failure: the next unpacking into this folder may be a long time away, and nothing else removes it.
 void Remove(int staging, int parent, const std::string& name) {
   for (int tries = 2; tries > 0; --tries) {
     ForEachName(staging, [staging](const char* file) { unlinkat(staging, file, 0); });
@@ -93,7 +93,7 @@ void Remove(int staging, int parent, const std::string& name) {
   }
 }
 
-// What killed processes of this user left.
+// Removes the staging folders of this user's killed processes.
 void RemoveAbandoned(int parent) {
   ForEachName(parent, [parent](const char* name) {
     if (!std::string_view(name).starts_with(kStaging)) return;
@@ -134,7 +134,7 @@ int FolderChain::EnterChild(const std::string& name) {
     if (const int error = InOtherCapitals(name, spelled)) return error;
     if (spelled.empty()) {
       is_new = mkdirat(Present(), name.c_str(), kProgram) == 0;
-      if (!is_new && errno != EEXIST) return errno;  // another process may have made it since
+      if (!is_new && errno != EEXIST) return errno;  // another process may have created it meanwhile
       if (is_new) NoteMade(name);
       spelled = name;
     }
@@ -162,7 +162,7 @@ int FolderChain::InOtherCapitals(const std::string& name, std::string& spelled) 
   if (level.is_new) return 0;
   if (!level.is_listed) {
     const int error = ForEachName(Present(), [&level](const char* found) {
-      // Of several names that differ in their capitals the first in byte order counts, as everywhere.
+      // If names differ only in letter case, the first in byte order counts, as everywhere.
       std::string& first = level.spelled[LowerCase(found)];
       if (first.empty() || found < first) first = found;
     });
@@ -186,7 +186,7 @@ int FolderChain::Find(const std::string& name, std::string& spelled) {
 void FolderChain::RemoveMade() {
   while (!made_.empty()) {
     const std::string path = std::move(made_.back());
-    made_.pop_back();  // before Enter, which adds what it makes anew
+    made_.pop_back();  // before Enter, which adds what it creates
     const auto [folder, name] = SplitPath(path);
     if (Enter(folder) == 0) unlinkat(Present(), name.c_str(), AT_REMOVEDIR);
   }
@@ -245,11 +245,11 @@ int UnpackTarget::MakeStaging() {
   return EEXIST;
 }
 
-// EWOULDBLOCK: another process took the new folder for an abandoned one, before it was locked.
+// EWOULDBLOCK: another process treated the new folder as abandoned before it was locked.
 int UnpackTarget::LockStaging() {
   staging_ = Descriptor(openat(Target(), staging_name_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!staging_) return errno == ENOENT ? EWOULDBLOCK : errno;
-  // Where nothing can be locked, nobody else gets the lock either.
+  // Without lock support no other process gets the lock either.
   if (flock(staging_.Get(), LOCK_EX | LOCK_NB) < 0 && errno != EOPNOTSUPP && errno != ENOSYS) return errno;
   return IsNamed(staging_.Get(), Target(), staging_name_) ? 0 : EWOULDBLOCK;
 }
@@ -262,23 +262,23 @@ Descriptor UnpackTarget::Create(std::size_t index, bool is_executable) {
   return file && errno == 0 ? std::move(file) : Descriptor();
 }
 
-// While another process places its files, or takes them back after a failure, this one waits: the versions of two don't
-// mix. EWOULDBLOCK after half a minute, as the other one may hang.
+// Waits while another process places its files or undoes that, so that versions don't mix. EWOULDBLOCK after half a
+// minute, because the other process may hang.
 int UnpackTarget::LockTarget() {
   constexpr timespec kPause{0, 50'000'000};
   lock_ = Descriptor(openat(Target(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!lock_) return errno;
   for (int left = 600; flock(lock_.Get(), LOCK_EX | LOCK_NB) < 0; --left) {
-    if (errno == EOPNOTSUPP || errno == ENOSYS) return 0;  // nobody else gets a lock there either
+    if (errno == EOPNOTSUPP || errno == ENOSYS) return 0;  // no other process gets a lock there either
     if (errno != EWOULDBLOCK || left == 0) return errno;
     nanosleep(&kPause, nullptr);
   }
   return 0;
 }
 
-// The caller records what it installed, and that must not outlive the files when the power fails: contents are on the
-// disk before a name leads to them, names before success is reported. One call for the whole file system, as the order
-// in which file systems store the renames of single folders differs; the second one has little left to write.
+// The caller records the version next, and after a power failure that record must not exist without the files. So
+// contents are flushed before the renames, and the renames before success is reported. Flushes the whole file system,
+// because file systems store the renames of single folders in different orders; the second flush has little to write.
 UnpackTarget::Outcome UnpackTarget::Place(std::span<const std::string> paths, bool replace) {
   Outcome outcome{ErrorOf(syncfs(staging_.Get())), paths.size()};
   if (outcome.error == 0) outcome.error = LockTarget();
@@ -288,14 +288,14 @@ UnpackTarget::Outcome UnpackTarget::Place(std::span<const std::string> paths, bo
   if (is_done_) {
     lock_ = Descriptor();
   } else {
-    Undo(paths);  // the lock is held until the folders that were made are removed
+    Undo(paths);  // keeps the lock until the new folders are removed
   }
   return outcome;
 }
 
-// `index` is the one that an error is about.
+// `index`: the path of an error.
 int UnpackTarget::PlaceAll(std::span<const std::string> paths, bool replace, std::size_t& index) {
-  // In the order of the paths each folder is entered once.
+  // In the order of the paths, to enter each folder only once.
   std::vector<std::size_t> order(paths.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::ranges::sort(order, {}, [paths](std::size_t at) { return std::string_view(paths[at]); });
@@ -324,8 +324,8 @@ int UnpackTarget::PlaceOne(const std::string& path, std::size_t index, bool repl
   return error;
 }
 
-// The file's owner and the rights that he gave it stay; a pack made where there are none of these says nothing of them.
-// A file that can't be given to its former owner must not be closed to him either.
+// Keeps the file's owner and rights; a pack from a system without them has none. If the file can't get its former
+// owner, that owner keeps access.
 int UnpackTarget::KeepRights(const std::string& staged, const struct stat& former) {
   struct stat ours {};
   if (fstatat(staging_.Get(), staged.c_str(), &ours, AT_SYMLINK_NOFOLLOW) < 0) return errno;
@@ -334,12 +334,12 @@ int UnpackTarget::KeepRights(const std::string& staged, const struct stat& forme
       fchownat(staging_.Get(), staged.c_str(), former.st_uid, former.st_gid, AT_SYMLINK_NOFOLLOW) == 0 ||
       former.st_uid == ours.st_uid;
   mode_t mode = (same_owner ? former.st_mode : ours.st_mode | (former.st_mode & 0111)) & 0777;
-  if ((ours.st_mode & 0100) != 0) mode |= (mode & 0444) >> 2;  // who may read it may run it
+  if ((ours.st_mode & 0100) != 0) mode |= (mode & 0444) >> 2;  // execute rights follow read rights
   if (mode == (ours.st_mode & 0777)) return 0;
   return ErrorOf(fchmodat(staging_.Get(), staged.c_str(), mode, 0));
 }
 
-// The staged file takes the place of the one in the folder, which goes into staging, there called `former`.
+// Exchanges the staged file and the one in the folder, which gets the name `former` in staging.
 int UnpackTarget::Swap(const std::string& staged, int folder, const std::string& name, std::string& former) {
   struct stat status {};
   if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) return errno;
@@ -351,8 +351,8 @@ int UnpackTarget::Swap(const std::string& staged, int folder, const std::string&
   if (renameat2(staging_.Get(), staged.c_str(), folder, name.c_str(), RENAME_EXCHANGE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;
 
-  // A file system that can't exchange two names. Between the first two renames the user's file is in staging alone;
-  // its name keeps it from being removed there should this process end meanwhile.
+  // For a file system that can't exchange two names. Between the first two renames the user's file is only in staging;
+  // its name protects it from removal if this process ends meanwhile.
   const std::string only_copy = staged + ".former";
   if (renameat(folder, name.c_str(), staging_.Get(), only_copy.c_str()) < 0) return errno;
   if (renameat(staging_.Get(), staged.c_str(), folder, name.c_str()) < 0) {
@@ -373,7 +373,7 @@ void UnpackTarget::Undo(std::span<const std::string> paths) {
     if (error == 0 && fstatat(chain_->Present(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) < 0 && errno != ENOENT) {
       error = errno;
     }
-    if (now.st_ino != 0 && now.st_ino != file) continue;  // somebody else replaced it since, and may have recorded it
+    if (now.st_ino != 0 && now.st_ino != file) continue;  // replaced by another process, which may have recorded it
     if (former.empty()) {
       if (error == 0) unlinkat(chain_->Present(), name.c_str(), 0);
     } else if (error != 0 || renameat(staging_.Get(), former.c_str(), chain_->Present(), name.c_str()) < 0) {
@@ -383,7 +383,7 @@ void UnpackTarget::Undo(std::span<const std::string> paths) {
   if (is_lost) LeaveBehind();
 }
 
-// Staging holds files of the user that could not be put back: under its new name it stays.
+// Staging has user files that couldn't be restored: keeps it under a new name.
 void UnpackTarget::LeaveBehind() {
   if (!left_behind_.empty()) return;
   const std::string kept = kLeftBehind + staging_name_.substr(std::string_view(kStaging).size());

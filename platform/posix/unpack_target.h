@@ -1,14 +1,13 @@
-// The folder that an archive is unpacked into, changed as a whole or not at all: files are written into a staging
-// folder that nobody else may read, in the target itself, and renamed into place when all of them are complete. Folders
-// of the target that are on another file system can't be reached that way: an archive with a file for one is refused.
+// The target folder of an archive, changed completely or not at all: files are written to a private staging folder
+// inside the target and renamed when all are complete. Renames can't reach folders on another file system: an archive
+// with a file for such a folder is refused.
 //
-// The staging folder is locked while it is in use, so that one that a killed process left is known by its free lock.
-// Such a folder is removed by the next MakeStaging in the same target, unless it holds a file of the user that may have
-// no other copy.
+// The staging folder is locked while in use, so an unlocked one was left by a killed process. The next MakeStaging in
+// the same target removes it, unless it has a user file that may be the only copy.
 //
-// Several processes may unpack into one target: each places its files under a lock on the target, and holds the lock
-// until it has taken back what it couldn't complete. This lock doesn't cover another target above or below this one;
-// there, a file that somebody else put in the place of ours since is not taken back.
+// Several processes may unpack into one target: each places its files under a lock on the target, which it keeps until
+// it has undone an incomplete change. The lock doesn't cover targets above or below this one; there, a file that
+// another process has replaced meanwhile is not undone.
 //
 // Serves one archive, on one thread. Errors are errno values, 0 for none.
 #pragma once
@@ -27,20 +26,20 @@
 
 namespace tsly {
 
-// Goes from folder to folder below a root, one level at a time and never through a symbolic link.
+// Moves between folders below a root, one level at a time and never through a symbolic link.
 class FolderChain {
  public:
   explicit FolderChain(Descriptor root) { levels_.push_back({"", std::move(root), false, {}, false}); }
 
-  // Makes "a/b/" the present folder; missing ones are made and noted. "" is the root.
+  // Makes "a/b/" the current folder; creates and records missing ones. "" is the root.
   int Enter(std::string_view folder);
 
   int Present() const { return levels_.back().folder.Get(); }
-  // How a name is spelled in the present folder: exactly so, else in other capitals; "" if it isn't there.
+  // The name's spelling in the current folder: exact, otherwise in another letter case; "" if not found.
   int Find(const std::string& name, std::string& spelled);
 
-  // Removes the folders that were made, the last one first, and that nobody put anything into. One that another process
-  // has entered and that is still empty is removed as well; below one UnpackTarget its lock keeps others from that.
+  // Removes the created folders that are empty, in reverse order, even if another process has entered one; within one
+  // UnpackTarget its lock prevents that.
   void RemoveMade();
 
  private:
@@ -48,7 +47,7 @@ class FolderChain {
     std::string name;
     Descriptor folder;
     bool is_new;
-    std::unordered_map<std::string, std::string> spelled;  // by lower-case name; filled at the first need
+    std::unordered_map<std::string, std::string> spelled;  // by lower-case name; filled on first use
     bool is_listed;
   };
 
@@ -62,7 +61,7 @@ class FolderChain {
 
 class UnpackTarget {
  public:
-  // Why and at which of the paths a Place ended; `index` is past the last one when it was at none.
+  // The error of Place and its path; `index` is past the end if the error isn't about a path.
   struct Outcome {
     int error = 0;
     std::size_t index = 0;
@@ -71,24 +70,24 @@ class UnpackTarget {
   UnpackTarget() = default;
   UnpackTarget(const UnpackTarget&) = delete;
   UnpackTarget& operator=(const UnpackTarget&) = delete;
-  ~UnpackTarget();  // removes the staging folder, and without a successful Place the folders that were made
+  ~UnpackTarget();  // removes the staging folder and, without a successful Place, the created folders
 
-  // The folder itself need not be there yet: MakeStaging makes it. The root of all folders is refused: it is what
-  // remains of a path whose folder couldn't be named.
+  // The folder needn't exist yet: MakeStaging creates it. Refuses the root folder, which is the result of a missing
+  // folder name.
   int Open(std::string folder);
   std::int64_t FreeBytes() const;
   int MakeStaging();
 
-  // A new file in staging, to be placed as paths[index]; after a failure none, with the reason in errno.
+  // A new file in staging, for paths[index]; none after a failure, with the reason in errno.
   Descriptor Create(std::size_t index, bool is_executable);
 
-  // Puts the staged files, by index, where `paths` say (parts joined by "/", a folder's path ends in one, "" is
-  // skipped). After success all of it is on the disk, to outlive a loss of power, where the file system passes syncfs
-  // on (some in user space and on other machines don't); after an error everything is as it was before. EWOULDBLOCK:
-  // another process kept the target locked for half a minute.
+  // Places the staged files, by index, at `paths` (parts joined by "/", a folder's path ends in one, "" is skipped).
+  // After success everything is on the disk if the file system supports syncfs (some FUSE and network file systems
+  // don't); after an error everything is as before. EWOULDBLOCK: another process has locked the target for half a
+  // minute.
   Outcome Place(std::span<const std::string> paths, bool replace);
 
-  // Not empty when an error could not be undone: the folder that the user's former files were left in.
+  // Not empty if an error couldn't be undone: the folder with the user's former files.
   const std::string& LeftBehind() const { return left_behind_; }
 
  private:
@@ -96,7 +95,7 @@ class UnpackTarget {
     std::size_t index;
     ino_t file;
     std::string name;
-    std::string former;  // the name in staging of the file that was there before; "" if none was
+    std::string former;  // the former file's name in staging; "" if none
   };
 
   int LockStaging();
@@ -109,12 +108,12 @@ class UnpackTarget {
   void Undo(std::span<const std::string> paths);
   void LeaveBehind();
 
-  std::optional<FolderChain> chain_;  // from the nearest folder that was there
-  Descriptor target_;                 // that folder, after MakeStaging the target itself
+  std::optional<FolderChain> chain_;  // from the nearest existing folder
+  Descriptor target_;                 // that folder; after MakeStaging the target itself
   Descriptor staging_;
-  Descriptor lock_;        // on the target, by a descriptor of its own
-  std::string root_path_;  // of the nearest folder that was there
-  std::string missing_;    // what of the target was not: "" or "a/b/"
+  Descriptor lock_;        // on the target, with its own descriptor
+  std::string root_path_;  // of the nearest existing folder
+  std::string missing_;    // the missing part of the target: "" or "a/b/"
   std::string staging_name_;
   std::vector<Placed> placed_;
   std::string left_behind_;
