@@ -54,8 +54,8 @@ inline double ProcessorSeconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-// The transfer control of a benchmark: tells when a request was made, when its last state came, and when
-// that had been dealt with.
+// The transfer control of a benchmark: records the times of the request, of its last state, and of the end of that
+// state's handling.
 class TimedTransfer final : public TransferControl {
  public:
   explicit TimedTransfer(TransferControl& inner) : inner_(inner) {}
@@ -88,7 +88,7 @@ class TimedTransfer final : public TransferControl {
   TransferControl& inner_;
 };
 
-// Answers every message itself, and tells when the pointer was set back: the end of RetrieveUpdates.
+// Answers every message, and records when the pointer was reset: the end of RetrieveUpdates.
 class UnattendedToolkit final : public HeadlessToolkit {
  public:
   std::chrono::steady_clock::time_point pointer_set;
@@ -101,7 +101,7 @@ class UnattendedToolkit final : public HeadlessToolkit {
   }
 };
 
-// The program in a scratch folder, on the real registry, INI reader, files, loop and transfer control.
+// The program in a scratch folder, with the real registry, INI reader, files, loop and transfer control.
 template <typename ToolkitType, typename UnzipType = RecordingUnzipFactory>
 class BenchApp {
  public:

@@ -1,6 +1,6 @@
-// How quickly the dialog answers: dialog_bench URL, of a document of 1 GiB.
+// How quickly the dialog responds: dialog_bench URL, of a document of 1 GiB.
 //   a click on the frequency until it is painted, while the document arrives
-//   a dot behind a transcript of 400 lines, and a line of it
+//   a dot and a line appended to a transcript of 400 lines
 #include <QApplication>
 #include <QMouseEvent>
 #include <QWidget>
@@ -14,7 +14,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Clicks on a widget and notes when it has been painted.
+// Clicks on a widget and records when it has been painted.
 class Clicker final : public QObject {
  public:
   explicit Clicker(QWidget& widget) : widget_(widget) { widget.installEventFilter(this); }
@@ -60,7 +60,7 @@ void ClicksDuringADownload(const std::string& url) {
       clicker.Click();
     }
   });
-  // Nothing is offered: a message says so.
+  // There are no updates: answers the message.
   const TimerId answer = app.loop.StartTimer(std::chrono::milliseconds(50), [] {
     if (QWidget* box = QApplication::activeModalWidget()) box->close();
   });

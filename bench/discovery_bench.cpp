@@ -1,5 +1,5 @@
-// What a search costs behind the network: up to 20,000 modules looked up in the real registry, their exclusions, and a
-// list of 500 updates from the click until it is painted, beside a plain list of as many labels.
+// The cost of a search without the network: looking up to 20,000 modules in the real registry, their exclusions, and a
+// list of 500 updates from the click until it is painted, compared with a plain list of as many labels.
 #include <sqlite3.h>
 
 #include <QApplication>
@@ -18,7 +18,7 @@ namespace {
 
 std::string Module(int number) { return "Module " + std::to_string(number); }
 
-// An updates file of so many modules; with exclusions, every module excludes its neighbour, and all are newer.
+// An updates file in which all modules are newer; with exclusions, every module excludes its neighbour.
 std::string UpdatesFile(int modules, bool with_excludes) {
   std::string text = "[Versions]\r\n";
   for (int i = 0; i < modules; ++i) text += Module(i) + (with_excludes ? "=7.0.2.0\r\n" : "=7.0.1.0\r\n");
@@ -27,7 +27,7 @@ std::string UpdatesFile(int modules, bool with_excludes) {
   return text;
 }
 
-// Puts the modules' recorded versions into the machine's settings, which the program would write one by one.
+// Writes the modules' recorded versions to the machine's settings in one go, unlike the program.
 void RecordVersions(const std::filesystem::path& file, int modules) {
   const std::string key = LowerCase("hklm\\" + MRegistry::JoinRegPath(SettingsKey, VersionSubkey));
   std::string sql = "BEGIN;";
@@ -119,7 +119,7 @@ void MeasureList() {
               Median(plain));
 }
 
-// From the last state of the transfer until the list is painted, and until all of it is gone again.
+// From the last state of the transfer until the list is painted, and until it is destroyed.
 void MeasureLongOffer(int modules) {
   BenchApp<QtToolkit> app;
   HttpServer server;

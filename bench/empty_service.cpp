@@ -1,4 +1,4 @@
-// The least that the session bus can start: the peer of the updater's own start in automation_bench.
+// The smallest service that the session bus can start: the baseline of the updater's start in automation_bench.
 #include <QApplication>
 #include <QDBusConnection>
 

@@ -1,6 +1,6 @@
-// An installation's slow steps.
-//   install_bench                        verification beside the same loop without events; a run of 100 packs
-//   install_bench --unzip ZIP FOLDER     one extraction: seconds, peak megabytes above those before it
+// The slow steps of an installation.
+//   install_bench                        verification, compared with the same loop without events; a run of 100 packs
+//   install_bench --unzip ZIP FOLDER     one extraction: seconds, additional peak megabytes
 #include <QApplication>
 #include <atomic>
 #include <cstdio>
@@ -18,7 +18,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// As cCRC32 does it, without letting events run.
+// Like cCRC32, without processing events.
 std::uint32_t PlainChecksum(Files& files, const std::string& path) {
   std::array<std::uint32_t, 256> table{};
   for (std::uint32_t i = 0; i < table.size(); ++i) {
@@ -39,7 +39,7 @@ std::uint32_t PlainChecksum(Files& files, const std::string& path) {
   return ~crc;
 }
 
-// Posts an event every few milliseconds from a thread of its own, and notes how long each waited.
+// Posts an event every few milliseconds from another thread, and records how long each waited.
 class Poster {
  public:
   explicit Poster(EventLoop& loop)
@@ -86,7 +86,7 @@ void Verification() {
   std::printf("an event posted meanwhile: %.1f ms at the longest, of %zu\n", longest, poster.waits.size());
 }
 
-// Notes when it was inside Extract.
+// Records the time inside Extract.
 class TimedUnzip final : public ArchiveUnzip {
  public:
   static inline std::vector<std::pair<steady_clock::time_point, steady_clock::time_point>> busy;
@@ -131,7 +131,7 @@ void HundredPacks(const std::string& pack_file) {
   const double taken = SecondsOf([&] { dialog.Deliver(click, dialog.LoadNumber()); });
   poster.End();
 
-  // Those that met the saving of a document or an extraction don't count: both hold the thread, as told.
+  // Excludes events during the saving of a document or an extraction, which block the thread.
   double longest = 0, longest_of_all = 0;
   std::size_t counted = 0;
   for (const auto& wait : poster.waits) {

@@ -1,5 +1,5 @@
-// What speaking the user's language costs: files, language, skin, fonts and the dialog's texts, measured in the real
-// font. language_bench LANGUAGE [ROUNDS]
+// The cost of localization: files, language, skin, fonts and the dialog's texts, measured in the real font.
+// language_bench LANGUAGE [ROUNDS]
 #include <QApplication>
 #include <cstdio>
 #include <cstdlib>
@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
   for (int round = 0; round < rounds; ++round) {
     BenchApp<QtToolkit> app;
     app.program.dialog.Unload();
-    app.profiles = IniReader();  // as a process that has read nothing yet
+    app.profiles = IniReader();  // like a process that has read nothing yet
     app.program.registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, language);
     times.push_back(SecondsOf([&] { app.program.dialog.Load(); }));
     if (app.program.localization.GetLanguageInfo(0) != language || app.program.dialog.CheckLinkTexts.size() != 8) {

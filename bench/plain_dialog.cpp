@@ -1,4 +1,4 @@
-// A dialog with as many widgets as the updater's, made as plainly as Qt allows: the peer of its start in start_bench.
+// The simplest Qt dialog with as many widgets as the updater's: the baseline of its start in start_bench.
 #include <QApplication>
 #include <QLabel>
 #include <QPlainTextEdit>

@@ -1,4 +1,4 @@
-// Look-ups in a great INI file, and files made to make them slow; beside a plain reading of the same bytes.
+// Look-ups in a large INI file, and in files designed to be slow, compared with plain reading of the same bytes.
 #include <cstdio>
 #include <fstream>
 

@@ -1,5 +1,5 @@
-// What the settings registry costs: a setting opened, read and closed, by a process that has used the stores before
-// and by one that has not, and a durable write into each kind of file.
+// The cost of the settings registry: opening, reading and closing a setting in a process that has used the stores
+// before and in one that has not, and a durable write to each kind of file.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>

@@ -1,5 +1,5 @@
-// From the start of the process to the painted check panel, as somebody who watches the screen would see it, beside
-// plain_dialog: start_bench FOLDER, on a display without a window manager. FOLDER holds the release with plain_dialog.
+// The time from the start of the process to the painted check panel on the screen, compared with plain_dialog:
+// start_bench FOLDER, on a display without a window manager. FOLDER has the release and plain_dialog.
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// A place of both dialogs where nothing but their background lies.
+// A position where both dialogs show only their background.
 bool IsPainted() {
   QScreen* screen = QGuiApplication::primaryScreen();
   const QPoint place = screen->geometry().center() + QPoint(-230, 120);

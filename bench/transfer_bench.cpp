@@ -1,6 +1,6 @@
-// One document through the program, from the request to the stored file:
+// Downloads one document with the program, from the request to the stored file:
 //   transfer_bench URL        seconds to the last state, seconds of the saving steps, peak memory
-//   transfer_bench --idle     the share of a processor that the wait for a silent server takes
+//   transfer_bench --idle     processor use while waiting for a server that doesn't respond
 #include <QApplication>
 #include <cstdio>
 

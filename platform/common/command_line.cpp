@@ -11,7 +11,7 @@ std::size_t CountLeading(std::string_view text, char c) { return std::min(text.f
 
 std::vector<std::string> SplitArguments(std::string_view rest) {
   std::vector<std::string> arguments;
-  bool inside = false;  // an argument has begun
+  bool inside = false;  // inside an argument
   std::size_t quotes = 0;
   while (!rest.empty()) {
     if (quotes == 0 && (rest[0] == ' ' || rest[0] == '\t')) {
@@ -38,7 +38,7 @@ std::vector<std::string> SplitArguments(std::string_view rest) {
       rest.remove_prefix(1);
       continue;
     }
-    // A run of quotes: each third one, the opening one counted, is a plain quote.
+    // In a run of quotes, including the opening one, each third one is a literal quote.
     const std::size_t run = CountLeading(rest, '"');
     arguments.back().append((quotes + run) / 3, '"');
     quotes = (quotes + run) % 3 == 1 ? 1 : 0;

@@ -1,4 +1,4 @@
-// Command lines in the form that programs of Windows take them.
+// Command lines by the rules of Windows programs.
 #pragma once
 
 #include <string>
@@ -7,9 +7,10 @@
 
 namespace tsly {
 
-// The arguments of a command line without its program, by the rules of CommandLineToArgvW: blanks and tabs separate;
-// quotes keep them; backslashes are special only before a quote (2n and a quote: n and the quote's meaning, 2n + 1 and
-// a quote: n and a plain quote); a quote doubled inside quotes is a plain one and ends them.
+// The arguments of a command line without its program, by the rules of CommandLineToArgvW: blanks and tabs separate
+// arguments, except inside quotes; backslashes are special only before a quote (2n and a quote: n backslashes and a
+// special quote, 2n + 1 and a quote: n backslashes and a literal quote); two quotes inside quotes are a literal quote
+// and end the quoted part.
 std::vector<std::string> SplitArguments(std::string_view command_line);
 
 }  // namespace tsly

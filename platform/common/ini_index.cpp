@@ -29,14 +29,14 @@ std::size_t LineLength(std::string_view text) {
   return length;
 }
 
-// What counts of a line.
+// The significant part of a line.
 std::string_view Contents(std::string_view line) { return TrimBlanks(line.substr(0, line.find('\0'))); }
 
 bool IsAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-// How much of `text` to fold at a time: so little that it needs no memory, and never a part of a letter, which cannot
-// begin at a byte of the form 10xxxxxx nor be longer than four bytes.
+// How much of `text` to fold at a time: short enough to need no allocation, and never a part of a character (no
+// character begins with a byte 10xxxxxx or is longer than four bytes).
 std::size_t PieceLength(std::string_view text) {
   constexpr std::size_t kPiece = 15;
   if (text.size() <= kPiece) return text.size();
@@ -59,7 +59,7 @@ void EachFolded(std::string_view name, Use use) {
   }
 }
 
-// Of texts of one length.
+// For texts of the same length.
 bool AreEqualFolded(std::string_view a, std::string_view b) {
   std::size_t i = 0;
   while (i < a.size() && IsAscii(a[i]) && IsAscii(b[i])) {
@@ -73,7 +73,7 @@ bool AreEqualFolded(std::string_view a, std::string_view b) {
   return true;
 }
 
-// A file made so that its names collide has to know this.
+// Random, so that no file can be prepared to make its names collide.
 std::uint64_t Seed() {
   static const std::uint64_t seed = [] {
     std::uint64_t random = 0;
@@ -94,8 +94,8 @@ std::uint64_t Mix(std::uint64_t number) {
 
 __extension__ typedef unsigned __int128 Wide;
 
-// One step of a polynomial at a secret place, over the prime 2^61 - 1: two names of n bytes have the same value at n of
-// its places at most.
+// One step of evaluating a polynomial at a secret point, modulo the prime 2^61 - 1: two names of n bytes have the same
+// value at no more than n points.
 std::uint64_t Step(std::uint64_t value, std::uint64_t place, std::uint64_t next) {
   constexpr std::uint64_t kPrime = (std::uint64_t{1} << 61) - 1;
   const Wide product = Wide{value} * place + next;
@@ -105,7 +105,7 @@ std::uint64_t Step(std::uint64_t value, std::uint64_t place, std::uint64_t next)
 
 }  // namespace
 
-// A place for each name and a third more.
+// A slot for each name, and a third more.
 IniIndex::NameTable::NameTable(std::size_t names, std::size_t positions)
     : position_bits_(static_cast<std::uint32_t>((std::uint64_t{1} << std::bit_width(positions)) - 1)),
       size_(names + names / 3 + 1),
@@ -139,8 +139,8 @@ bool IniIndex::NameTable::Add(std::uint64_t hash, std::uint32_t position, Predic
 
 IniIndex::IniIndex(std::string text) : text_(std::move(text)) { FillTables(Condense()); }
 
-// Gives the number of entries. Nothing is written behind what has been read: a section's two marks take the place of
-// its brackets, and only the text's last line can lack the character that its end would take.
+// Returns the number of entries. Never writes beyond what has been read: the two marks of a section replace its
+// brackets, and only the last line may lack the character that its end needs.
 std::size_t IniIndex::Condense() {
   std::size_t written = 0, entries = 0, sections = 0;
   bool has_name = false;
@@ -176,7 +176,7 @@ std::size_t IniIndex::Condense() {
 void IniIndex::FillTables(std::size_t entries) {
   section_table_ = NameTable(sections_.capacity(), sections_.capacity());
   entry_table_ = NameTable(entries, text_.size());
-  bool is_first = false;  // a later section of the same name is only listed
+  bool is_first = false;  // later sections of the same name are only listed
   for (std::size_t line = 0; line < text_.size(); line = NextLine(line)) {
     if (text_[line] == '\r') {
       const auto section = static_cast<std::uint32_t>(sections_.size());
@@ -192,7 +192,7 @@ void IniIndex::FillTables(std::size_t entries) {
   }
 }
 
-// The same for names that differ in their capitals only.
+// Equal for names that differ only in letter case.
 std::uint64_t IniIndex::HashOf(std::string_view name, std::uint64_t section) {
   const std::uint64_t place = Seed() >> 3;
   std::uint64_t value = section + 1;

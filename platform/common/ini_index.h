@@ -1,14 +1,13 @@
-// The contents of one INI file, ready for look-ups. Built once from the whole text (UTF-8, or bytes that pass as they
-// are; less than 4 GiB), never changed afterwards; any bytes are allowed. Views that it hands out live as long as the
-// object.
+// The indexed contents of one INI file. Built once from the whole text (UTF-8 or other bytes, which stay unchanged;
+// less than 4 GiB) and immutable. Returned views are valid as long as the object.
 //
-// What counts as what: a line ends at CR or LF, and at its first NUL. "[name]" (up to the line's last bracket) opens a
-// section (one without a name keeps its keys to itself); without a closing bracket it is nothing. "key=value" belongs
-// to the section above it; a line without an equals sign or without a key is nothing. A line that begins with ";" is
-// found under its key, semicolon included, but never listed.
+// Syntax: a line ends at CR or LF, and at its first NUL. "[name]" (up to the line's last bracket) opens a section (keys
+// of a section without a name can't be found); a line without the closing bracket is ignored. "key=value" belongs to
+// the section above it; a line without an equals sign or without a key is ignored. A line that begins with ";" is found
+// under its key, including the semicolon, but never listed.
 //
-// Cost: time linear in the text, whatever it holds, since the tables' seed is random; memory at most 3.4 times the
-// text, the text included.
+// Cost: time linear in the text for any contents, because the seed is random; memory at most 3.4 times the text,
+// including the text.
 #pragma once
 
 #include <algorithm>
@@ -28,10 +27,10 @@ class IniIndex {
   IniIndex(const IniIndex&) = delete;
   IniIndex& operator=(const IniIndex&) = delete;
 
-  // Of sections and keys of one name the first one counts. Names match without regard to letter case.
+  // The first section or key of a name counts. Names are not case-sensitive.
   std::optional<std::string_view> Value(std::string_view section, std::string_view key) const;
 
-  // Hands the names to `use` in file order, capitals as they stand, repeated ones too, until `use` gives false.
+  // Calls `use` with the names in file order, in their letter case, including repeated ones, until it returns false.
   template <typename Use>
   void EachSection(Use use) const {
     for (const std::uint32_t begin : sections_) {
@@ -49,15 +48,15 @@ class IniIndex {
   }
 
  private:
-  // Open addressing. A place holds a position and, in the bits above it, a part of the hash, so that few wrong ones are
-  // looked at: each look is a miss of the processor's cache.
+  // Open addressing. A slot has a position and, in the upper bits, a part of the hash, to avoid comparing wrong names:
+  // each comparison is a cache miss.
   class NameTable {
    public:
     NameTable(std::size_t names, std::size_t positions);
-    // The position kept under `hash` for which `is_it` holds.
+    // The position stored under `hash` for which `is_it` is true.
     template <typename Predicate>
     std::optional<std::uint32_t> Find(std::uint64_t hash, Predicate is_it) const;
-    // Keeps `position` unless there is one for which `is_it` holds; gives whether it was kept.
+    // Stores `position` unless there is one for which `is_it` is true; returns whether it was stored.
     template <typename Predicate>
     bool Add(std::uint64_t hash, std::uint32_t position, Predicate is_it);
 
@@ -71,8 +70,8 @@ class IniIndex {
     };
     std::uint32_t position_bits_;
     std::size_t size_;
-    // 0: free; the position counts from 1. Zeroed by the system, page by page when it is used: of a file of repeated
-    // keys little is.
+    // 0: free; positions count from 1. The system zeroes the memory page by page on use: a file of repeated keys uses
+    // few pages.
     std::unique_ptr<std::uint32_t[], Free> places_;
   };
 
@@ -87,10 +86,10 @@ class IniIndex {
     return std::string_view(text_).substr(begin, text_.find(end, begin) - begin);
   }
 
-  // What counts of the file, rewritten in its own place: "\rname\n" for a section, "key=value\n" below it, blanks and
-  // quotes already gone. So a name is compared in the text in no more steps than it has letters.
+  // The significant parts of the file, rewritten in place: "\rname\n" for a section, "key=value\n" below it, without
+  // blanks and quotes. So comparing a name takes no more steps than it has characters.
   std::string text_;
-  std::vector<std::uint32_t> sections_;  // where their names begin, in file order
+  std::vector<std::uint32_t> sections_;  // offsets of their names, in file order
   NameTable section_table_{0, 0}, entry_table_{0, 0};
 };
 

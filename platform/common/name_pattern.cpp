@@ -5,7 +5,7 @@
 namespace tsly {
 namespace {
 
-// Bytes of the UTF-8 letter that `text` begins with; a byte that begins none counts as a letter.
+// Bytes of the UTF-8 character at the start of `text`; an invalid byte counts as a character.
 std::size_t LetterLength(std::string_view text) {
   std::size_t length = 1;
   if ((static_cast<unsigned char>(text[0]) & 0xC0) != 0xC0) return length;
@@ -13,7 +13,7 @@ std::size_t LetterLength(std::string_view text) {
   return length;
 }
 
-// Only the last star is ever gone back to: what an earlier one could take, the last one can take as well.
+// Backtracks only to the last star: it can match everything that an earlier one could.
 bool Fits(std::string_view name, std::string_view pattern) {
   std::size_t n = 0, p = 0, retry_name = 0, retry_pattern = std::string_view::npos;
   while (n < name.size()) {

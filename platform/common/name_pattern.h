@@ -1,5 +1,5 @@
-// Names of files against patterns with wildcards. "*" and "*.*" are what they are to the platform's file search; "?" is
-// simpler here: there it may also stand for no letter, before a dot and at the end of a name.
+// Matches file names with wildcard patterns. "*" and "*.*" are as in the platform's file search; "?" is simpler: on the
+// platform it may also match no character, before a dot and at the end of a name.
 #pragma once
 
 #include <string_view>
@@ -8,8 +8,8 @@ namespace tsly {
 
 bool HasWildcards(std::string_view pattern);
 
-// "*" stands for any letters, "?" for one; a pattern's ".*" at the end fits a name without a dot too, so "*.*" fits
-// every name. Letter case must have been made alike before.
+// "*" matches any characters, "?" one; ".*" at the end also matches a name without a dot, so "*.*" matches every name.
+// The caller must fold the letter case.
 bool FitsNamePattern(std::string_view name, std::string_view pattern);
 
 }  // namespace tsly

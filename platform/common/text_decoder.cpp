@@ -12,7 +12,7 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-// What the converter calls a code page.
+// The converter's name of a code page.
 std::string CodesetOf(std::uint32_t code_page) {
   if (code_page == 20866) return "KOI8-R";
   if (code_page == 21866) return "KOI8-U";
@@ -47,7 +47,7 @@ void TextDecoder::Add(std::string_view bytes, bool is_last, std::string& text) {
   }
 }
 
-// Two bytes of UTF-16 become three at most, as does one of a code page.
+// Two bytes of UTF-16, or one of a code page, become at most three.
 void TextDecoder::Begin(std::string_view& bytes, std::string& text) {
   if (bytes.starts_with(kUtf16Mark)) {
     bytes.remove_prefix(kUtf16Mark.size());
@@ -77,7 +77,7 @@ void TextDecoder::Convert(std::string_view bytes, bool is_last, std::string& tex
     const int error = ConvertPiece(&in, &left, text);
     if (error == 0 || error == E2BIG) continue;
     if (error == EINVAL && !is_last) break;
-    // In some code pages a letter is held back until it is clear that no accent follows it.
+    // With some code pages the converter holds back a letter in case an accent follows.
     ConvertPiece(nullptr, nullptr, text);
     text += kReplacement;
     const std::size_t skipped = std::min(unit_, left);

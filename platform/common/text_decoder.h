@@ -1,4 +1,4 @@
-// Text of other code pages as UTF-8.
+// Converts text of other code pages to UTF-8.
 #pragma once
 
 #include <iconv.h>
@@ -10,18 +10,18 @@
 
 namespace tsly {
 
-// Decodes the bytes of one text file, handed over piece by piece, as UTF-8 without a mark at the start. Bytes that the
-// code page doesn't know become U+FFFD, and with a code page that the system doesn't know all that aren't ASCII.
-// Without a code page, or with 65001, the bytes are taken as they are. UTF-16LE with its mark is read in either case.
+// Decodes one text file, piece by piece, to UTF-8 without a byte order mark. Bytes that are invalid in the code page
+// become U+FFFD; if the system doesn't know the code page, all non-ASCII bytes do. Without a code page, or with 65001,
+// bytes stay unchanged. UTF-16LE with a byte order mark is always recognised.
 class TextDecoder {
  public:
-  // `size`: of the whole file, so that its text never has to move to a larger place.
+  // `size`: of the whole file, so that the text is never reallocated.
   TextDecoder(std::optional<std::uint32_t> code_page, std::size_t size) : code_page_(code_page), size_(size) {}
   TextDecoder(const TextDecoder&) = delete;
   TextDecoder& operator=(const TextDecoder&) = delete;
   ~TextDecoder();
 
-  // The first piece holds at least four bytes if the file does. `is_last`: half a letter at its end is none.
+  // The first piece has at least four bytes if the file does. `is_last`: a partial character at its end is invalid.
   void Add(std::string_view bytes, bool is_last, std::string& text);
 
  private:
@@ -36,8 +36,8 @@ class TextDecoder {
   std::size_t size_;
   Form form_ = Form::kUnknown;
   iconv_t handle_ = {};   // kConverted
-  std::size_t unit_ = 1;  // how much a bad letter takes up at least
-  std::string rest_;      // half a letter, whose other half is still to come
+  std::size_t unit_ = 1;  // the least length of an invalid character
+  std::string rest_;      // a partial character, continued in the next piece
 };
 
 }  // namespace tsly

@@ -22,7 +22,7 @@ void TransferStates::Complete() {
 }
 
 void TransferStates::Fail() {
-  // Whoever has asked is waiting for the answer, even if no byte of it came.
+  // After the request the transfer waits for the response, even if no byte of it arrives.
   if (reached_ >= icRequesting) Reach(icReceivingResponse);
   if (reached_ >= icConnected) {
     waiting_.push_back(icDisconnecting);

@@ -1,5 +1,5 @@
-// The states that a transfer owes its listener, in the order that the port promises: 1 to 6 and 8 to 12 at most once,
-// none left out before a later one, 7 again while the body arrives. No clock and no network: a value for one thread.
+// The pending states of a transfer, in the order that the port guarantees: 1 to 6 and 8 to 12 at most once, none
+// skipped, 7 repeatedly while the body arrives. A value without clock and network; one thread.
 #pragma once
 
 #include <cstdint>
@@ -11,19 +11,19 @@ namespace tsly {
 
 class TransferStates {
  public:
-  // The transfer has come as far as `state` (1 to 7); what was skipped is told as well. One that is reached already, by
-  // an earlier address or before a redirect, is not told again.
+  // Adds the states up to `state` (1 to 7), including skipped ones. States that were reached before, with an earlier
+  // address or before a redirect, aren't repeated.
   void Reach(TransferState state);
 
-  // More of the body has arrived. Told at once with a 7 that nobody has taken yet.
+  // More of the body has arrived. A pending 7 covers it too.
   void ReceiveMore();
 
-  // The end. A transfer whose request went out tells of the response and of the end of the connection first.
+  // The end. If the request was sent, adds the states of the response and the end of the connection first.
   void Complete();
   void Fail();
 
   bool IsEmpty() const { return waiting_.empty(); }
-  // The oldest state not yet taken; there must be one.
+  // Takes the oldest pending state; there must be one.
   std::int16_t Take();
 
  private:

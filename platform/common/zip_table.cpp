@@ -14,10 +14,10 @@ using enum UnzipResult;
 using Bytes = std::string_view;
 
 constexpr std::size_t kEnd = 22, kEnd64 = 56, kLocator = 20, kCentral = 46, kLocal = 30, kLongestComment = 65535;
-constexpr std::uint64_t kSee64 = 0xFFFFFFFF;  // the value is in the field for ZIP64
+constexpr std::uint64_t kSee64 = 0xFFFFFFFF;  // the value is in the ZIP64 field
 constexpr unsigned kEncryptedFlag = 1, kSizesFollow = 8, kUtf8 = 0x800;
 
-// Numbers are stored with the least significant byte first.
+// Numbers are little-endian.
 std::uint64_t Number(Bytes bytes, std::size_t at, std::size_t length) {
   std::uint64_t number = 0;
   while (length-- > 0) number = number << 8 | static_cast<unsigned char>(bytes[at + length]);
@@ -27,7 +27,7 @@ unsigned Two(Bytes bytes, std::size_t at) { return static_cast<unsigned>(Number(
 std::uint32_t Four(Bytes bytes, std::size_t at) { return static_cast<std::uint32_t>(Number(bytes, at, 4)); }
 std::uint64_t Eight(Bytes bytes, std::size_t at) { return Number(bytes, at, 8); }
 
-// A part of the file at a time.
+// Reads the file in parts.
 class Window {
  public:
   explicit Window(OpenFile& file) : file_(file) {
@@ -39,8 +39,8 @@ class Window {
   std::uint64_t Length() const { return length_; }
   bool IsReadable() const { return is_readable_; }
 
-  // Valid until the next call; "" when the file has no such part, or it can't be read. `ahead` bytes are read for the
-  // calls to come.
+  // Valid until the next call; "" if the file has no such part or it can't be read. Reads `ahead` bytes more for the
+  // next calls.
   Bytes At(std::uint64_t place, std::size_t length, std::size_t ahead = 0) {
     if (place > length_ || length > length_ - place) return {};
     if (place < start_ || place + length > start_ + held_.size()) {
@@ -68,17 +68,17 @@ class Window {
   bool is_readable_ = false;
 };
 
-// What the end of the archive says of its directory.
+// The end record's description of the directory.
 struct Directory {
   std::uint64_t disk = 0, first_disk = 0, entries_here = 0, entries = 0, size = 0, offset = 0;
-  std::uint64_t start = 0, end = 0;  // where it is in the file
+  std::uint64_t start = 0, end = 0;  // its position in the file
 };
 
 bool Agrees(std::uint64_t narrow, std::uint64_t see_64, std::uint64_t wide) {
   return narrow == see_64 || narrow == wide;
 }
 
-// The end record of ZIP64 and its locator are right before the other end record, if they are there.
+// The ZIP64 end record and its locator, if any, are right before the other end record.
 bool ReadEnd64(Window& window, Directory& directory) {
   if (directory.end < kEnd64 + kLocator) return true;
   const std::uint64_t place = directory.end - kEnd64 - kLocator;
@@ -126,8 +126,8 @@ UnzipResult FindDirectory(Window& window, Directory& directory) {
   return directory.offset <= directory.start ? kDone : kDamaged;
 }
 
-// The contents of the field of that number, "" without one; nothing when the fields are malformed or it is there twice.
-// Up to three zeros at the end are left by tools that align what follows.
+// The contents of the extra field `number`, "" without one; nothing if the fields are malformed or it exists twice.
+// Some tools leave up to three zeros at the end, for alignment.
 std::optional<Bytes> FieldOf(Bytes extra, unsigned number) {
   std::optional<Bytes> field;
   while (extra.size() >= 4) {
@@ -140,8 +140,7 @@ std::optional<Bytes> FieldOf(Bytes extra, unsigned number) {
   return field.value_or(Bytes());
 }
 
-// Values that say so are taken from the field for ZIP64, in this order; after them the number of a disk, if `disk` is
-// one that says so.
+// Values marked so are in the ZIP64 field, in this order; then the disk number, if `disk` is marked so.
 bool Widen(Bytes extra, std::initializer_list<std::uint64_t*> values, std::uint32_t* disk = nullptr) {
   const auto field = FieldOf(extra, 1);
   if (!field) return false;
@@ -158,7 +157,7 @@ bool Widen(Bytes extra, std::initializer_list<std::uint64_t*> values, std::uint3
   return true;
 }
 
-// The checksum of entries and names in this format.
+// The CRC-32 of entries and names.
 std::uint32_t Crc32(Bytes bytes) {
   std::uint32_t crc = ~0U;
   for (const char c : bytes) {
@@ -168,7 +167,7 @@ std::uint32_t Crc32(Bytes bytes) {
   return ~crc;
 }
 
-// The field holds a version, the checksum of the name that it belongs to, and the name in UTF-8.
+// The field has a version, the checksum of the name that it belongs to, and the name in UTF-8.
 std::string Utf8Name(Bytes field, Bytes name) {
   if (field.size() < 5 || field[0] != 1 || Four(field, 1) != Crc32(name)) return {};
   const std::string utf8_name(field.substr(5));
@@ -177,7 +176,7 @@ std::string Utf8Name(Bytes field, Bytes name) {
 
 constexpr unsigned kUnicodeName = 0x7075;
 
-// `record` is the whole of the entry's record in the directory.
+// `record` is the complete record of the entry in the directory.
 UnzipResult ReadEntry(Bytes record, ZipEntry& entry) {
   const std::size_t name_length = Two(record, 28);
   const Bytes extra = record.substr(kCentral + name_length, Two(record, 30));
@@ -195,7 +194,7 @@ UnzipResult ReadEntry(Bytes record, ZipEntry& entry) {
   if (!unicode || !Widen(extra, {&entry.size, &entry.packed_size, &entry.place}, &disk)) return kDamaged;
   entry.unicode = *unicode;
   if ((entry.flags & kUtf8) == 0) entry.utf8_name = Utf8Name(entry.unicode, entry.name);
-  // After a version and a checksum of four bytes comes the name.
+  // The name follows a version and a checksum of four bytes.
   if ((entry.name + entry.unicode.substr(std::min<std::size_t>(entry.unicode.size(), 5))).find('\0') != Bytes::npos) {
     return kBadName;
   }
@@ -218,13 +217,13 @@ UnzipFailure ReadDirectory(Window& window, const Directory& directory, std::size
     if (entry.name.size() + entry.unicode.size() > name_bytes) return {kTooManyEntries, "", ""};
     name_bytes -= entry.name.size() + entry.unicode.size();
     if (entry.place >= directory.offset) return {kDamaged, entry.name, ""};
-    entry.place += directory.start - directory.offset;  // what is in front of the archive isn't counted in it
+    entry.place += directory.start - directory.offset;  // data before the archive isn't included in it
   }
   return at == directory.end ? UnzipFailure{} : UnzipFailure{kDamaged, "", ""};
 }
 
-// Whether `bytes`, all that is between an entry's data and what comes next, is what an entry of these flags has there:
-// its checksum and sizes once more.
+// Whether `bytes`, everything between the entry's data and the next part, is the data descriptor that the flags
+// require: the checksum and sizes again.
 bool IsDescriptor(Bytes bytes, const ZipEntry& entry) {
   if (bytes.size() == 16 || bytes.size() == 24) {
     if (!bytes.starts_with("PK\7\10")) return false;
@@ -236,7 +235,7 @@ bool IsDescriptor(Bytes bytes, const ZipEntry& entry) {
          Number(bytes, 4 + width, width) == entry.size;
 }
 
-// Whether the local header says the same as the table, and the data ends where the next entry begins, or the directory.
+// Whether the local header matches the table, and the data ends where the next entry or the directory begins.
 bool IsWhole(Window& window, const ZipEntry& entry, std::uint64_t next) {
   constexpr std::size_t kAhead = 4096;
   const Bytes header = window.At(entry.place, kLocal, kAhead);
@@ -251,7 +250,8 @@ bool IsWhole(Window& window, const ZipEntry& entry, std::uint64_t next) {
   const Bytes extra = whole.substr(kLocal + name_length);
   std::uint64_t crc = Four(whole, 14), packed_size = Four(whole, 18), size = Four(whole, 22);
   const auto unicode = FieldOf(extra, kUnicodeName);
-  if (!unicode || (!unicode->empty() && *unicode != entry.unicode)) return false;  // some write it into the table alone
+  if (!unicode || (!unicode->empty() && *unicode != entry.unicode))
+    return false;  // some tools write it only to the table
   if (whole.substr(kLocal, name_length) != entry.name || !Widen(extra, {&size, &packed_size})) return false;
 
   const bool is_known = crc == entry.crc && packed_size == entry.packed_size && size == entry.size;
@@ -262,13 +262,13 @@ bool IsWhole(Window& window, const ZipEntry& entry, std::uint64_t next) {
   return next - end <= 24 && IsDescriptor(window.At(end, static_cast<std::size_t>(next - end)), entry);
 }
 
-// Whether `bytes` are an entry, from its local header to the end of its data or of what follows that.
+// Whether `bytes` are an entry, from its local header to the end of its data or data descriptor.
 bool IsEntry(Bytes bytes) {
   if (bytes.size() < kLocal) return false;
   const std::size_t name_length = Two(bytes, 26), data = kLocal + name_length + Two(bytes, 28);
   if (data > bytes.size()) return false;
   std::uint64_t packed_size = Four(bytes, 18), size = Four(bytes, 22);
-  Widen(bytes.substr(kLocal + name_length, data - kLocal - name_length), {&size, &packed_size});  // if it can be
+  Widen(bytes.substr(kLocal + name_length, data - kLocal - name_length), {&size, &packed_size});  // if possible
   const std::size_t left = bytes.size() - data;
   if (packed_size == left) return true;
   if ((Two(bytes, 6) & kSizesFollow) == 0) return false;
@@ -279,7 +279,7 @@ bool IsEntry(Bytes bytes) {
   return false;
 }
 
-// Whether an entry that the table leaves out is in front of `first`, where it lists its first one.
+// Whether an entry that isn't in the table is before `first`, the table's first entry.
 bool IsEntryBefore(Window& window, std::uint64_t first) {
   constexpr std::size_t kSearched = std::size_t{1} << 20;
   const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(first, kSearched));

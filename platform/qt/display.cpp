@@ -49,7 +49,7 @@ bool CompositorAnswers(const std::string& display) {
   return path.front() == '/' && CanConnect(path) && HasWaylandPlugin();
 }
 
-// One of the toolkit's platforms: a name and, behind a colon, settings of its own.
+// One of the toolkit's platforms: a name, and its settings after a colon.
 bool PlatformWorks(std::string_view platform) {
   static constexpr std::string_view kWithoutServer[] = {"offscreen", "minimal", "vnc", "linuxfb", "eglfs"};
   const std::string_view name = platform.substr(0, platform.find(':'));

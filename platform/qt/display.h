@@ -1,10 +1,10 @@
-// Whether there is a display that a window could be shown on.
+// Checks for a display that can show windows.
 #pragma once
 
 namespace tsly {
 
-// Tries what the toolkit would try: the X server and the Wayland compositor that the environment names, or the
-// toolkit's platforms in QT_QPA_PLATFORM. The toolkit itself ends the process when none of them works.
+// Tries what the toolkit would try: the X server and the Wayland compositor in the environment, or the toolkit's
+// platforms in QT_QPA_PLATFORM. The toolkit itself would end the process if none of them works.
 bool DisplayIsThere();
 
 }  // namespace tsly

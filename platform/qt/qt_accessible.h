@@ -1,10 +1,10 @@
-// What assistive technology learns of the dialog: roles and names of the controls, links that can be pressed, and
-// nothing of the pictures and lines that only decorate.
+// The dialog for assistive technology: roles and names of the controls, links that can be pressed, and no decorative
+// pictures and lines.
 #pragma once
 
 namespace tsly {
 
-// For all windows of the process, from now on. Call it once the application object is there.
+// For all windows of the process, from now on. Call it after the application object is created.
 void DescribeControls();
 
 }  // namespace tsly

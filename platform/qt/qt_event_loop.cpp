@@ -13,10 +13,10 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A pass of the dispatcher serves what it finds at its start, so "all that wait" takes several; a chain of events that
-// breed events must not hold the caller for ever.
+// A pass of the dispatcher processes only the events pending at its start, so processing all takes several. The limit
+// protects the caller from events that keep creating events.
 constexpr int kMostPasses = 64;
-// Longer deadlines are reached in stages: the dispatcher's intervals are 32-bit.
+// Longer waits are split: the dispatcher's intervals are 32-bit.
 constexpr milliseconds kLongestInterval = std::chrono::hours(24);
 
 milliseconds IntervalBeyond(SteadyTime left) {
@@ -26,7 +26,7 @@ milliseconds IntervalBeyond(SteadyTime left) {
 
 }  // namespace
 
-// Where Qt delivers to, and what counts the events that it delivers to anybody.
+// Receives Qt's events, and counts all events that Qt delivers.
 class QtEventLoop::Receiver final : public QObject {
  public:
   explicit Receiver(QtEventLoop& loop) : loop_(loop) { QCoreApplication::instance()->installEventFilter(this); }
@@ -40,7 +40,7 @@ class QtEventLoop::Receiver final : public QObject {
   }
   void timerEvent(QTimerEvent* event) override { loop_.OnTimer(event->timerId()); }
   void customEvent(QEvent*) override {
-    --loop_.served_;  // what it announces counts
+    --loop_.served_;  // the event that it announces counts
     loop_.ServePosted();
   }
 
@@ -49,7 +49,7 @@ class QtEventLoop::Receiver final : public QObject {
 };
 
 QtEventLoop::QtEventLoop(Clock& clock) : clock_(clock), receiver_(std::make_unique<Receiver>(*this)) {
-  // For loops that Qt runs itself, as under a drag.
+  // For loops that Qt runs itself, for instance during a drag.
   QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, receiver_.get(),
                    [this] {
                      if (before_turn_) before_turn_();
@@ -69,11 +69,11 @@ void QtEventLoop::Wait(SteadyTime until) {
   TimerId deadline = 0;
   bool rang = until != kForever;
   do {
-    // Armed again when it rang a shade early: the deadline has passed only when the clock is beyond it.
+    // Restarts a timer that fired slightly early: the clock must be past the deadline.
     if (std::exchange(rang, false)) {
       deadline = Arm(IntervalBeyond(until - clock_.Steady()), true, [this, &rang] {
         rang = true;
-        --served_;  // no event for the caller
+        --served_;  // not an event for the caller
       });
     }
     Turn(true);
@@ -92,7 +92,7 @@ bool QtEventLoop::Turn(bool may_block) {
   if (before_turn_) before_turn_();
   ++depth_;
   ServePosted();
-  // The dispatcher of a nested loop would sleep over what was posted before it began.
+  // The dispatcher of a nested loop ignores events that were posted before it started.
   QCoreApplication::sendPostedEvents();
   const bool block = may_block && served_ == served_before;
   QAbstractEventDispatcher::instance()->processEvents(block ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
@@ -130,7 +130,7 @@ std::function<void()> QtEventLoop::TakePosted() {
   return event;
 }
 
-// Serves what waits now; what is posted meanwhile waits for the next turn, so that timers get theirs too.
+// Processes the events pending now; those posted meanwhile wait for the next turn, so that timers run too.
 void QtEventLoop::ServePosted() {
   std::size_t waiting = 0;
   {
@@ -150,7 +150,7 @@ TimerId QtEventLoop::StartTimer(milliseconds interval, std::function<void()> tic
 }
 
 TimerId QtEventLoop::Arm(milliseconds interval, bool once, std::function<void()> tick) {
-  // A repeated interval of zero would never let the dispatcher block.
+  // With a repeated interval of zero the dispatcher would never block.
   const int qt_id = receiver_->startTimer(once ? interval : std::max(interval, milliseconds(1)), Qt::PreciseTimer);
   timers_[++last_timer_] = {qt_id, once, std::make_shared<std::function<void()>>(std::move(tick))};
   return last_timer_;
@@ -207,7 +207,7 @@ void QtEventLoop::Watch(int descriptor, bool readable, bool writable,
   if (watched.read != nullptr) watched.read->setEnabled(readable);
   if (watched.write != nullptr) watched.write->setEnabled(writable);
   if (readable || writable) return;
-  // Off at once, since the descriptor may be closed next; destroyed later, since one of them may be calling just now.
+  // Disabled at once, because the descriptor may be closed next; destroyed later, because it may be running now.
   if (watched.read != nullptr) DestroyAtOutermost(watched.read);
   if (watched.write != nullptr) DestroyAtOutermost(watched.write);
   watched_.erase(descriptor);

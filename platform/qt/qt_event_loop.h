@@ -1,8 +1,8 @@
-// The program's event loop on Qt's. Events, ticks and ready descriptors are delivered one at a time, from the
-// dispatcher, and may run the loop again; what Qt serves for itself (windows, D-Bus) runs in between.
+// The program's event loop, with Qt's. Delivers events, ticks and ready descriptors one at a time from the dispatcher;
+// their handlers may run the loop again. Qt's own events (windows, D-Bus) run in between.
 //
-// Owner: the composition, which makes it after the application object and ends it before. Post may be called by any
-// thread, everything else by the one that made it. The contract suite of the event loop runs on it.
+// Owner: the composition, which creates it after the application object and destroys it before. Post may be called on
+// any thread, everything else only on the creating one. Tested by the event loop's contract suite.
 #pragma once
 
 #include <QObject>
@@ -24,7 +24,7 @@ namespace tsly {
 
 class QtEventLoop final : public EventLoop, public DescriptorWatch {
  public:
-  // `clock` is the one by which callers of Wait reckon.
+  // `clock`: the one that callers of Wait use.
   explicit QtEventLoop(Clock& clock);
   ~QtEventLoop() override;
 
@@ -39,10 +39,10 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   void StartOneShot(const void* owner, std::chrono::milliseconds delay, std::function<void()> tick) override;
   void StopOneShot(const void* owner) override;
 
-  // Called before events are served and before the dispatcher blocks: the place to draw what changed. It serves none.
+  // Called before events are processed and before the dispatcher blocks, to draw changes. Processes no events.
   void SetBeforeTurn(std::function<void()> before_turn) { before_turn_ = std::move(before_turn); }
 
-  // Destroys a widget or notifier once no call of this loop is on the stack: only then is none of its own frames.
+  // Destroys a widget or notifier when no call of this loop is on the stack, so that none of its functions is running.
   void DestroyAtOutermost(QObject* object);
 
  private:
@@ -75,7 +75,7 @@ class QtEventLoop final : public EventLoop, public DescriptorWatch {
   bool deleting_ = false;
   std::vector<QPointer<QObject>> pending_deletes_;
 
-  // Kept here and not in Qt's queue, which shows a nested loop nothing of what was posted before it began.
+  // Not in Qt's queue, in which a nested loop doesn't see events posted before it started.
   std::mutex posted_guard_;
   std::deque<std::function<void()>> posted_;
 

@@ -15,7 +15,7 @@ namespace {
 constexpr double kDesignPoints = 8.25;
 constexpr int kDesignLineHeight = 13;
 constexpr double kPixelsPerPoint = 96.0 / 72.0;
-constexpr double kBaseline = 0.79;  // of a line's height, whatever a family's own ascent is
+constexpr double kBaseline = 0.79;  // of the line height, regardless of the family's ascent
 constexpr int kUnbounded = 1'000'000;
 
 struct Substitute {
@@ -24,8 +24,8 @@ struct Substitute {
   int stretch;  // per cent of the family's own width
 };
 
-// The first installed family of a wanted font stands in for it. Widths: the dialog's labels were cut for Tahoma, which
-// is narrower than most; a substitute may be a few per cent wider.
+// The first installed family replaces a font. The dialog's labels are designed for Tahoma, which is narrower than most
+// fonts; a substitute may be a few per cent wider.
 constexpr Substitute kSubstitutes[] = {
     {"Tahoma",             "Tahoma",                100},
     {"Tahoma",             "DejaVu Sans Condensed", 100},
@@ -52,7 +52,7 @@ constexpr Substitute kSubstitutes[] = {
     {"Arial",              "DejaVu Sans Condensed", 100},
 };
 
-// On a desktop in the language of its maker a family is listed by its name in that language, and found by both names.
+// A desktop may list a family under its localized name; both names find it.
 class InstalledFamilies {
  public:
   bool Has(const QString& family) const {
@@ -83,7 +83,7 @@ std::map<std::string, const Substitute*> FindInstalled() {
 }
 
 void ChooseFamily(QFont& font, const std::string& wanted) {
-  static const auto installed = FindInstalled();  // asking the font database anew takes milliseconds
+  static const auto installed = FindInstalled();  // querying the font database takes milliseconds
   const auto found = installed.find(wanted);
   if (found == installed.end()) {
     font.setFamily(QString::fromStdString(wanted));

@@ -1,5 +1,5 @@
-// The dialog's fonts and texts: what stands in for a font that the system hasn't got, and one layout of a text by which
-// it is both measured and drawn, so that a label never clips what was measured for it.
+// The dialog's fonts and texts: substitutes for missing fonts, and one text layout for both measuring and drawing, so
+// that a label never clips a text that was measured to fit.
 //
 // Lengths are device-independent pixels, 15 twips each. Thread: the one of the application object.
 #pragma once
@@ -24,25 +24,25 @@ inline constexpr int kTwipsPerPixel = 15;
 
 int PixelsFromTwips(Twips twips);  // rounded to the nearest
 
-// The text with plain line ends; bytes that are no UTF-8 show a replacement character.
+// The text with LF line ends; invalid UTF-8 becomes replacement characters.
 QString TextFromUtf8(const std::string& text);
 
 QFont QtFontFor(const Font& font);
 
-// 13 pixels for the dialog's 8.25 points, in proportion for other sizes, whatever the substitute's own metrics are.
+// 13 pixels for the dialog's 8.25 points, proportional for other sizes, regardless of the substitute's metrics.
 int LineHeightOf(const Font& font);
 
-// A text in lines: line ends are obeyed, and with a wrap width it breaks between words too, or within a word that is
-// wider. No markup and no mnemonics.
+// A text in lines: breaks at line ends and, with a wrap width, between words or inside a word that is wider. No markup
+// and no mnemonics.
 class TextBlock {
  public:
-  // A paragraph that is read from the right begins at the right end of the wrap width.
+  // Right-to-left paragraphs are aligned to the right of the wrap width.
   TextBlock(const QString& text, const Font& font, std::optional<int> wrap_width);
   ~TextBlock();
 
   QSize Size() const { return {width_, height_}; }
-  // The text as it goes into `room`: whole lines only, but at least one, the last one with an ellipsis for what is left
-  // out. It keeps its line breaks.
+  // The text that fits into `room`: complete lines only, but at least one; the last one ends in an ellipsis for the
+  // rest. Keeps the line breaks.
   QString ElidedTo(const QSize& room) const;
   void Draw(QPainter& painter, const QPointF& top_left) const;
 

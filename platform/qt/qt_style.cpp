@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kCorner = 3;
 
-// The shades of a face that can be hovered over and pressed, as steps from the palette's button colour.
+// The colour of a button face: normal, hovered or pressed, relative to the palette's button colour.
 QColor Face(const QStyleOption& option) {
   const QColor face = option.palette.color(QPalette::Button);
   if (!option.state.testFlag(QStyle::State_Enabled)) return option.palette.color(QPalette::Window).lighter(106);

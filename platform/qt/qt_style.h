@@ -1,5 +1,5 @@
-// The look of what the dialog has in common with its message boxes: flat buttons and scroll bars on dark ground, with a
-// focus that is seen. The rest is Qt's Fusion.
+// The common style of the dialog and its message boxes: flat buttons and scroll bars on a dark background, with a
+// visible focus. The rest is Qt's Fusion.
 #pragma once
 
 #include <QColor>
@@ -11,7 +11,7 @@
 namespace tsly {
 
 inline constexpr QColor kAccent(192, 192, 255);        // links, focus
-inline constexpr QColor kDisabledText(134, 134, 134);  // still read on the dialog's greys
+inline constexpr QColor kDisabledText(134, 134, 134);  // readable on the dialog's greys
 
 QColor QtColor(Color color);
 

@@ -28,7 +28,7 @@ class TextWidget final : public QPlainTextEdit, public ControlWidget {
   QWidget& Widget() override { return *this; }
   void SetName(const QString& name) override {
     setAccessibleName(name);
-    for (QWidget* part : findChildren<QWidget*>()) part->setAccessibleName(name);  // its scroll bar among them
+    for (QWidget* part : findChildren<QWidget*>()) part->setAccessibleName(name);  // including its scroll bar
   }
   void Take(const ControlLook& look) override {
     setTextInteractionFlags(look.read_only ? Qt::TextSelectableByMouse : Qt::TextEditorInteraction);
@@ -57,8 +57,8 @@ class TextWidget final : public QPlainTextEdit, public ControlWidget {
   }
 
  private:
-  // Changes what differs, so that assistive technology is told of what is new and nothing else. Dots that grow behind a
-  // line say nothing.
+  // Changes only the difference, so that assistive technology announces only new text. Growing dots after a line aren't
+  // announced.
   void Show(const std::string& text) {
     const QString before = TextFromUtf8(shown_), after = TextFromUtf8(text);
     const auto same = static_cast<int>(std::mismatch(before.begin(), before.end(), after.begin(), after.end()).first -

@@ -1,4 +1,4 @@
-// The transcript: text of several lines to be read, selected and copied, which grows while it is read.
+// The transcript: read-only multi-line text that can be selected and copied while it grows.
 #pragma once
 
 class QWidget;

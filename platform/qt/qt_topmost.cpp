@@ -22,9 +22,9 @@ xcb_atom_t Atom(xcb_connection_t* connection, const char* name) {
 }  // namespace
 
 void KeepAbove(QWindow& window) {
-  window.setFlag(Qt::WindowStaysOnTopHint);  // for when it is shown anew
+  window.setFlag(Qt::WindowStaysOnTopHint);  // for the next time it is shown
   const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  // The offscreen platform has the interface and no connection behind it.
+  // The offscreen platform has the interface but no connection.
   xcb_connection_t* connection = x11 == nullptr ? nullptr : x11->connection();
   if (connection == nullptr) return;
 

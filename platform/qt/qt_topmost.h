@@ -1,11 +1,11 @@
-// Keeping a window that is already shown above the others, which Qt offers only before a window is shown.
+// Keeps a shown window above the others, which Qt supports only before a window is shown.
 #pragma once
 
 class QWindow;
 
 namespace tsly {
 
-// Without effect where the window system has no such thing. Place, size and the keyboard's focus stay.
+// No effect if the window system doesn't support it. Position, size and keyboard focus don't change.
 void KeepAbove(QWindow& window);
 
 }  // namespace tsly

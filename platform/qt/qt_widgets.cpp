@@ -17,7 +17,7 @@
 namespace tsly {
 namespace {
 
-constexpr std::int32_t kTwipsPerNotch = 3 * 195;  // of the wheel: three lines of text
+constexpr std::int32_t kTwipsPerNotch = 3 * 195;  // of the mouse wheel: three lines of text
 constexpr int kAnglePerNotch = 120;
 constexpr int kButtonMargin = 6;  // pixels
 
@@ -41,13 +41,13 @@ void TakePointer(QWidget& widget, std::int32_t pointer) {
   }
 }
 
-// What there is no room for can be read by pointing at it. Never as markup: a text may come from the maker's server.
+// Shows a truncated text as a tool tip. Never as markup: the text may come from the maker's server.
 void ShowWhole(QWidget& widget, const QString& whole, bool is_cut) {
   widget.setToolTip(is_cut ? QStringLiteral("<p style='white-space: pre-wrap'>%1</p>").arg(whole.toHtmlEscaped())
                            : QString());
 }
 
-// A widget that paints itself and may be clicked.
+// A widget that paints itself and can be clickable.
 class Area : public QWidget, public ControlWidget {
  public:
   Area(QWidget* parent, Report report) : QWidget(parent), report_(std::move(report)) {}
@@ -66,7 +66,7 @@ class Area : public QWidget, public ControlWidget {
   }
   void Click() { report_(UiEvent::Kind::Click, 0); }
 
-  // Background and border; with a pen set for what comes next.
+  // Paints background and border and sets the pen for the contents.
   void PaintGround(QPainter& painter) const {
     if (!look_.transparent) painter.fillRect(rect(), QtColor(look_.back_color));
     painter.setPen(QtColor(look_.fore_color));
@@ -83,7 +83,7 @@ class Area : public QWidget, public ControlWidget {
 class ScrollBarWidget final : public QScrollBar, public ControlWidget {
  public:
   ScrollBarWidget(QWidget* parent, Report report) : QScrollBar(Qt::Vertical, parent), report_(std::move(report)) {
-    // Reached by the mouse only: the form hands its focus on at once, which would trap somebody who walks by Tab.
+    // Only by mouse: the form passes its focus on at once, which would trap users of the Tab key.
     setFocusPolicy(Qt::ClickFocus);
     setContextMenuPolicy(Qt::PreventContextMenu);
     connect(this, &QScrollBar::valueChanged, this, [this](int value) {
@@ -105,7 +105,7 @@ class ScrollBarWidget final : public QScrollBar, public ControlWidget {
     QScrollBar::focusInEvent(event);
     report_(UiEvent::Kind::GotFocus, 0);
   }
-  void wheelEvent(QWheelEvent* event) override { event->ignore(); }  // left to the panel
+  void wheelEvent(QWheelEvent* event) override { event->ignore(); }  // for the panel
 
  private:
   Report report_;
@@ -119,8 +119,8 @@ ScrollBarWidget* VisibleScrollBarIn(const QWidget& panel) {
   return nullptr;
 }
 
-// Scrolls what holds `widget` until its part of the list (the direct child of the scrolled panel) is in sight, or the
-// widget itself if that part is higher than the panel.
+// Scrolls the panel of `widget` until its list item (the direct child of the scrolled panel) is visible, or the widget
+// itself if the item is higher than the panel.
 void BringIntoView(const QWidget& widget) {
   const QWidget* part = &widget;
   for (QWidget* panel = widget.parentWidget(); panel != nullptr; part = panel, panel = panel->parentWidget()) {
@@ -154,7 +154,7 @@ class PanelWidget final : public Area {
   }
 };
 
-// A label, and a link: a label that shows the hand or an underline can be reached and clicked by the keyboard.
+// A label or a link: a label with the hand pointer or an underline can be focused and clicked by keyboard.
 class LabelWidget final : public Area {
  public:
   using Area::Area;
@@ -179,7 +179,7 @@ class LabelWidget final : public Area {
   }
   void resizeEvent(QResizeEvent*) override { block_.reset(); }
   void focusInEvent(QFocusEvent* event) override {
-    // A window that becomes active gives the focus back as it was.
+    // An activated window restores its focus unchanged.
     if (event->reason() != Qt::ActiveWindowFocusReason) by_keyboard_ = event->reason() != Qt::MouseFocusReason;
     if (by_keyboard_) BringIntoView(*this);
     QWidget::focusInEvent(event);
@@ -193,14 +193,14 @@ class LabelWidget final : public Area {
   }
 
  private:
-  // Laid out when it is first painted: most labels of a long list never are.
+  // Laid out at the first paint: most labels of a long list are never painted.
   const TextBlock& Text() {
     if (block_) return *block_;
     std::optional<int> wrap_width;
     if (look_.word_wrap || !look_.auto_size) wrap_width = PixelsFromTwips(look_.rect.width);
     const QString whole = TextFromUtf8(look_.text);
     block_.emplace(whole, look_.font, wrap_width);
-    // A wrapped line is as wide as its room at the most, but for the blank that it was broken at.
+    // A wrapped line is at most as wide as the label, except for the blank at its end.
     const bool is_cut = (!wrap_width && block_->Size().width() > width()) || block_->Size().height() > height();
     if (is_cut) block_.emplace(block_->ElidedTo(size()), look_.font, wrap_width);
     ShowWhole(*this, whole, is_cut);
@@ -218,7 +218,7 @@ class LabelWidget final : public Area {
   bool by_keyboard_ = false;
 };
 
-// What only shows something: clicks go to the panel below it.
+// Decoration: clicks go to the panel below it.
 class Picture : public Area {
  public:
   explicit Picture(QWidget* parent) : Area(parent, nullptr) { setAttribute(Qt::WA_TransparentForMouseEvents); }
@@ -266,7 +266,7 @@ class LineWidget final : public Picture {
   }
 };
 
-// Enter presses the one that has the focus, as Space does; there is no default button.
+// Enter presses the focused button, like Space; there is no default button.
 class ButtonWidget final : public QPushButton, public ControlWidget {
  public:
   ButtonWidget(QWidget* parent, const Report& report) : QPushButton(parent) {
@@ -280,14 +280,14 @@ class ButtonWidget final : public QPushButton, public ControlWidget {
     const int room = PixelsFromTwips(look.rect.width) - 2 * kButtonMargin;
     QString shown = fontMetrics().elidedText(whole, Qt::ElideRight, room);
     ShowWhole(*this, whole, shown != whole);
-    setText(shown.replace(u'&', QStringLiteral("&&")));  // a single one would make a shortcut
+    setText(shown.replace(u'&', QStringLiteral("&&")));  // a single one would be a shortcut
     setAccessibleName(whole);
     TakePointer(*this, look.mouse_pointer);
   }
 };
 
-// A text box of one line. In this program it only holds the focus out of sight, so it shows nothing and, unlike a
-// line editor, wakes nobody for a blinking caret; keys go on to the window.
+// A single-line text box. In this program it only has the focus, off screen, so it shows nothing and, unlike a line
+// editor, has no blinking caret; keys go to the window.
 class FocusHolder final : public QWidget, public ControlWidget {
  public:
   explicit FocusHolder(QWidget* parent) : QWidget(parent) {}

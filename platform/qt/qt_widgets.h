@@ -1,7 +1,7 @@
-// The widgets that stand for the kinds of control. Each takes the look of its control and reports what the user does to
-// it; none holds state that the model hasn't got.
+// The widgets for the kinds of control. Each takes the look of its control and reports user actions; none has state
+// that isn't in the model.
 //
-// Owner: the parent widget. Nothing here calls into a form: a report is posted to the loop by the window.
+// Owner: the parent widget. Nothing here calls a form: the window posts reports to the loop.
 #pragma once
 
 #include <QAccessible>
@@ -20,11 +20,11 @@ class ControlWidget {
  public:
   virtual ~ControlWidget() = default;
   virtual QWidget& Widget() = 0;
-  // Shows the look; place, visibility and enabled state are set by the caller.
+  // Shows the look; the caller sets position, visibility and enabled state.
   virtual void Take(const ControlLook& look) = 0;
 
-  // To assistive technology: what it is, NoRole for what only decorates and Client for what the widget's own class
-  // tells; and what pressing it does.
+  // For assistive technology: the role (NoRole for decoration, Client for the default of the widget's class) and the
+  // effect of pressing it.
   virtual QAccessible::Role Role() const { return QAccessible::Client; }
   virtual void Press() {}
   virtual void SetName(const QString& name) { Widget().setAccessibleName(name); }
@@ -32,10 +32,9 @@ class ControlWidget {
 
 ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report report);
 
-// Scrolls the visible scroll bar that lies directly in `panel`, if there is one, by so many twips. False: there is
-// none.
+// Scrolls the visible scroll bar directly in `panel` by a distance in twips. False: there is none.
 bool ScrollPanel(QWidget& panel, std::int32_t distance);
-// The same by whole visible heights of its panel.
+// The same by visible heights of its panel.
 bool ScrollPanelByPages(QWidget& panel, std::int32_t pages);
 
 }  // namespace tsly

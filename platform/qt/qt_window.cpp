@@ -23,18 +23,17 @@ constexpr Qt::WindowFlags kDialogFrame =
     Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
 constexpr std::int32_t kTwipsPerArrowKey = 195;
 constexpr std::int32_t kFarAway = INT16_MAX;
-constexpr Twips kPanelMargin = 195;  // what the design leaves free at a panel's right edge
+constexpr Twips kPanelMargin = 195;  // the margin of the design at a panel's right edge
 constexpr Twips kButtonGap = 75;
 
-// Rounds edges, not sizes, so that neighbours that touch in twips touch in pixels.
+// Rounds edges, not sizes, so that adjacent controls stay adjacent in pixels.
 QRect PixelRect(const Rect& rect) {
   const QPoint top_left(PixelsFromTwips(rect.left), PixelsFromTwips(rect.top));
   const QPoint end(PixelsFromTwips(rect.left + rect.width), PixelsFromTwips(rect.top + rect.height));
   return {top_left, QSize(end.x() - top_left.x(), end.y() - top_left.y())};
 }
 
-// A label that sizes itself can become longer than its panel, or than the way to a button in its row: it is drawn up to
-// there.
+// Limits a label that sizes itself to its panel and to the button in its row.
 Rect WithinItsRow(const Control& label, const std::vector<const Control*>& buttons) {
   Rect rect = label.Look().rect;
   Twips end = label.Parent()->Width() - kPanelMargin;
@@ -51,13 +50,13 @@ QRect PlaceOf(const Control& control, const std::vector<const Control*>& buttons
   const bool own_length = control.Kind() == ControlKind::Label && control.Look().auto_size &&
                           !control.Look().word_wrap && control.Parent() != nullptr;
   QRect place = PixelRect(own_length ? WithinItsRow(control, buttons) : control.Look().rect);
-  // A level or upright line has no extent in one direction.
+  // Horizontal and vertical lines have no extent in one direction.
   if (control.Kind() == ControlKind::Line) place.setSize(place.size().expandedTo(QSize(1, 1)));
   return place;
 }
 
-// Whether no position of a scroll bar can bring the control into its panel: its numbers have 16 bits. A list of
-// thousands would else cost a widget for each text.
+// Whether no position of a scroll bar, limited to 16 bits, can show the control in its panel. Avoids widgets for
+// thousands of texts in a long list.
 bool IsBeyondReach(const Control& control) {
   for (const Control* at = &control; at->Parent() != nullptr; at = at->Parent()) {
     if (at->Look().rect.top > kFarAway + at->Parent()->Height()) return true;
@@ -80,7 +79,7 @@ FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, con
       load_(form.LoadNumber()),
       screen_(screen),
       focus_requests_(form.FocusRequests()) {
-  // Each control where its design has it, on a desktop that reads from the right too.
+  // Keeps the controls at their designed positions, on right-to-left desktops too.
   setLayoutDirection(Qt::LeftToRight);
 }
 
@@ -88,7 +87,7 @@ void FormWindow::Reveal(Keyboard keyboard) {
   revealed_ = true;
   setAttribute(Qt::WA_ShowWithoutActivating, keyboard == Keyboard::kLeave);
   DrawChanges();
-  // Not on the first link: nothing looks chosen until somebody walks by Tab, and Tab begins at the first.
+  // Not on the first link: nothing looks selected until the user presses Tab, which begins at the first link.
   if (focusWidget() == nullptr) setFocus();
   show();
 }
@@ -116,8 +115,8 @@ void FormWindow::DrawFrame() {
   if (colors != palette()) setPalette(colors);
   const QRect inner = PixelRect({0, 0, form_->InnerWidth(), form_->InnerHeight()});
   if (inner.size() != size()) setFixedSize(inner.size());
-  // In the centre whatever size the form began with, and then only when the form moves itself: the user may have moved
-  // the window meanwhile.
+  // Centred at first, whatever the form's initial size, then moved only with the form: the user may have moved the
+  // window.
   const Rect& outer = form_->Outer();
   if (pass_ == 0) {
     move(screen_.center() - rect().center());
@@ -168,8 +167,8 @@ void FormWindow::DrawControl(const Control& control) {
   widget.setVisible(control.Visible());
 }
 
-// Panel by panel, each from its first control to its last: the items of a list come when the buttons behind it are
-// there already.
+// Panel by panel, each from its first control to its last: list items are created after the buttons that follow the
+// list.
 void FormWindow::OrderTabs() {
   std::unordered_map<const Control*, std::vector<const Control*>> children;
   for (const Control* control : in_reach_) children[control->Parent()].push_back(control);
@@ -187,8 +186,8 @@ void FormWindow::OrderTabs() {
   walk(nullptr);
 }
 
-// What has no text of its own is called by a label, as its designer meant it to be read: a panel by the first one in
-// it, everything else by the one before it, or else as what it lies in.
+// Controls without a text get the name of a label: a panel that of its first label, other controls that of the label
+// before them, or else their panel's name.
 void FormWindow::NameControls() {
   std::unordered_map<const Control*, const Control*> first_in, before;
   for (const Control* control : in_reach_) {
@@ -219,7 +218,7 @@ void FormWindow::FollowFocusRequest() {
 }
 
 void FormWindow::closeEvent(QCloseEvent* event) {
-  event->ignore();  // whether the window goes is the form's decision
+  event->ignore();  // the form decides whether the window closes
   RequestClose();
 }
 
@@ -257,11 +256,11 @@ void FormWindow::ReportEvent(const UiEvent& event) {
 
 void FormWindow::Deliver(UiEvent event) {
   if (form_ == nullptr) return;
-  // A click that was queued before a message box opened would run below it.
+  // Ignores clicks that were queued before a message box opened.
   if (open_boxes_ > 0 && event.kind != UiEvent::Kind::CloseRequested) return;
   const Control* control = form_->Find(event.control);
   if (control != nullptr && control->Kind() == ControlKind::ScrollBar) {
-    // The model's range may have become smaller since; and what it makes of the value is what the widget has to show.
+    // The model's range may have become smaller; the widget has to show the model's value.
     const ControlLook& look = control->Look();
     event.value = std::clamp<std::int32_t>(event.value, look.minimum, std::max(look.minimum, look.maximum));
     drawn_[event.control].changes = 0;

@@ -1,7 +1,7 @@
 // The window of one loaded form: draws its controls as widgets and reports what the user does to them.
 //
-// Owner: the toolkit, until the form is unloaded; from then on it is hidden, belongs to no form and waits for the loop
-// to destroy it. No form code runs below a frame of a widget: what is reported goes through the loop first.
+// Owner: the toolkit until the form is unloaded; then it is hidden, belongs to no form, and the loop destroys it. No
+// form code runs inside a widget's function: reports go through the loop.
 #pragma once
 
 #include <QRect>
@@ -19,14 +19,14 @@ class QtEventLoop;
 
 class FormWindow final : public QWidget {
  public:
-  // `screen`: its usable area. `open_boxes` counts the message boxes that are open; it outlives the window.
+  // `screen`: its usable area. `open_boxes` counts the open message boxes and must outlive the window.
   FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, const QRect& screen);
 
   void Reveal(Keyboard keyboard);
   void PlaceTopmost();
-  void DrawChanges();  // of a revealed window; the others cost nothing until they are
+  void DrawChanges();  // of a revealed window; hidden ones draw nothing
   void RequestClose() { ReportEvent({UiEvent::Kind::CloseRequested}); }
-  // The form is unloaded: hides the window for good and drops what it has still to report.
+  // The form is unloaded: hides the window permanently and drops pending reports.
   void Detach();
 
  protected:
@@ -36,7 +36,7 @@ class FormWindow final : public QWidget {
  private:
   struct Drawn {
     ControlWidget* widget = nullptr;
-    std::uint64_t changes = 0;  // the control's count when it was drawn; 0: to be drawn anew
+    std::uint64_t changes = 0;  // the control's count when it was drawn; 0: draw again
     std::uint64_t pass = 0;
   };
 
@@ -59,11 +59,11 @@ class FormWindow final : public QWidget {
   std::uint64_t drawn_changes_ = 0;
   std::uint64_t focus_requests_;
   std::uint64_t pass_ = 0;
-  Rect outer_;  // of the form when the window was placed last
+  Rect outer_;  // of the form when the window was last placed
   std::unordered_map<ControlId, Drawn> drawn_;
-  // Of the form, as of the last drawing.
+  // Of the form, at the last drawing.
   std::vector<const Control*> buttons_;
-  std::vector<const Control*> in_reach_;  // those that have a widget
+  std::vector<const Control*> in_reach_;  // those with a widget
 };
 
 }  // namespace tsly
