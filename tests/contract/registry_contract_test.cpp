@@ -1,4 +1,4 @@
-// What every backend of the settings registry has to keep (ports/registry.h).
+// The contract of every backend of the settings registry (ports/registry.h).
 #include <gtest/gtest.h>
 
 #include "contract/registry_helpers.h"
@@ -37,11 +37,11 @@ TEST_P(RegistryContract, KeepsTypeAndDataOfAValue) {
         EXPECT_TRUE(Get(registry, key, "", "v") == data) << data.size();
       }
     }
-    EXPECT_EQ(List(registry, root, "data"), "[" + std::to_string(root) + "]") << "roots stand apart";
+    EXPECT_EQ(List(registry, root, "data"), "[" + std::to_string(root) + "]") << "roots are separate";
   }
 }
 
-TEST_P(RegistryContract, TellsTypeAndSizeAndFillsOnlyABufferThatIsLargeEnough) {
+TEST_P(RegistryContract, ReportsTypeAndSizeAndFillsOnlyALargeEnoughBuffer) {
   ASSERT_EQ(Set(registry, kCurrentUser, "K", "v", "abcd", kRegBinary), kSuccess);
   key = Opened(registry, kCurrentUser, "K");
   EXPECT_EQ(registry.Query(key, "other", type, buffer, length), kFileNotFound);
@@ -62,7 +62,7 @@ TEST_P(RegistryContract, TellsTypeAndSizeAndFillsOnlyABufferThatIsLargeEnough) {
   }
 }
 
-TEST_P(RegistryContract, ComparesWithoutRegardToCaseAndKeepsTheFirstWriting) {
+TEST_P(RegistryContract, IgnoresCaseAndKeepsTheFirstSpelling) {
   ASSERT_EQ(Set(registry, kCurrentUser, "Ünïted\\ЖУРНАЛ", "Größe Ä", "1"), kSuccess);
   ASSERT_EQ(registry.Create(kCurrentUser, "üNÏTED\\журнал", key, created), kSuccess);
   EXPECT_FALSE(created);
@@ -74,7 +74,7 @@ TEST_P(RegistryContract, ComparesWithoutRegardToCaseAndKeepsTheFirstWriting) {
   EXPECT_EQ(Get(registry, key, "", "grösse ä"), "-");
 }
 
-TEST_P(RegistryContract, CreateMakesWhatIsMissingAndOpenMakesNothing) {
+TEST_P(RegistryContract, CreateAddsMissingKeysAndOpenAddsNone) {
   EXPECT_EQ(registry.Open(kCurrentUser, "A\\B", key), kFileNotFound);
   EXPECT_EQ(key, 77u);
   created = false;
@@ -90,7 +90,7 @@ TEST_P(RegistryContract, CreateMakesWhatIsMissingAndOpenMakesNothing) {
   EXPECT_EQ(List(registry, Opened(registry, kCurrentUser, "A"), "C"), "-");
 }
 
-TEST_P(RegistryContract, RefusesPathsAndNamesThatCannotBe) {
+TEST_P(RegistryContract, RefusesInvalidPathsAndNames) {
   const std::string longest(kRegMaxPartLength, 'p'), name(kRegMaxNameLength, 'n'), with_zero("A\0B", 3);
   for (const std::string& path :
        {std::string("\\A"), std::string("A\\"), std::string("A\\\\B"), std::string("\\"), with_zero, longest + "p"}) {
@@ -104,7 +104,7 @@ TEST_P(RegistryContract, RefusesPathsAndNamesThatCannotBe) {
   EXPECT_EQ(Set(registry, kCurrentUser, "K", with_zero, ""), kInvalidParameter);
 }
 
-TEST_P(RegistryContract, EnumeratesEveryNameOnceInAnOrderThatHolds) {
+TEST_P(RegistryContract, EnumeratesEveryNameOnceInAStableOrder) {
   for (const char* name : {"b", "", "C", "a", "ä"}) EXPECT_EQ(Set(registry, kCurrentUser, "K\\Values", name, ""), 0);
   for (const char* path : {"K\\b\\inner", "K\\A", "K\\c", "K]", "K[", "Kind", "K\\Ä"}) {
     EXPECT_NE(Made(registry, kCurrentUser, path), 0u);
@@ -125,7 +125,7 @@ TEST_P(RegistryContract, EnumeratesEveryNameOnceInAnOrderThatHolds) {
   EXPECT_EQ(buffer, std::string("four\0#", 6));
 }
 
-TEST_P(RegistryContract, HandlesOpenedForReadingWriteNothing) {
+TEST_P(RegistryContract, HandlesOpenedForReadingRefuseWrites) {
   ASSERT_EQ(Set(registry, kCurrentUser, "K\\Below", "v", "1"), kSuccess);
   key = Opened(registry, kCurrentUser, "K\\Below");
   EXPECT_EQ(registry.Set(key, "v", kRegSz, std::string("2")), kAccessDenied);
@@ -169,21 +169,21 @@ TEST_P(RegistryContract, RemovesValuesAndWholeTrees) {
   EXPECT_EQ(registry.DeleteTree(kCurrentUser, ""), kInvalidParameter);
   EXPECT_EQ(List(registry, kCurrentUser, "A"), "[B [1]][B]][Bee]");
   for (const char* path : {"A\\B]", "A\\Bee"}) EXPECT_EQ(List(registry, kCurrentUser, path), "'v'") << path;
-  EXPECT_EQ(registry.Set(key, "v", kRegSz, {}), kKeyDeleted) << "a removed key takes nothing";
+  EXPECT_EQ(registry.Set(key, "v", kRegSz, {}), kKeyDeleted) << "a removed key refuses writes";
   EXPECT_EQ(registry.Query(key, "again", type, {}, length), kFileNotFound);
   EXPECT_EQ(registry.Enumerate(key, 0, buffer, length), kNoMoreItems);
   ASSERT_NE(Made(registry, kCurrentUser, "A\\B\\C"), 0u);
-  EXPECT_EQ(List(registry, kCurrentUser, "A\\B\\C"), "") << "nothing comes back";
+  EXPECT_EQ(List(registry, kCurrentUser, "A\\B\\C"), "") << "old contents must not reappear";
 }
 
-TEST_P(RegistryContract, ChangesThatBelongTogetherLastAllOrNotAtAll) {
+TEST_P(RegistryContract, TogetherAppliesAllChangesOrNone) {
   ASSERT_EQ(Set(registry, kCurrentUser, "K", "v", "1"), kSuccess);
   for (const int code : {kDiskFull, kSuccess}) {
     const int result = registry.Together([&] {
       EXPECT_EQ(registry.DeleteTree(kCurrentUser, "K"), kSuccess);
       for (const RegKey root : {kCurrentUser, kLocalMachine}) {
         EXPECT_EQ(Set(registry, root, "L", "v", "2"), kSuccess);
-        EXPECT_EQ(Get(registry, root, "L", "v"), "2") << "seen at once";
+        EXPECT_EQ(Get(registry, root, "L", "v"), "2") << "visible at once";
       }
       return code;
     });

@@ -1,4 +1,4 @@
-// Short words for the tests of the settings registry. Results are text: data, "-" for what isn't there, "code N" else.
+// Helpers for the tests of the settings registry. Results are text: the data, "-" if there is none, otherwise "code N".
 #pragma once
 
 #include <string>

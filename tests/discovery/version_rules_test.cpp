@@ -11,7 +11,8 @@ namespace tsly {
 namespace {
 
 TEST(VersionRules, WhatCountsAsNewer) {
-  // Installed and offered. With more fields offered, equal common ones do, and a greater one doesn't end the scan.
+  // Installed and offered. If the offered version has more fields, equal common ones suffice, and a greater one doesn't
+  // end the scan.
   const auto newer = [](const std::string& row) { return IsNewerVersion(Split(row, "|")[0], Split(row, "|")[1]); };
   for (const char* row :
        {"7.0.1300.0|7.0.1301.0", "7.0.1300.5|7.0.1301", "7.0|7.0.0.0", "1.5|1.6.0", "0.0.0.0|0.0.0.1",
@@ -33,13 +34,13 @@ TEST(VersionRules, WhoExcludesWhom) {
     Names left;
   } kCases[] = {
       {{"A", "B", "C"},         {},                              {"A", "B", "C"}},
-      {{"A", "B", "C"},         {{"A", "B"}, {"B", "C"}},        {"A", "C"}     }, // a blanked one acts no more
+      {{"A", "B", "C"},         {{"A", "B"}, {"B", "C"}},        {"A", "C"}     }, // an excluded one excludes nothing
       {{"B", "A", "C"},         {{"A", "B"}, {"B", "C"}},        {"A"}          },
-      {{"A", "B"},              {{"A", "A"}, {"B", "A"}},        {"B"}          }, // itself, and later ones still act
+      {{"A", "B"},              {{"A", "A"}, {"B", "A"}},        {"B"}          }, // excludes itself; later ones still count
       {{"A", "B"},              {{"A", "A,B"}},                  {}             },
       {{"Designer", "Samples"}, {{"Designer", "x, samples ,,"}}, {"Designer"}   },
       {{"A", "B"},              {{"A", "B*"}, {"B", "?"}},       {"A", "B"}     }, // whole names
-      {{"A", "B"},              {{"C", "A,B"}},                  {"A", "B"}     }, // only what is on offer acts
+      {{"A", "B"},              {{"C", "A,B"}},                  {"A", "B"}     }, // only offered modules exclude others
       {{" A ", "B"},            {{" A ", "b"}},                  {"A"}          },
       {{"A", "B", "a"},         {{"B", "A"}},                    {"B"}          },
   };
@@ -65,8 +66,8 @@ TEST(VersionRules, TheInstalledVersionComesFromTheRegistryAndTheOfferedOneFromTh
   EXPECT_FALSE(app.dialog().IsNewVersion("A", app.folder.CorePath("missing.ini")));
 }
 
-// Whatever a server sends ends as a list that can be shown, or as nothing new.
-TEST(VersionRules, OddFilesOfferWhatCanBeReadInThem) {
+// Any file from a server results in a list or in "nothing new".
+TEST(VersionRules, InvalidFilesOfferTheirReadableParts) {
   const std::string n(1, '\0'), name(1 << 20, 'n'), nines(1 << 20, '9'), zeros(4 << 20, '\0');
   const std::pair<std::string, std::string> kCases[] = {
       {"",                                                                    ""               },

@@ -1,4 +1,4 @@
-// The application object that Qt wants to exist round all tests; without a display unless one is asked for.
+// The application object that Qt needs during all tests; without a display by default.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ namespace tsly {
 class ApplicationEnvironment final : public testing::Environment {
  public:
   void SetUp() override {
-    std::signal(SIGPIPE, SIG_IGN);  // as in the program: who hangs up is an error code
+    std::signal(SIGPIPE, SIG_IGN);  // as in the program: a closed connection is an error code
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     application_ = std::make_unique<QApplication>(argument_count_, arguments_);
   }
@@ -32,7 +32,7 @@ class ApplicationEnvironment final : public testing::Environment {
 inline testing::Environment* const kApplicationEnvironment =
     testing::AddGlobalTestEnvironment(new ApplicationEnvironment);
 
-// The system's, and what a test adds.
+// The system's clock plus an offset of the test.
 class RealClock final : public Clock {
  public:
   DateTime Now() override { return 45000.5; }
@@ -40,14 +40,14 @@ class RealClock final : public Clock {
   SteadyTime ahead{0};
 };
 
-// The edition's loop, and two ways to serve what a test brings about.
+// The edition's loop, and two ways to run it.
 struct RunningLoop {
   bool RunUntil(const std::function<bool()>& done) {
     const SteadyTime limit = clock.Steady() + std::chrono::seconds(10);
     while (!done() && clock.Steady() <= limit) loop.Wait(limit);
     return done();
   }
-  // For what must not happen.
+  // To check that something doesn't happen.
   void RunFor(std::chrono::milliseconds length) {
     const SteadyTime end = clock.Steady() + length;
     while (clock.Steady() <= end) loop.Wait(end);

@@ -16,7 +16,7 @@
 namespace tsly {
 namespace {
 
-// Does in its calls what the test says.
+// Runs the test's code in its calls.
 struct TestObject : AutomationObject {
   explicit TestObject(int& living) : living_(living) { ++living_; }
   ~TestObject() override { --living_; }
@@ -24,7 +24,7 @@ struct TestObject : AutomationObject {
   void PutStatus(std::int32_t value) override { status = value; }
   void VerifyVersion() override {
     during_call();
-    ++status;  // would be a use after the end, had the object gone
+    ++status;  // a use after free if the object were destroyed
   }
   void ConfigureUpdater() override { status = 77; }
   void Quit() override { during_call(); }
@@ -35,7 +35,7 @@ struct TestObject : AutomationObject {
   int& living_;
 };
 
-// A bus of the test's own, with the server on it.
+// A separate bus with the server.
 class DbusAutomationTest : public testing::Test, protected RunningLoop {
  protected:
   DbusAutomationTest() {
@@ -123,7 +123,7 @@ TEST_F(DbusAutomationTest, KeepsAnObjectForItsClient) {
   EXPECT_TRUE(server_->HasHeldObjects());
 }
 
-TEST_F(DbusAutomationTest, RefusesWhatItDoesNotKnow) {
+TEST_F(DbusAutomationTest, RefusesInvalidCalls) {
   const auto client = Connect("client");
   const QString object = Create(client), factory = dbus::kFactoryPath,
                 objects = "/com/quillonsystems/TessalyStudio/CheckNew/";
@@ -162,14 +162,14 @@ TEST_F(DbusAutomationTest, RefusesWhatItDoesNotKnow) {
   }
 }
 
-TEST_F(DbusAutomationTest, ServesCallsInsideAWaitAndKeepsTheObjectOfACall) {
+TEST_F(DbusAutomationTest, ProcessesCallsDuringAWaitAndKeepsTheObjectOfACall) {
   std::optional<QDBusConnection> client(Connect("client"));
   const auto other = Connect("other");
-  // The second time the client dies in its own call.
+  // The second time the client disconnects during its own call.
   for (const bool dies : {false, true}) {
     const QString object = Create(*client);
     made_.lock()->during_call = [&, weak = made_] {
-      EXPECT_EQ(Status(other, object), 0) << "served inside";
+      EXPECT_EQ(Status(other, object), 0) << "processed during the wait";
       Ask(other, OwnCall(object, "ConfigureUpdater"));
       if (dies) {
         client.reset();
@@ -189,13 +189,13 @@ TEST_F(DbusAutomationTest, ServesCallsInsideAWaitAndKeepsTheObjectOfACall) {
   }
 }
 
-TEST_F(DbusAutomationTest, AnswersQuitBeforeItObeys) {
+TEST_F(DbusAutomationTest, RepliesToQuitBeforeItEnds) {
   const auto client = Connect("client");
   const QString path = Create(client);
   QDBusPendingCall reply = QDBusPendingCall::fromCompletedCall(QDBusMessage());
   bool obeyed = false;
   made_.lock()->during_call = [&] {
-    reply.waitForFinished();  // without the server's help
+    reply.waitForFinished();  // without running the server
     EXPECT_FALSE(reply.isError());
     obeyed = true;
   };
@@ -203,15 +203,15 @@ TEST_F(DbusAutomationTest, AnswersQuitBeforeItObeys) {
   EXPECT_TRUE(RunUntil([&] { return obeyed; }));
 }
 
-TEST_F(DbusAutomationTest, OneServerHasTheNameAndGivesItUpInTime) {
+TEST_F(DbusAutomationTest, OneServerOwnsTheNameAndReleasesIt) {
   DbusAutomation second(loop, Connect("second server"));
   const auto no_object = [] { return std::shared_ptr<AutomationObject>(); };
   EXPECT_EQ(second.Start(no_object), AutomationStart::kTaken);
 
-  // A call that has arrived when the server means to go keeps it there.
+  // A call that arrives while the server ends keeps it running.
   const auto client = Connect("client");
   const QDBusPendingCallWatcher late(client.asyncCall(create_));
-  client.interface()->isServiceRegistered(dbus::kService);  // behind it
+  client.interface()->isServiceRegistered(dbus::kService);  // after it
   EXPECT_FALSE(server_->Leave());
   EXPECT_EQ(server_->ObjectsHeld(), 1u);
   EXPECT_TRUE(client.interface()->isServiceRegistered(dbus::kService));
@@ -220,12 +220,12 @@ TEST_F(DbusAutomationTest, OneServerHasTheNameAndGivesItUpInTime) {
   const QDBusPendingCall release = client.asyncCall(OwnCall(PathIn(late.reply()), "Release"));
   client.interface()->isServiceRegistered(dbus::kService);
   EXPECT_TRUE(server_->Leave());
-  EXPECT_EQ(server_->ObjectsHeld(), 0u) << "what has arrived is served";
+  EXPECT_EQ(server_->ObjectsHeld(), 0u) << "calls that arrived are processed";
   EXPECT_FALSE(client.interface()->isServiceRegistered(dbus::kService));
   EXPECT_EQ(DbusAutomation(loop, client).Start(no_object), AutomationStart::kServing);
 }
 
-TEST_F(DbusAutomationTest, NoBusHoldsNothing) {
+TEST_F(DbusAutomationTest, WithoutABusThereAreNoObjects) {
   Create(Connect("client"));
   daemon_.kill();
   EXPECT_TRUE(RunUntil([&] { return server_->ObjectsHeld() == 0; }));

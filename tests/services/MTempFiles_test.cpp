@@ -25,13 +25,13 @@ class TempFilesTest : public testing::Test {
   MTempFiles& temp_files = app.program->temp_files;
 };
 
-TEST_F(TempFilesTest, AGivenNameIsTakenAsItIsAndOnlyTheFolderIsMade) {
+TEST_F(TempFilesTest, AGivenNameIsUnchangedAndOnlyTheFolderIsCreated) {
   EXPECT_EQ(Name(temp_files.GetTempFile("pack.zip", "tmp")), "pack.zip");
   EXPECT_FALSE(app.folder.Has(InFolder("pack.zip")));
   EXPECT_TRUE(app.folder.Has(InFolder("")));
 }
 
-TEST_F(TempFilesTest, CountedNamesTakeTheFirstFreeNumberAndMakeTheFile) {
+TEST_F(TempFilesTest, NumberedNamesTakeTheFirstFreeNumberAndCreateTheFile) {
   app.folder.Write(InFolder("tsl00000.zip"), "old");
   app.folder.Write(InFolder("TSL00001.ZIP"), "old");
   EXPECT_EQ(Name(temp_files.GetTempFile("", "zip")), "tsl00002.zip");
@@ -50,16 +50,16 @@ TEST_F(TempFilesTest, TheSystemNamesFilesEndingInTmp) {
   }
 }
 
-TEST_F(TempFilesTest, FoldersOfLastResort) {
+TEST_F(TempFilesTest, FallbackFolders) {
   app.folders.nowhere = true;
   EXPECT_EQ(temp_files.GetTempFile("a.txt", ""), app.folder.CorePath("temp\\a.txt"));
   app.folders.no_temp = true;
   const ScopedEnvironment environment("TMPDIR", app.folder.NativePath().string());
   EXPECT_EQ(temp_files.GetTempFile("a.txt", ""), "C:\\TEMP\\a.txt");
-  EXPECT_EQ(temp_files.GetTempFile("", "tmp"), "C:\\TEMP\\tsl00000.tmp") << "the system makes none";
+  EXPECT_EQ(temp_files.GetTempFile("", "tmp"), "C:\\TEMP\\tsl00000.tmp") << "the system has none";
 }
 
-TEST_F(TempFilesTest, TheFilesOfAKilledProcessGoWhenTheNextOneIsAlone) {
+TEST_F(TempFilesTest, AProcessThatRunsAloneDeletesTheFilesOfAKilledOne) {
   const auto left = [&] {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(app.folder.NativePath(InFolder("")))) {
@@ -94,7 +94,7 @@ TEST_F(TempFilesTest, TheFilesOfAKilledProcessGoWhenTheNextOneIsAlone) {
   EXPECT_TRUE(app.folder.Has(InFolder("..\\elsewhere")));
 }
 
-TEST_F(TempFilesTest, DeletesEachPathOnceAndForgetsSurvivors) {
+TEST_F(TempFilesTest, DeletesEachPathOnceAndForgetsAll) {
   for (const char* name : {"one.zip", "Two.zip", "three.zip"}) app.folder.Write(InFolder(name), "x");
   for (const char* name : {"gone.zip", "one.zip", "ONE.ZIP", "Two.zip", "three.zip"}) temp_files.GetTempFile(name, "");
   app.files.calls.clear();
@@ -102,12 +102,12 @@ TEST_F(TempFilesTest, DeletesEachPathOnceAndForgetsSurvivors) {
       {FileCall::kDelete, 3, 32}
   };
   for (int time = 0; time < 2; ++time) temp_files.DeleteTempFiles();
-  EXPECT_EQ(app.files.calls[FileCall::kDelete], 4) << "names that differ in case only are one entry";
+  EXPECT_EQ(app.files.calls[FileCall::kDelete], 4) << "names that differ only in case are one entry";
   EXPECT_FALSE(app.folder.Has(InFolder("one.zip")));
   EXPECT_TRUE(app.folder.Has(InFolder("Two.zip"))) << "in use";
   EXPECT_FALSE(app.folder.Has(InFolder("three.zip")));
   temp_files.GetTempFile("four.zip", "");
-  EXPECT_FALSE(app.folder.Has(InFolder("Two.zip"))) << "the next process's, or this one's next run's, to delete";
+  EXPECT_FALSE(app.folder.Has(InFolder("Two.zip"))) << "deleted by the next process or run";
 }
 
 }  // namespace

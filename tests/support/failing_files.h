@@ -1,4 +1,4 @@
-// Files in front of other files: it counts the calls, fails those that a test names, and forwards the rest.
+// A wrapper for Files: counts the calls, fails those that a test selects, and forwards the rest.
 #pragma once
 
 #include <algorithm>

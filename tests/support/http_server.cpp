@@ -64,7 +64,7 @@ Script& Script::Stall() {
 
 Script& Script::Reset() {
   return Add([](HttpServer&, int connection, SSL*) {
-    // Connecting to nowhere drops a connection with a reset, and the number stays ours.
+    // Connecting to AF_UNSPEC resets the connection and keeps the descriptor.
     sockaddr nowhere{};
     nowhere.sa_family = AF_UNSPEC;
     return ::connect(connection, &nowhere, sizeof nowhere) != 0;
@@ -125,7 +125,7 @@ HttpServer::~HttpServer() {
   workers_.clear();
   for (const int connection : connections_) ::close(connection);
   ::close(listener_);
-  EXPECT_TRUE(scripts_.empty()) << scripts_.size() << " scripts were never asked for";
+  EXPECT_TRUE(scripts_.empty()) << scripts_.size() << " scripts were not used";
 }
 
 void HttpServer::Expect(Script script) {

@@ -1,6 +1,5 @@
-// A scripted HTTP server on loopback: each connection gets the next script, what comes or stays away is byte for byte
-// the test's. Raw sockets on threads of its own. A connection that nobody scripted, and a script that nobody asked for,
-// fail the test.
+// A scripted HTTP server on loopback: each connection gets the next script, which defines every byte. Uses raw sockets
+// on its own threads. An unscripted connection and an unused script fail the test.
 #pragma once
 
 #include <condition_variable>
@@ -21,12 +20,12 @@ namespace tsly {
 
 class HttpServer;
 
-// What the server does on one connection, step by step; at the end of the script it closes.
+// The steps of the server on one connection; it closes the connection after the last one.
 class Script {
  public:
-  // Waits for a request, to the end of its head. Every script but a custom one begins with it.
+  // Waits for a request up to the end of its head. The first step of every script but a custom one.
   Script& Receive();
-  // In pieces of at most `piece` bytes, each in a segment of its own; 0: as one.
+  // In pieces of at most `piece` bytes, each in its own segment; 0: all at once.
   Script& Send(std::string bytes, std::size_t piece = 0);
   // Waits for HttpServer::Release.
   Script& Stall();
@@ -35,45 +34,45 @@ class Script {
 
  private:
   friend class HttpServer;
-  using Step = std::function<bool(HttpServer& server, int connection, SSL* secure)>;  // false: the last one
+  using Step = std::function<bool(HttpServer& server, int connection, SSL* secure)>;  // false: last step
   Script& Add(Step step);
   std::vector<Step> steps_;
 };
 
-// Scripts for whole answers. `length` is what Content-Length tells.
+// Scripts for complete responses. `length` is the value of Content-Length.
 Script Reply(const std::string& body, const std::string& status = "200 OK");
 Script ReplyWithLength(const std::string& body, std::size_t length, const std::string& status = "200 OK",
                        const std::string& fields = "");
 Script RedirectTo(const std::string& location, const std::string& body = "");
-// A request, then just these bytes.
+// Receives a request, then sends just these bytes.
 Script Raw(std::string bytes);
 
-// What a server of HTTPS shows: a key and a certificate that it has signed itself, for this machine's loopback address.
-// `authority` becomes the certificate's file, for a client that is to trust it.
+// The certificate of an HTTPS server: self-signed, for the loopback address. `authority` is set to the certificate's
+// file, for a client that trusts it.
 enum class Certificate { kGood, kOtherName, kExpired };
 std::shared_ptr<SSL_CTX> Secured(Certificate certificate, const std::filesystem::path& authority);
 
 class HttpServer {
  public:
   explicit HttpServer(std::shared_ptr<SSL_CTX> secure = nullptr);
-  ~HttpServer();  // ends all stalls; fails the test for what was left over
+  ~HttpServer();  // ends all stalls; fails the test if scripts are left
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
   void Expect(Script script);
-  // Whether all scripts have been asked for, soon at the latest: a client may have connected and gone before that.
+  // Whether all scripts have been used, after a short wait: a client may have connected and disconnected already.
   bool AllAskedFor();
-  // For clients that may be gone before they connect.
+  // For clients that may end before they connect.
   void DropScripts();
-  // Lets one stall go on, the present one or the next.
+  // Ends one stall, the current one or the next.
   void Release();
 
   int port() const { return port_; }
-  std::string Url() const;  // by its own scheme
+  std::string Url() const;  // http or https
   // The heads of the requests, in the order of their arrival.
   std::vector<std::string> requests() const;
 
-  // A port that nobody listens on.
+  // A port without a listener.
   static int UnusedPort();
 
  private:
@@ -86,11 +85,11 @@ class HttpServer {
   const std::shared_ptr<SSL_CTX> secure_;  // null: plain
   int port_ = 0;
   const int listener_;
-  mutable std::mutex mutex_;  // of all below
+  mutable std::mutex mutex_;  // for all members below
   std::condition_variable changed_;
   std::deque<Script> scripts_;
   std::vector<std::string> requests_;
-  std::vector<int> connections_;  // closed at the end, so that none ends a newer one of the same number
+  std::vector<int> connections_;  // closed at the end, so that no reused descriptor is closed
   std::vector<std::jthread> workers_;
   int releases_ = 0;
   bool stopping_ = false;

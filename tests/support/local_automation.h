@@ -1,4 +1,4 @@
-// The automation server without a bus: a test makes objects and calls them as a client would, by way of the event loop.
+// The automation server without a bus: a test creates objects and calls them like a client, through the event loop.
 #pragma once
 
 #include <functional>
@@ -14,7 +14,7 @@ namespace tsly {
 class LocalAutomation : public AutomationServer {
  public:
   AutomationStart answer = AutomationStart::kServing;
-  std::function<void()> while_leaving;                            // what arrives at the last moment
+  std::function<void()> while_leaving;                            // calls that arrive while the server ends
   std::map<std::string, std::shared_ptr<AutomationObject>> held;  // by the client's name
   int leaves = 0;
 

@@ -23,7 +23,7 @@ int MemoryRegistry::Begin(const char* operation, RegKey key, bool good_name, Han
   return good_name ? kSuccess : kInvalidParameter;
 }
 
-// The roots are always there.
+// The roots always exist.
 MemoryRegistry::Key* MemoryRegistry::KeyOf(const Handle& handle) {
   if (handle.path.empty()) return &keys_[{handle.root, ""}];
   const auto found = keys_.find({handle.root, handle.path});

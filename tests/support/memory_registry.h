@@ -1,5 +1,5 @@
-// The settings registry in memory, held to the same contract suite as the real one. One thread; two programs that share
-// an object are two processes on one machine.
+// The settings registry in memory, tested by the same contract suite as the real one. One thread; two programs that
+// share an object act like two processes on one machine.
 #pragma once
 
 #include <functional>
@@ -11,11 +11,11 @@ namespace tsly {
 
 class MemoryRegistry : public RegistryEditor {
  public:
-  // The next call of an operation by its name here gives this code instead.
+  // The next call of the named operation returns this code.
   std::map<std::string, int> fail;
   // Whether writes below the machine's roots are refused with 5.
   bool denied = false;
-  // The code of every call that works on a key, as while another process holds the store; 0: none.
+  // The code of every call on a key, as if another process locked the store; 0: none.
   int locked = 0;
   std::function<void(const std::string& operation)> before_call;
 
@@ -32,7 +32,7 @@ class MemoryRegistry : public RegistryEditor {
   int DeleteTree(RegKey root, const std::string& path) override;
   int Together(const std::function<int()>& changes) override;
 
-  // Handles that were given and not closed: 0 when a routine left none behind.
+  // The number of handles that aren't closed.
   std::size_t OpenHandles() const { return handles_.size(); }
 
  private:
@@ -50,7 +50,7 @@ class MemoryRegistry : public RegistryEditor {
     bool writable = false;
   };
 
-  // What every operation begins with: the code that it has to give, or success and what the key stands for.
+  // The first step of every operation: returns its code, or success and the key.
   int Begin(const char* operation, RegKey key, bool good_name, Handle& handle);
   Key* KeyOf(const Handle& handle);
   bool Denied(const Handle& handle) const { return !handle.writable || (denied && handle.root != kCurrentUser); }

@@ -1,12 +1,12 @@
-// Runs a part of a test without root's rights, in a process of its own.
+// Runs a part of a test without root's rights, in a child process.
 #pragma once
 
 #include <functional>
 
 namespace tsly {
 
-// Root becomes the user "nobody" for the length of `body`, everybody else stays who he is. The result is what `body`
-// gives; -1 when the process didn't come to its end. What `body` changes in memory is lost, its test failures too.
+// Runs `body` in a child process, as the user "nobody" if the test runs as root. Returns the result of `body`, or -1 if
+// the process didn't end normally. Changes in memory and test failures of `body` are lost.
 int AsOrdinaryUser(const std::function<int()>& body);
 
 }  // namespace tsly

@@ -1,5 +1,5 @@
-// Thrown in place of the end of the process by the shells of the tests; passes every Step and every guard, and is
-// caught by the harness round a run alone. Not a RuntimeError, so that nobody skips over it.
+// Thrown by the tests' shells instead of ending the process. Only the harness around a run catches it: no Step or guard
+// does, because it isn't a RuntimeError.
 #pragma once
 
 namespace tsly {

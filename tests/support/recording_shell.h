@@ -1,5 +1,5 @@
-// A shell that starts nothing and writes down what it was asked for. A test sets `next_error` and `next_fault` for the
-// next call and reads the records; the end of the process is thrown as ProcessEnded.
+// A shell that starts nothing and records its calls. A test sets `next_error` and `next_fault` for the next call and
+// reads the records; the end of the process throws ProcessEnded.
 #pragma once
 
 #include <cstdint>
@@ -22,14 +22,14 @@ class RecordingShell : public Shell {
     bool operator==(const Launch&) const = default;
   };
 
-  std::vector<Launch> launched;  // the attempts, also those that failed
+  std::vector<Launch> launched;  // including failed attempts
   std::vector<std::string> opened_urls;
   std::vector<std::int32_t> closed_windows;
   int ends = 0;                       // how often the process was ended
-  std::uint32_t next_error = 0;       // what LastError gives after the next call; 0 again for the one after it
-  Fault next_fault;                   // what the next StartElevated raises
+  std::uint32_t next_error = 0;       // the error of the next call; then 0 again
+  Fault next_fault;                   // the fault of the next StartElevated
   std::function<void()> at_end;       // runs just before the end is thrown
-  std::function<void()> during_call;  // runs inside each call, as what a user does meanwhile would
+  std::function<void()> during_call;  // runs inside each call, for actions of the user meanwhile
 
   Fault StartElevated(const std::string& file, const std::string& parameters, std::int32_t show_command) override {
     launched.push_back({file, parameters, show_command});

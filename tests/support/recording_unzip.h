@@ -1,5 +1,5 @@
-// An unzip component that unpacks nothing and writes down the calls on it. A test scripts the results of Extract, one
-// for each; one that nobody scripted fails the test. The factory must outlive its objects.
+// An unzip component that unpacks nothing and records its calls. A test scripts the results of Extract; an unscripted
+// call fails the test. The factory must outlive its objects.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,9 +21,9 @@ class RecordingUnzipFactory : public UnzipFactory {
   // "ExtractOptionB=False", "Extract", "FailureText".
   std::vector<std::vector<std::string>> objects;
   std::deque<std::int32_t> results;
-  std::string failure_text;  // what FailureText gives after a result other than 0
+  std::string failure_text;  // returned by FailureText after a result other than 0
   bool fail_create = false;
-  std::string fail_call;  // "Extract", "ArchiveFile", ...: this call raises `fault` and does nothing
+  std::string fail_call;  // "Extract", "ArchiveFile", ...: this call only returns `fault`
   std::function<void(OpenFile* archive)> on_extract;
   Fault fault{-2147467259, "CGUnzipFiles", "Method failed"};
 
@@ -49,7 +49,7 @@ class RecordingUnzipFactory : public UnzipFactory {
     Fault Extract(std::string&, std::string&, std::int32_t& result) override {
       if (factory_.on_extract) factory_.on_extract(archive_.get());
       if (Fault raised = Log("Extract", "")) return raised;
-      EXPECT_FALSE(factory_.results.empty()) << "an Extract that nobody scripted";
+      EXPECT_FALSE(factory_.results.empty()) << "an unscripted Extract";
       result = factory_.results.empty() ? -1 : factory_.results.front();
       if (!factory_.results.empty()) factory_.results.pop_front();
       failed_ = result != 0;

@@ -1,4 +1,4 @@
-// Variables of the environment, as they were again when the object goes.
+// Sets environment variables and restores them in the destructor.
 #pragma once
 
 #include <cstdlib>
@@ -12,7 +12,7 @@ class ScopedEnvironment {
  public:
   using Variables = std::map<std::string, std::optional<std::string>>;
 
-  // A variable without a value is taken out.
+  // Removes a variable without a value.
   explicit ScopedEnvironment(const Variables& wanted) {
     for (const auto& [name, value] : wanted) {
       const char* before = std::getenv(name.c_str());

@@ -38,7 +38,7 @@ Fault ScriptedTransfer::Execute(const std::string& url, const std::string&) {
   read_ = chunks_ = 0;
   code_ = 0;
   info_.clear();
-  EXPECT_FALSE(answers.empty()) << "no answer is scripted for " << url;
+  EXPECT_FALSE(answers.empty()) << "no scripted answer for " << url;
   if (answers.empty()) return {31, "ScriptedTransfer", "no answer is scripted"};
   Answer answer = std::move(answers.front());
   answers.pop_front();
@@ -57,12 +57,12 @@ void ScriptedTransfer::Cancel() {
 void ScriptedTransfer::Abandon() {
   if (!run_) return;
   loop_.StopTimer(run_->timer);
-  run_->abandoned = true;  // a delivery already posted, or one further up the stack, looks at this
+  run_->abandoned = true;  // checked by posted deliveries and by those further up the stack
   run_.reset();
 }
 
 void ScriptedTransfer::Continue(const Answer& answer) {
-  ASSERT_TRUE(run_) << "no transfer is on its way";
+  ASSERT_TRUE(run_) << "no transfer is running";
   std::vector<std::int16_t> states = run_->answer.states;
   states.insert(states.end(), answer.states.begin(), answer.states.end());
   run_->answer = answer;
@@ -95,7 +95,7 @@ void ScriptedTransfer::DeliverNext(const std::shared_ptr<Run>& run) {
 }
 
 void ScriptedTransfer::Deliver(std::int16_t state) {
-  const auto handler = handler_;  // a handler may set another one
+  const auto handler = handler_;  // the handler may set another one
   if (handler) handler(state);
 }
 

@@ -1,4 +1,4 @@
-// A folder of a test's own, gone with the object. Names in it are given in the core's form, "a\b.txt".
+// A temporary folder, removed with the object. Names in it are in the core's form, "a\b.txt".
 #pragma once
 
 #include <filesystem>
@@ -18,9 +18,9 @@ class TempFolder {
   std::string CorePath(std::string_view name = "") const;
   std::filesystem::path NativePath(std::string_view name = "") const;
 
-  // Makes the folders before the name, too, and replaces the contents in place. The result is the core path.
+  // Creates the folders too, and replaces the contents in place. Returns the core path.
   std::string Write(std::string_view name, std::string_view contents) const;
-  // Fails the test when there is no such file.
+  // Fails the test if there is no such file.
   std::string Read(std::string_view name) const;
   bool Has(std::string_view name) const;
 

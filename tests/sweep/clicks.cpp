@@ -1,5 +1,5 @@
-// Preloaded into the program under test: a user who answers every message with its default button and clicks the first
-// of the controls in TSLY_SWEEP_CLICKS ("lblInfo(103)*2 cmdOK") that can be clicked and has clicks left.
+// Preloaded into the program under test. Simulates a user who answers every message with its default button and clicks
+// the first control in TSLY_SWEEP_CLICKS ("lblInfo(103)*2 cmdOK") that is clickable and has clicks left.
 #include <QApplication>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -19,8 +19,7 @@ class User : public QObject {
     qApp->installEventFilter(this);
   }
 
-  // Looks when something was drawn or the program is about to wait: at the loop's turn, where a user's clicks come
-  // from.
+  // Acts after drawing or before the program waits: in the loop, like a user's clicks.
   bool eventFilter(QObject* object, QEvent* event) override {
     if (event->type() == QEvent::Paint || event->type() == QEvent::Show || event->type() == QEvent::EnabledChange) {
       LookSoon();

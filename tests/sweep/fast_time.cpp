@@ -1,6 +1,5 @@
-// Preloaded into a program under test: its waits pass in a small part of their time, and its steady clock goes on by
-// what was skipped. Waits that the network can end are shortened less. The date stays the real one, and programs that
-// the program starts run in real time.
+// Preloaded into a program under test. Shortens its waits and advances its steady clock by the skipped time. Waits that
+// the network can end are shortened less. The date stays real, and child processes run in real time.
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -37,7 +36,7 @@ bool OnNetwork(const pollfd* entries, nfds_t count) {
   });
 }
 
-// `wait` below 0: without an end.
+// `wait` below 0: no limit.
 int Poll(pollfd* entries, nfds_t count, std::int64_t wait, const sigset_t* signals) {
   const std::int64_t faster = wait <= 0 ? 1 : OnNetwork(entries, count) ? kFasterOnNetwork : kFaster;
   const std::int64_t began = Real();
@@ -50,7 +49,7 @@ int Poll(pollfd* entries, nfds_t count, std::int64_t wait, const sigset_t* signa
   return static_cast<int>(ready);
 }
 
-// What the program starts is no concern of this library.
+// Child processes don't use this library.
 [[gnu::constructor]] void KeepToThisProcess() { unsetenv("LD_PRELOAD"); }
 
 }  // namespace

@@ -1,7 +1,6 @@
-// Preloaded into the program under test: after each call that brings something to a disk the program waits until
-// whoever holds the other end of the socket TSLY_POWER_SOCKET has copied the disks. TSLY_POWER_MODE "eager": each
-// rename brings everything to its disk, as the system may do at any time; "forget": every second syncfs does nothing,
-// as if the program had left it out.
+// Preloaded into the program under test. After each call that flushes to a disk, the program waits until the other end
+// of the socket TSLY_POWER_SOCKET has copied the disks. TSLY_POWER_MODE "eager": each rename flushes its disk, as the
+// system may do at any time; "forget": every second syncfs does nothing, as if the program had omitted it.
 #include <sys/syscall.h>
 #include <unistd.h>
 

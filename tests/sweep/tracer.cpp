@@ -1,15 +1,14 @@
-// Runs a program and disturbs one of its system calls: counts those that concern files below a folder, in all threads
-// of the program but not in the programs that it starts, and ends the program at the Nth, or lets the Nth fail.
+// Runs a program and disturbs one of its system calls: counts the calls on files below a folder, in all threads of the
+// program but not in its child processes, and kills the program at the Nth or makes the Nth fail.
 //
 //   sweep_tracer ROOT MODE N ERRNO SECONDS PROGRAM ARGUMENT...
 //
 // MODE: plain (count nothing), list (print every call), kill and after (SIGKILL before and after the Nth call that
 // changes something), once (the Nth call of all fails), from (all from the Nth on fail), full (those that need room on
-// the disk from the Nth on). A close that fails has closed all the same. No process of the run can change a file
-// outside the folder two levels above ROOT. Writes to the standard output, one line each: "call K KIND TEXT" in list
-// mode (kinds R: reads, C: changes, G: needs room), "hit TEXT" when the Nth came, "outside TEXT" for a change
-// elsewhere, and at last "end exit|signal|hung NUMBER calls N". Returns when the program and all that it started have
-// ended.
+// the disk from the Nth on). A failed close still closes the file. No process of the run can change a file outside the
+// folder two levels above ROOT. Writes one line each to standard output: "call K KIND TEXT" in list mode (kinds R:
+// reads, C: changes, G: needs room), "hit TEXT" when the Nth came, "outside TEXT" for a change elsewhere, and finally
+// "end exit|signal|hung NUMBER calls N". Returns when the program and its child processes have ended.
 #include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
@@ -36,13 +35,13 @@
 
 namespace {
 
-// Where a call's file is: arguments' numbers of a path and of the descriptor that it starts from, -1 for none.
+// The file of a call: the argument numbers of the path and of its base descriptor, -1 for none.
 struct Call {
   long number;
   const char* name;
   int path, descriptor;
-  enum Kind { kReads, kChanges, kGrows, kByFlags } kind;  // a lock or a close changes nothing that stays
-  int flags = 0;                                          // the argument that holds them
+  enum Kind { kReads, kChanges, kGrows, kByFlags } kind;  // a lock or a close changes nothing permanent
+  int flags = 0;                                          // the argument number of the flags
 };
 
 // clang-format off
@@ -112,7 +111,7 @@ int error_number = 0;
 pid_t program = 0;
 volatile sig_atomic_t out_of_time = 0;
 
-// Only the calls of the table stop for the tracer: everything else runs at full speed.
+// Only the calls in the table stop for the tracer; all others run at full speed.
 void InstallFilter() {
   std::vector<sock_filter> code{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
   for (const Call& call : kCalls) {
@@ -152,7 +151,7 @@ std::string FileOf(pid_t id, const Call& call, const Arguments& arguments) {
   return path.empty() ? folder : folder + '/' + path;
 }
 
-// What is there already needs no room to be made.
+// Opening an existing file needs no space.
 Call::Kind KindOf(const Call& call, std::uint64_t flags, const std::string& file) {
   const bool makes = call.path >= 0 && access(file.c_str(), F_OK) != 0;
   if (call.kind == Call::kGrows) return makes || call.path < 0 ? Call::kGrows : Call::kChanges;
@@ -170,7 +169,7 @@ bool IsBelow(const std::string& file, const std::string& folder) {
   return file.starts_with(folder) && (file.size() == folder.size() || file[folder.size()] == '/');
 }
 
-// Nothing but the runs' folders is changed, whatever goes wrong.
+// Detects changes outside the folders of the runs.
 bool Strays(const Call& call, Call::Kind kind, const std::string& file) {
   return kind != Call::kReads && call.path >= 0 && file.starts_with('/') && !IsBelow(file, playground) &&
          !IsBelow(file, "/dev") && !IsBelow(file, "/proc");
@@ -228,7 +227,7 @@ auto Judge(pid_t id, bool is_ours) {
   return PTRACE_CONT;
 }
 
-// The disturbed call has done its work.
+// The disturbed call is complete.
 void EndCall(pid_t id) {
   if (mode == "after") {
     kill(program, SIGKILL);
