@@ -81,10 +81,12 @@ TEST(LocaleContract, TellsTheCodePage) {
   }
 }
 
-// A locale in code page 1251, because machines have few that aren't in UTF-8. Its sources lack much, which is
+// A locale in another code page, because machines have few that aren't in UTF-8. Its sources lack much, which is
 // complained of and doesn't matter here.
-void MakeLocale(const TempFolder& folder, const std::string& name, const std::string& date, const std::string& time) {
-  folder.Write("charmap", "<code_set_name> CP1251\n<escape_char> /\nCHARMAP\n<U0000>..<U007F> /x00\nEND CHARMAP\n");
+void MakeLocale(const TempFolder& folder, const std::string& name, const std::string& date, const std::string& time,
+                const std::string& codeset = "CP1251") {
+  folder.Write("charmap",
+               "<code_set_name> " + codeset + "\n<escape_char> /\nCHARMAP\n<U0000>..<U007F> /x00\nEND CHARMAP\n");
   folder.Write("source", "LC_TIME\nd_fmt \"" + date + "\"\nt_fmt \"" + time + "\"\nEND LC_TIME\n");
   const std::string command =
       "cd '" + folder.NativePath().string() + "' && localedef -c -i source -f ./charmap ./" + name + " >/dev/null 2>&1";
@@ -112,6 +114,24 @@ TEST(LocaleContract, FollowsTheEnvironment) {
       return CodePage(locale).c_str() + (" " + locale.DateSeparator()) + " " + locale.TimeSeparator() == row.second;
     };
     EXPECT_EQ(AsOrdinaryUser(is_told), 1) << row.first;
+  }
+}
+
+TEST(LocaleContract, EachCodesetHasItsCodePage) {
+  std::istringstream cases(
+      "UTF-8 65001 ISO-8859-1 1252 ISO-8859-15 1252 ISO-8859-2 1250 ISO-8859-4 1257 ISO-8859-5 1251 ISO-8859-6 1256 "
+      "ISO-8859-7 1253 ISO-8859-8 1255 ISO-8859-9 1254 ISO-8859-13 1257 KOI8-R 1251 KOI8-U 1251 CP1250 1250 "
+      "CP1252 1252 CP1255 1255 CP1256 1256 TIS-620 874 TCVN5712-1 1258 EUC-JP 932 SHIFT_JIS 932 EUC-KR 949 "
+      "GB2312 936 GBK 936 GB18030 936 BIG5 950 BIG5-HKSCS 950 ARMSCII-8 0");
+  const TempFolder folder;
+  const ScopedEnvironment path("LOCPATH", folder.NativePath().string());
+  std::string expected;
+  for (std::string codeset; cases >> codeset >> expected;) {
+    ASSERT_NO_FATAL_FAILURE(MakeLocale(folder, "l" + codeset, "%d", "%H", codeset));
+    const ScopedEnvironment name("LC_ALL", "l" + codeset);
+    PosixLocale locale(std::nullopt);
+    const std::string actual = CodePage(locale);
+    EXPECT_EQ(actual.empty() ? "0" : actual.c_str(), expected) << codeset;
   }
 }
 

@@ -280,6 +280,21 @@ TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
   }
 }
 
+TEST_F(FoldersContract, PathsWithoutARootBeginInTheCurrentFolder) {
+  folder.Write("Sub\\File", "");
+  const fs::path before = fs::current_path();
+  fs::current_path(folder.NativePath());
+  const std::pair<const char*, const char*> cases[] = {
+      {"sUB\\fILE", "Sub/File"         },
+      {"sub\\none", "Sub/none"         },
+      {"1:x",       "1:x"              },
+      {"a:Sub",     "/dev/null/nowhere"},
+      {"Z:\\Sub",   "/dev/null/nowhere"},
+  };
+  for (const auto& [path, native] : cases) EXPECT_EQ(NativePath(path), native);
+  fs::current_path(before);
+}
+
 TEST_F(FoldersContract, FindsTheProgram) {
   const std::string native = Replace(folders.ProgramFolder(), "\\", "/");
   EXPECT_TRUE(fs::equivalent(native, fs::canonical("/proc/self/exe").parent_path())) << native;

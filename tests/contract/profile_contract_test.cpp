@@ -228,7 +228,8 @@ TEST_F(ProfileContract, FilesThatCountAsMissing) {
   ASSERT_EQ(truncate(folder.NativePath("Large.ini").c_str(), (off_t{256} << 20) + 1), 0);
   ASSERT_EQ(mkfifo(folder.NativePath("pipe").c_str(), 0666), 0);
   for (const std::string& file :
-       {folder.CorePath(), folder.CorePath("no\\x.ini"), std::string("f:\\x.ini"), folder.CorePath("pipe"), large}) {
+       {folder.CorePath(), std::string("\\sys\\kernel\\uevent_seqnum"), folder.CorePath("no\\x.ini"),
+        std::string("f:\\x.ini"), folder.CorePath("pipe"), large}) {
     EXPECT_EQ(Value(reader, file), "DEF") << file;
   }
   rlimit limit{};

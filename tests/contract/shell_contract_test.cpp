@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -260,9 +261,11 @@ TEST(PosixShellWindows, AskedToCloseAndAwaited) {
   EXPECT_EQ(repaints, 0) << "a window that can't be asked is left alone";
   xcb_change_property(display, XCB_PROP_MODE_REPLACE, window, protocols, XCB_ATOM_ATOM, 32, 1, &wish);
   Atom(display, "WM_PROTOCOLS");  // the server has dealt with all before this answer
+  const std::clock_t busy = std::clock();
   EXPECT_EQ(close_window(window), 0U);
   EXPECT_EQ(wishes, 1);
   EXPECT_GT(repaints, 1) << "a window that stays is awaited to the end";
+  EXPECT_LT(std::clock() - busy, CLOCKS_PER_SEC / 10) << "awaiting it takes no processor";
   grants = true;
   EXPECT_EQ(close_window(window), 0U);
   EXPECT_EQ(repaints, 3);
