@@ -10,7 +10,7 @@ DesktopApplication::DesktopApplication(char** arguments) : application_(count_, 
   QApplication::setApplicationName(QStringLiteral("tslyCheckNew"));
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/pictures/icon.png")));
-  // A message box's buttons say "Yes" and "No" as on the rest of the user's desktop.
+  // Buttons of message boxes are in the language of the user's desktop.
   if (system_words_.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
                          QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
     QApplication::installTranslator(&system_words_);

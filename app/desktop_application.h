@@ -1,4 +1,4 @@
-// The process as the desktop knows it: its name, its icon, and the system's own words in the user's language.
+// The desktop application: name, icon, and the toolkit's texts in the user's language.
 #pragma once
 
 #include <QApplication>
@@ -11,7 +11,7 @@ class DesktopApplication {
   explicit DesktopApplication(char** arguments);
 
  private:
-  int count_ = 1;  // the program's own switches are none of Qt's
+  int count_ = 1;  // hides the program's own switches from Qt
   QApplication application_;
   QTranslator system_words_;
 };

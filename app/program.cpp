@@ -57,7 +57,7 @@ bool Program::Run() {
     return std::make_shared<CheckNew>(
         CheckNew::Needs{.global = global, .registry = registry, .dialog = dialog, .clock = clock_, .shell = shell_});
   });
-  // A process that serves already keeps its log: Main would delete it.
+  // Another process already serves: Main would delete its log.
   if (start == AutomationStart::kServing) {
     global.Main(dialog);
     ServeClients();
@@ -75,7 +75,7 @@ void Program::ServeClients() {
   } while (!automation_.Leave());
 }
 
-// Asked between two events, when no routine runs and no message is open.
+// Called between two events, when no routine runs and no message is open.
 bool Program::IsNeeded() const {
   const bool armed = dialog.tmrVerifyVersion.Enabled() || dialog.tmrPrintDots.Enabled();
   return automation_.ObjectsHeld() > 0 || (dialog.Loaded() && (dialog.Visible() || armed));

@@ -1,5 +1,5 @@
-// One run of the process: the modules and the dialog over a platform. main and every test build the same one; two of
-// them on one memory platform are two processes.
+// One run of the process: the modules and the dialog on a platform. main and all tests use the same class; two objects
+// on one memory platform act like two processes.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ class Program {
   // arguments joined by one blank.
   Program(const Platform& platform, std::int32_t start_mode, std::string command_line);
 
-  // Starts up, then serves events: a process on its own until its dialog is gone, one for clients until no client holds
-  // an object and the dialog is idle. False: there is nothing that clients could be served on.
+  // Starts up, then processes events: without clients until the dialog is closed; for clients until none has an object
+  // and the dialog is idle. False: clients can't be served, for instance without a bus.
   bool Run();
 
   MGlobal global;

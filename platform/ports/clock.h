@@ -1,4 +1,4 @@
-// Time of day, and time that only goes forward. A test moves both by hand.
+// Time of day, and a monotonic time. Tests set both.
 #pragma once
 
 #include <chrono>
@@ -8,13 +8,13 @@ namespace tsly {
 // Days since 1899-12-30 00:00 local time; the fraction is the time of day.
 using DateTime = double;
 
-// Since some fixed moment; never goes back, whatever is done to the date. For lengths of waits.
+// Time since a fixed point; never goes back, whatever happens to the date. For the length of waits.
 using SteadyTime = std::chrono::nanoseconds;
 
 class Clock {
  public:
   virtual ~Clock() = default;
-  // In whole seconds, begun ones: texts round to the nearest, and a fraction would put them ahead of the time.
+  // In whole seconds, rounded down: texts round to the nearest second, and a fraction would make them fast.
   virtual DateTime Now() = 0;
   virtual SteadyTime Steady() = 0;
 };

@@ -1,4 +1,4 @@
-// All that a run of the program stands on, borrowed for its length.
+// All ports of a run of the program, which must outlive it.
 #pragma once
 
 namespace tsly {
@@ -28,7 +28,7 @@ struct Platform {
   Locale& locale;
   Toolkit& toolkit;
   EventLoop& loop;
-  AutomationServer& automation;  // stands idle in a process on its own
+  AutomationServer& automation;  // unused in a process without clients
 };
 
 }  // namespace tsly

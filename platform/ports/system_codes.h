@@ -1,5 +1,5 @@
-// The platform's result codes that ports hand out, as Windows numbers them (System Error Codes, winerror.h): settings,
-// log lines and messages carry these numbers in every edition.
+// The result codes of all ports, with the numbers of Windows (System Error Codes, winerror.h): settings, log lines and
+// messages contain these numbers in every edition.
 #pragma once
 
 namespace tsly {
