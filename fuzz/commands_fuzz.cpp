@@ -1,4 +1,4 @@
-// Command lines and action lines against plain readings of their rules. Input: the line.
+// Compares command lines and action lines with simple implementations of their rules. Input: the line.
 #include "base/runtime_error.h"
 #include "base/text.h"
 #include "common/command_line.h"

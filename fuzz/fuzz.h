@@ -1,5 +1,5 @@
-// What the fuzz targets share. Each is one source file with a Try that judges one input; a broken promise, a failed
-// expectation of the tests' support, and whatever the sanitizers see end the process.
+// Shared by the fuzz targets. Each is one source file with a function Try that checks one input. A broken property, a
+// failed expectation of the tests' support and a sanitizer finding end the process.
 #pragma once
 
 #include <algorithm>
@@ -13,14 +13,14 @@
 
 namespace tsly {
 
-// Written by the target.
+// Defined by the target.
 void Try(std::string_view input);
 
 [[noreturn]] void Broken(const char* promise, const char* file, int line);
 
 #define HOLDS(...) ((__VA_ARGS__) ? static_cast<void>(0) : ::tsly::Broken(#__VA_ARGS__, __FILE__, __LINE__))
 
-// Pieces from the front of an input; what has run out is empty.
+// Takes pieces from the front of an input; the rest after the end is empty.
 class Input {
  public:
   explicit Input(std::string_view input) : rest_(input) {}
@@ -29,7 +29,7 @@ class Input {
     const std::string_view byte = Cut(1, 0);
     return byte.empty() ? 0 : static_cast<std::uint8_t>(byte[0]);
   }
-  // Up to the next line end, or any other mark.
+  // Up to the next line end, or another separator.
   std::string_view Line(char end = '\n') { return Cut(rest_.find(end), 1); }
   std::string_view Rest() { return Cut(rest_.size(), 0); }
   bool IsEmpty() const { return rest_.empty(); }

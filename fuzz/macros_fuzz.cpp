@@ -42,7 +42,7 @@ void Try(std::string_view bytes) {
   const bool is_good = ExpandMacros(path, folders, expanded);
   HOLDS(is_good == (expanded.find('{') == expanded.npos && expanded.find('}') == expanded.npos));
 
-  // Folders that hold braces would be searched for macros themselves.
+  // Braces in the folders would be expanded as macros too.
   const std::string all = folders.document_file + folders.app + folders.common_appdata;
   if (all.find_first_of("{}") != all.npos) return;
   const auto slash = folders.document_file.rfind('\\');

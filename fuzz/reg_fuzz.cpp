@@ -1,5 +1,5 @@
-// The text format of registry editors: what an import keeps, an export gives, and importing that changes nothing.
-// Input: the file.
+// The text format of registry editors: an export has everything that was imported, and importing it again changes
+// nothing. Input: the file.
 #include <sstream>
 
 #include "fuzz.h"
@@ -21,7 +21,7 @@ ToolStatus Run(MemoryRegistry& registry, const std::vector<std::string>& words, 
   return status;
 }
 
-// Everything that is there, in the format.
+// Exports everything.
 bool Export(MemoryRegistry& registry, std::string& text) {
   text.clear();
   for (const char* root : {"HKCU", "HKLM", "HKCR"}) {
@@ -45,7 +45,7 @@ void Try(std::string_view bytes) {
   HOLDS(none.empty());
   HOLDS(status != ToolStatus::kUsage && (status == ToolStatus::kDone) <= read.fault.empty());
   if (!Export(registry, text)) return;
-  if (!read.fault.empty()) HOLDS(text.find('[') == text.npos || text.find("\"=") == text.npos);  // nothing by halves
+  if (!read.fault.empty()) HOLDS(text.find('[') == text.npos || text.find("\"=") == text.npos);  // nothing partial
   if (text.empty()) return;
   for (const std::string& form : {text, AsEditorsFile(text)}) {
     HOLDS(Run(again, {"import", "-"}, form, none) == ToolStatus::kDone);

@@ -1,5 +1,5 @@
-// From an updates file to the offer: a search by hand in the whole program. Input: a line "module=version;..." of what
-// is installed, then the updates file.
+// From an updates file to the list of updates: a manual search in the whole program. Input: a line "module=version;..."
+// with the installed versions, then the updates file.
 #include "base/text.h"
 #include "discovery/updates_file.h"
 #include "discovery/version_rules.h"

@@ -1,5 +1,5 @@
-// The comparison of versions and the exclusions against plain ones. Input: the installed and the offered version, then
-// a line "module:excluded,excluded" for each module on offer.
+// Compares the version rule and the exclusions with simple implementations. Input: the installed and the offered
+// version, then a line "module:excluded,excluded" for each offered module.
 #include "base/text.h"
 #include "discovery/version_rules.h"
 #include "fuzz.h"

@@ -1,4 +1,4 @@
-"""The small faults that scripts/mutate plants: where they fit in a C++ source, and what they make of it.
+"""The small faults of scripts/mutate: their possible positions in a C++ source, and their results.
 
 It reads tokens, not C++: a place that only looks like a comparison or a statement gives a source that doesn't compile,
 and scripts/mutate takes another one.
@@ -27,12 +27,12 @@ SWAPPED = {"==": ["!="], "!=": ["=="], "<": ["<=", ">="], "<=": ["<", ">"], ">":
            "<<": [">>"], ">>": ["<<"], "+=": ["-="], "-=": ["+="], "|=": ["&="], "&=": ["|="]}
 COMPARISONS = {"==", "!=", "<", "<=", ">", ">="}
 WORDS = {"true": "false", "false": "true", "min": "max", "max": "min"}
-# What a statement that does something begins with, after its name; a declaration has another name there.
+# The token after the first name of a statement; in a declaration another name follows.
 AFTER_NAME = {"(", ".", "->", "[", "=", "+=", "-=", "*=", "|=", "&=", "^=", "<<=", ">>=", "++", "--"}
 NOT_A_NAME = {"if", "for", "while", "switch", "do", "else", "case", "default", "using", "typedef", "template", "static",
               "const", "constexpr", "auto", "namespace", "class", "struct", "enum", "union", "public", "private",
               "protected", "friend", "extern", "try", "catch", "goto", "static_assert", "assert", "delete", "operator"}
-# Without these a program is slower or larger, not wrong.
+# Without these a program is only slower or larger.
 HARMLESS = re.compile(r"\.(reserve|shrink_to_fit)\(|^static_cast<void>|^\(void\)|^std::ignore|= (default|delete);$")
 
 
@@ -88,14 +88,14 @@ def after_control(tokens, index):
 
 
 def ends_function(tokens, index):
-    """Whether a statement that is the last of its block is the last of a function, too."""
+    """Whether the last statement of a block is also the last one of a function."""
     block = tokens[index].inside
     return not (after_control(tokens, index) or tokens[index - 1].text == "else" or
                 after_control(tokens, block) or tokens[block - 1].text in ("else", "do", ":", ";", "{", "}"))
 
 
 def removed(tokens, index):
-    """The end of the statement that begins here and can be left out, or None."""
+    """The end of the removable statement that begins here, or None."""
     token = tokens[index]
     if not begins_statement(tokens, index):
         return None
@@ -175,7 +175,7 @@ def changes(source):
         text, before, after = token.text, tokens[index - 1].text if index else "", tokens[index + 1].text
         # clang-format puts blanks round the operators with two sides, and round no bracket of a template.
         two_sides = source[token.start - 1:token.start].isspace() and source[token.end:token.end + 1].isspace()
-        # Texts are joined by a plus; they have no difference.
+        # Texts are joined by a plus; there is no minus for them.
         joins = text == "+" and "string" in (tokens[index - 1].kind, tokens[index + 1].kind)
         if token.kind == "sign" and two_sides and not joins:
             for other in SWAPPED.get(text, []):
@@ -219,7 +219,7 @@ def describe(source, change):
     return f"{old or 'nothing'} -> {new or 'nothing'} in: {' '.join(line.split())}"
 
 
-# Snippets of a function's body and what is done to them; for the self-test.
+# Snippets of a function's body and their changes, for the self-test.
 EXAMPLES = [
     ("if (a < b) return;", {"<=", ">=", "!(a < b)", ";"}),
     ("std::vector<int> list(k);", set()),
@@ -235,7 +235,7 @@ EXAMPLES = [
 
 
 def self_test():
-    """The examples that gave something else."""
+    """The examples with another result."""
     wrong = []
     for text, wanted in EXAMPLES:
         source = "void f() {\n" + text + "\n}\n"
