@@ -1,4 +1,4 @@
-// What the dialog reports to an automation client's object. The only connection between the two.
+// What the dialog reports to an automation client's object, which it knows only through this interface.
 #pragma once
 
 #include <cstdint>
