@@ -8,7 +8,7 @@
 
 namespace {
 
-// The session bus starts the updater by this name when nobody owns it.
+// The session bus starts the updater by this name if it isn't running.
 const QString kService = QStringLiteral("com.quillonsystems.TessalyStudio");
 const QString kFactory = QStringLiteral("/com/quillonsystems/TessalyStudio");
 const QString kFactoryInterface = QStringLiteral("com.quillonsystems.TessalyStudio.ClassFactory");
