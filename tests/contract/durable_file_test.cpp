@@ -14,9 +14,7 @@
 #include "support/ordinary_user.h"
 #include "support/temp_folder.h"
 
-namespace {
-std::vector<std::filesystem::path>* flushed = nullptr;
-}
+static std::vector<std::filesystem::path>* flushed = nullptr;
 
 // The system's call, as the program finds it.
 extern "C" int fsync(int file) {

@@ -249,7 +249,11 @@ TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
 TEST_F(SqliteRegistryTest, WhatCannotBeOpenedOrWrittenIsDenied) {
   fs::create_directories(folder / "a folder");
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0666), 0);
+  SqliteRegistry admin(folder / "admin.sqlite", machine_file);
+  ASSERT_EQ(Set(admin, kLocalMachine, "K", "v", "machine's"), kSuccess);
   for (const char* name : {"a folder", "pipe"}) {
+    SqliteRegistry overlaid(folder / name, machine_file);
+    EXPECT_EQ(Get(overlaid, kLocalMachine, "K", "v"), "machine's") << "an overlay that can't be read hides nothing";
     SqliteRegistry registry(folder / name, folder / name);
     for (const RegKey root : {kCurrentUser, kLocalMachine}) {
       EXPECT_EQ(Get(registry, root, "K", "v"), "code 5") << name;
