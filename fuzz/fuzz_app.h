@@ -8,7 +8,8 @@
 
 namespace tsly {
 
-// What is written lives here; what the test's folder holds is found as well. Nothing else can be done.
+// Keeps written files in memory. Also finds the files of the test's folder, and remembers what it found. Other operations
+// fail.
 class MemoryFiles : public Files {
  public:
   std::map<std::string, std::string> contents;  // by path
@@ -18,8 +19,14 @@ class MemoryFiles : public Files {
       names = {pattern.substr(pattern.rfind('\\') + 1)};
       return 0;
     }
-    return real_.Find(pattern, names);
+    if (found_.size() > kMostKept) found_.clear();
+    const auto [found, is_new] = found_.try_emplace(pattern);
+    if (is_new) found->second.code = real_.Find(pattern, found->second.names);
+    names = found->second.names;
+    return found->second.code;
   }
+  // To be called after a change of the test's folder.
+  void LookAgain() { found_.clear(); }
   int Delete(const std::string& path) override { return contents.erase(path) > 0 ? 0 : 2; }
   int Rename(const std::string&, const std::string&) override { return 2; }
   int Copy(const std::string&, const std::string&) override { return 2; }
@@ -54,7 +61,14 @@ class MemoryFiles : public Files {
     std::string& contents_;
   };
 
+  struct Found {
+    int code = 0;
+    std::vector<std::string> names;
+  };
+  static constexpr std::size_t kMostKept = 10000;
+
   PosixFiles real_;
+  std::map<std::string, Found> found_;
 };
 
 // Each folder is made and looked at once: every line of the log asks for one.
@@ -83,6 +97,11 @@ class FuzzApp {
     CopyResources(folder);
     program.global.Main(program.dialog);
     loop.RunFor(std::chrono::milliseconds(0));
+    for (const char* file : {"Languages\\English.ini", "Skins\\Default\\Skin.ini"}) {
+      const std::string text = folder.Read(std::string("app\\") + file);
+      MemoryDocument document(text);
+      profiles.Pin(folder.CorePath(std::string("app\\") + file), &document);
+    }
   }
 
   // Forgets what one input left behind.

@@ -208,8 +208,9 @@ void Try(std::string_view bytes) {
 
   PollLoop loop;
   Server server(loop, std::max(piece, bytes.size() / 64 + 1), answers);
+  static const std::filesystem::path folder = std::filesystem::temp_directory_path();
   CurlTransfer transfer(
-      loop, loop, [] { return std::filesystem::temp_directory_path(); }, "/dev/null");
+      loop, loop, [] { return folder; }, "/dev/null");
   transfer.SetRequestTimeout(0);
   std::vector<std::int16_t> states;
   bool has_ended = false;

@@ -12,6 +12,7 @@ struct ResourceApp : FuzzApp {
     for (const char* file : {"Languages\\Selected.ini", "Skins\\Selected\\Skin.ini"}) {
       folder.Write(std::string("app\\") + file, "");
     }
+    files.LookAgain();
     program.registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("Selected"));
     program.registry.SetRegValue(kCurrentUser, SettingsKey, kValueSkin, std::string("Selected"));
   }

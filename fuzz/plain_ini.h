@@ -1,9 +1,10 @@
-// A second reader of INI files, as plain and as slow as can be: it walks all lines at each question. Written from the
-// rules of ports/profile.h and ini_index.h, to be compared with the real one.
+// A second, simple reader of INI files: lists of sections and keys, searched from the start at each question. Written
+// from the rules of ports/profile.h and ini_index.h, to be compared with the real one.
 #pragma once
 
 #include <iconv.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <map>
 #include <optional>
@@ -19,65 +20,71 @@ class PlainIni {
  public:
   explicit PlainIni(std::string_view bytes, std::optional<std::uint32_t> code_page = std::nullopt) {
     const std::string text = Decoded(bytes, code_page);
-    std::string line;
-    for (const char c : text + '\n') {
-      if (c != '\n' && c != '\r') {
-        line += c;
-        continue;
-      }
-      lines_.push_back(Trimmed(line.substr(0, line.find('\0'))));
-      line.clear();
+    sections_.emplace_back();  // what is above the first one
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+      end = std::min(text.find_first_of("\n\r", begin), text.size());
+      const std::string_view line = std::string_view(text).substr(begin, end - begin);
+      Read(Trimmed(line.substr(0, line.find('\0'))));
     }
   }
 
   std::optional<std::string> Value(const std::string& section, const std::string& key) const {
-    for (const std::string& line : LinesOf(section)) {
-      const auto equals = line.find('=');
-      if (Trimmed(key).empty() || !SameName(Trimmed(line.substr(0, equals)), Trimmed(key))) continue;
-      std::string value = Trimmed(line.substr(equals + 1));
-      const bool quoted = value.size() >= 2 && (value[0] == '"' || value[0] == '\'') && value.back() == value[0];
-      return quoted ? value.substr(1, value.size() - 2) : value;
+    const std::string folded = LowerCase(Trimmed(key));
+    for (const Entry& entry : EntriesOf(section)) {
+      if (!folded.empty() && entry.folded == folded) return entry.value;
     }
     return std::nullopt;
   }
   std::vector<std::string> Sections() const {
     std::vector<std::string> names;
-    for (const std::string& line : lines_) {
-      if (IsSection(line) && !NameOf(line).empty()) names.push_back(NameOf(line));
+    for (const Section& section : sections_) {
+      if (!section.name.empty()) names.push_back(section.name);
     }
     return names;
   }
   std::vector<std::string> Keys(const std::string& section) const {
     std::vector<std::string> names;
-    for (const std::string& line : LinesOf(section)) {
-      if (line[0] != ';') names.push_back(Trimmed(line.substr(0, line.find('='))));
+    for (const Entry& entry : EntriesOf(section)) {
+      if (entry.name[0] != ';') names.push_back(entry.name);
     }
     return names;
   }
 
  private:
-  static std::string Trimmed(std::string text) {
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.pop_back();
-    while (!text.empty() && (text[0] == ' ' || text[0] == '\t')) text.erase(0, 1);
-    return text;
-  }
-  static bool SameName(const std::string& a, const std::string& b) { return LowerCase(a) == LowerCase(b); }
-  static bool IsSection(const std::string& line) { return line[0] == '[' && line.find(']') != line.npos; }
-  static std::string NameOf(const std::string& line) { return Trimmed(line.substr(1, line.rfind(']') - 1)); }
+  struct Entry {
+    std::string name, folded, value;
+  };
+  struct Section {
+    std::string name, folded;
+    std::vector<Entry> entries;
+  };
 
-  // The lines with keys of the first section of a name.
-  std::vector<std::string> LinesOf(const std::string& section) const {
-    std::vector<std::string> lines;
-    bool is_inside = false;
-    for (const std::string& line : lines_) {
-      if (IsSection(line)) {
-        if (is_inside) break;
-        is_inside = !Trimmed(section).empty() && SameName(NameOf(line), Trimmed(section));
-      } else if (is_inside && line.find('=') != line.npos && line[0] != '=') {
-        lines.push_back(line);
-      }
+  static std::string_view Trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t"), last = text.find_last_not_of(" \t");
+    return first == text.npos ? text.substr(0, 0) : text.substr(first, last + 1 - first);
+  }
+
+  void Read(std::string_view line) {
+    if (line.starts_with('[') && line.find(']') != line.npos) {
+      const std::string name(Trimmed(line.substr(1, line.rfind(']') - 1)));
+      sections_.push_back({name, LowerCase(name), {}});
+    } else if (const auto equals = line.find('='); equals != line.npos && equals > 0) {
+      const std::string name(Trimmed(line.substr(0, equals)));
+      std::string_view value = Trimmed(line.substr(equals + 1));
+      const bool quoted = value.size() >= 2 && (value[0] == '"' || value[0] == '\'') && value.back() == value[0];
+      if (quoted) value = value.substr(1, value.size() - 2);
+      sections_.back().entries.push_back({name, LowerCase(name), std::string(value)});
     }
-    return lines;
+  }
+
+  // Those of the first section of a name.
+  const std::vector<Entry>& EntriesOf(const std::string& section) const {
+    static const std::vector<Entry> kNone;
+    const std::string folded = LowerCase(Trimmed(section));
+    for (const Section& one : sections_) {
+      if (!folded.empty() && one.folded == folded) return one.entries;
+    }
+    return kNone;
   }
 
   static std::string Decoded(std::string_view bytes, std::optional<std::uint32_t> code_page) {
@@ -111,7 +118,7 @@ class PlainIni {
     return text;
   }
 
-  std::vector<std::string> lines_;
+  std::vector<Section> sections_;
 };
 
 }  // namespace tsly

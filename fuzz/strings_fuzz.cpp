@@ -13,14 +13,12 @@ FuzzApp& App() {
   return app;
 }
 
-const std::string& SelectedFile() {
-  static const std::string file = [] {
-    MRegistry& registry = App().program.registry;
-    registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("Selected"));
-    App().folder.Write("app\\Languages\\Selected.ini", kLanguageHead);
-    HOLDS(App().program.localization.InitLocalization());
-    return App().folder.CorePath("app\\Languages\\Selected.ini");
-  }();
+std::string SelectedFile() {
+  MRegistry& registry = App().program.registry;
+  registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string("Selected"));
+  const std::string file = App().folder.Write("app\\Languages\\Selected.ini", kLanguageHead);
+  App().files.LookAgain();
+  HOLDS(App().program.localization.InitLocalization());
   return file;
 }
 
@@ -29,7 +27,11 @@ std::string CleanPlainly(std::string text) {
     std::string broken;
     for (std::size_t i = 0; i < text.size();) {
       const bool is_sign = text.compare(i, sign.size(), sign) == 0;
-      broken += is_sign ? "\r\n" : text.substr(i, 1);
+      if (is_sign) {
+        broken += "\r\n";
+      } else {
+        broken += text[i];
+      }
       i += is_sign ? sign.size() : 1;
     }
     text = broken;
@@ -59,22 +61,25 @@ void Try(std::string_view bytes) {
   const std::string_view selected = input.Line('\1'), otherwise = input.Rest();
   const std::string name = key.substr(key.find(':') == key.npos ? 0 : key.find(':') + 1);
   if (Trim(name).empty() || key.find('\0') != key.npos) return;  // the program asks for no such key
-  const std::string& file = SelectedFile();
+  static const std::string selected_file = SelectedFile();
+  static const std::string default_file = App().folder.CorePath("app\\Languages\\English.ini");
   MemoryDocument selected_document(selected), default_document(otherwise);
-  App().profiles.Pin(file, &selected_document);
-  App().profiles.Pin(App().folder.CorePath("app\\Languages\\English.ini"), &default_document);
+  App().profiles.Pin(selected_file, &selected_document);
+  App().profiles.Pin(default_file, &default_document);
 
-  auto expected = PlainIni(selected).Value(SectionPlainly(key), name);
-  const auto is_listed = [&](const std::string_view text) {
-    for (const std::string& listed : PlainIni(text).Keys(SectionPlainly(key))) {
-      if (LowerCase(listed) == LowerCase(name)) return true;
+  const PlainIni plain_selected(selected), plain_default(otherwise);
+  const std::string section = SectionPlainly(key), lower_name = LowerCase(name);
+  const auto is_listed = [&](const PlainIni& file) {
+    for (const std::string& listed : file.Keys(section)) {
+      if (LowerCase(listed) == lower_name) return true;
     }
     return false;
   };
   // One that is there and empty counts when the list of keys names it.
-  if (expected == "" && !is_listed(selected)) expected.reset();
-  if (!expected) expected = PlainIni(otherwise).Value(SectionPlainly(key), name);
-  if (expected == "" && !is_listed(selected) && !is_listed(otherwise)) expected.reset();
+  auto expected = plain_selected.Value(section, name);
+  if (expected == "" && !is_listed(plain_selected)) expected.reset();
+  if (!expected) expected = plain_default.Value(section, name);
+  if (expected == "" && !is_listed(plain_selected) && !is_listed(plain_default)) expected.reset();
   try {
     const std::string text = App().program.localization.GetResString(key);
     HOLDS(expected && text == CleanPlainly(*expected));

@@ -1,30 +1,27 @@
 // A whole extraction: nothing outside the target changes, nothing at all after a failure, and after a success there is
 // exactly what the table of contents lists. Input: a character for the options, then the archive.
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <map>
-#include <optional>
 
 #include "base/text.h"
 #include "common/archive_unzip.h"
 #include "fuzz.h"
-#include "posix/posix_files.h"
 #include "support/temp_folder.h"
 
 namespace tsly {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr rlim_t kLongestFile = 1 << 20;
 
 struct Content {
-  std::size_t size = 0;
-  std::uint32_t checksum = 0;
+  std::uint64_t size = 0, checksum = 0;
   bool operator==(const Content&) const = default;
 };
 
@@ -44,6 +41,30 @@ std::uint32_t Checksum(std::string_view bytes) {
 
 using Tree = std::map<std::string, Content>;  // folders end in "/"
 
+void AddFolder(Tree& tree, int folder, const std::string& path) {
+  DIR* const entries = fdopendir(folder);
+  HOLDS(entries != nullptr);
+  while (const dirent* entry = readdir(entries)) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    HOLDS(entry->d_type == DT_DIR || entry->d_type == DT_REG);
+    const int file = openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW);
+    HOLDS(file >= 0);
+    if (entry->d_type == DT_DIR) {
+      tree[path + name + "/"] = {};
+      AddFolder(tree, file, path + name + "/");
+      continue;
+    }
+    static std::vector<char> buffer(kLongestFile + 1);
+    const ssize_t length = read(file, buffer.data(), buffer.size());
+    HOLDS(length >= 0);
+    close(file);
+    const auto size = static_cast<std::size_t>(length);
+    tree[path + name] = {size, Checksum({buffer.data(), size})};
+  }
+  closedir(entries);
+}
+
 class Scene {
  public:
   Scene() {
@@ -51,68 +72,107 @@ class Scene {
     const rlimit limit{kLongestFile, kLongestFile};
     setrlimit(RLIMIT_FSIZE, &limit);
     root_.Write("outside\\file", "outside");
+    Restore();
   }
 
-  void Set(std::string_view archive) {
-    fs::remove_all(root_.NativePath("target"));
+  void Restore() {
+    std::filesystem::remove_all(root_.NativePath("target"));
     root_.Write("target\\a", "former a");
     root_.Write("target\\D\\b", "former b");
-    root_.Write("pack.zip", archive);
+    tree_ = Look();
   }
-  std::string Path(std::string_view name) const { return root_.CorePath(name); }
+  // The contents before an extraction.
+  const Tree& Restored() const { return tree_; }
+  std::string Target() const { return root_.CorePath("target\\"); }
 
   Tree Look() const {
     Tree tree;
-    const fs::path root = root_.NativePath();
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-      const std::string path = entry.path().lexically_relative(root).string();
-      HOLDS(!entry.is_symlink() && (entry.is_directory() || entry.is_regular_file()));
-      if (entry.is_directory()) {
-        tree[path + "/"] = {};
-      } else {
-        std::string name = path;
-        std::replace(name.begin(), name.end(), '/', '\\');
-        const std::string bytes = root_.Read(name);
-        tree[path] = {bytes.size(), Checksum(bytes)};
-      }
-    }
+    AddFolder(tree, open(root_.NativePath().c_str(), O_RDONLY), "");
     return tree;
   }
 
  private:
   TempFolder root_;
+  Tree tree_;
 };
 
-std::uint32_t Number(std::string_view bytes, std::size_t at, std::size_t length) {
-  std::uint32_t number = 0;
-  while (length-- > 0) number = number << 8 | static_cast<unsigned char>(bytes[at + length]);
+// A part of an archive. Fails if the archive ends before: only whole archives may be unpacked.
+std::string_view Part(std::string_view bytes, std::size_t at, std::size_t length) {
+  HOLDS(at <= bytes.size() && length <= bytes.size() - at);
+  return bytes.substr(at, length);
+}
+
+std::uint64_t Number(std::string_view bytes, std::size_t at, std::size_t length) {
+  std::uint64_t number = 0;
+  for (std::size_t i = length; i-- > 0;) number = number << 8 | static_cast<unsigned char>(Part(bytes, at, length)[i]);
   return number;
 }
 
-// What the table of contents lists, by path; nothing where this plain reading doesn't reach.
-std::optional<Tree> Listed(std::string_view zip) {
-  const std::size_t end = zip.rfind("PK\5\6");
-  if (end == zip.npos || zip.size() - end < 22) return std::nullopt;
-  const std::size_t count = Number(zip, end + 10, 2), length = Number(zip, end + 12, 4);
-  if (count == 0xFFFF || length > end) return std::nullopt;
+std::string_view ExtraField(std::string_view fields, std::uint64_t number) {
+  for (std::size_t at = 0; at + 4 <= fields.size(); at += 4 + Number(fields, at + 2, 2)) {
+    if (Number(fields, at, 2) == number) return Part(fields, at + 4, Number(fields, at + 2, 2));
+  }
+  return {};
+}
+
+// Names without a mark for UTF-8 are in code page 437.
+std::string FromDos(std::string_view name) {
+  static const std::u32string_view kLetters =
+      U"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒáíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐"
+      U"└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00A0";
+  std::string text;
+  for (const char c : name) {
+    const auto code = static_cast<unsigned char>(c);
+    const char32_t letter = code < 128 ? code : kLetters[code - 128U];
+    if (letter >= 0x800) text += static_cast<char>(0xE0 | letter >> 12);
+    if (letter >= 0x80) {
+      text += static_cast<char>(letter >= 0x800 ? 0x80 | (letter >> 6 & 0x3F) : 0xC0 | letter >> 6);
+    }
+    text += static_cast<char>(letter >= 0x80 ? 0x80 | (letter & 0x3F) : letter);
+  }
+  return text;
+}
+
+// The name that a record of the table of contents gives.
+std::string NameIn(std::string_view record) {
+  const std::string_view name = Part(record, 46, Number(record, 28, 2));
+  const std::string_view field = ExtraField(Part(record, 46 + name.size(), Number(record, 30, 2)), 0x7075);
+  const bool is_utf8 = (Number(record, 8, 2) & 0x800) != 0;
+  const bool has_field = field.size() > 5 && field[0] == 1 && Number(field, 1, 4) == Checksum(name);
+  if (!is_utf8 && has_field && IsUtf8(field.substr(5))) return std::string(field.substr(5));
+  return IsUtf8(name) ? std::string(name) : FromDos(name);
+}
+
+// What the table of contents lists, by path.
+Tree Listed(std::string_view zip) {
+  std::size_t end = zip.rfind("PK\5\6", zip.size() - 22);
+  std::size_t count = Number(zip, end + 10, 2), length = Number(zip, end + 12, 4);
+  if (end >= 76 && zip.substr(end - 20).starts_with("PK\6\7")) {
+    end -= 76;
+    count = Number(zip, end + 32, 8);
+    length = Number(zip, end + 40, 8);
+  }
   Tree tree;
+  HOLDS(length <= end);
   std::size_t at = end - length;
   for (std::size_t i = 0; i < count; ++i) {
-    if (at + 46 > end || Number(zip, at, 4) != 0x02014B50) return std::nullopt;
-    const std::size_t name_length = Number(zip, at + 28, 2);
-    const Content content{Number(zip, at + 24, 4), Number(zip, at + 16, 4)};
-    if (at + 46 + name_length > end || content.size == 0xFFFFFFFF) return std::nullopt;
+    HOLDS(Number(zip, at, 4) == 0x02014B50);
+    const std::size_t name_length = Number(zip, at + 28, 2), extra_length = Number(zip, at + 30, 2);
+    const std::string_view record = Part(zip, at, 46 + name_length + extra_length + Number(zip, at + 32, 2));
+    at += record.size();
+    Content content{Number(record, 24, 4), Number(record, 16, 4)};
+    if (content.size == 0xFFFFFFFF) content.size = Number(ExtraField(record.substr(46 + name_length), 1), 0, 8);
+    const std::string name = NameIn(record);
     std::string path;
-    for (const std::string& part : Split(Replace(zip.substr(at + 46, name_length), "\\", "/"), "/")) {
+    for (const std::string& part : Split(Replace(name, "\\", "/"), "/")) {
       if (!part.empty() && part != ".") path += "/" + part;
     }
-    const char last = name_length > 0 ? zip[at + 45 + name_length] : '\0';
-    const bool has_mode = zip[at + 5] == 3;  // made on a system that has it
-    const bool is_folder = last == '/' || last == '\\' || (has_mode && (Number(zip, at + 40, 2) & S_IFMT) == S_IFDIR);
-    if (!IsUtf8(path)) return std::nullopt;
+    const bool has_mode = record[5] == 3;  // made on a system that has it
+    const bool is_folder =
+        name.ends_with('/') || name.ends_with('\\') || (has_mode && (Number(record, 40, 2) & S_IFMT) == S_IFDIR);
     if (!path.empty()) tree[path.substr(1) + (is_folder ? "/" : "")] = is_folder ? Content{} : content;
-    at += 46 + name_length + Number(zip, at + 30, 2) + Number(zip, at + 32, 2);
   }
+  HOLDS(at == end);
   return tree;
 }
 
@@ -151,14 +211,10 @@ void Try(std::string_view bytes) {
   const std::uint8_t options = input.Byte();
   const bool keep_folders = (options & 1) == 0, replace = (options & 2) == 0;
   const std::string_view archive = input.Rest();
-  scene.Set(archive);
-  const Tree before = scene.Look();
 
   ArchiveUnzip unzip;
-  std::shared_ptr<OpenFile> file;
-  HOLDS(PosixFiles().OpenForReading(scene.Path("pack.zip"), file) == 0);
-  unzip.SetArchiveFile(scene.Path("pack.zip"), file);
-  unzip.SetExtractFolder(scene.Path("target\\"));
+  unzip.SetArchiveFile("pack.zip", std::make_shared<MemoryDocument>(archive));
+  unzip.SetExtractFolder(scene.Target());
   unzip.SetExtractOptionA(keep_folders);
   unzip.SetExtractOptionB(replace);
   std::string first, second;
@@ -167,10 +223,11 @@ void Try(std::string_view bytes) {
   const Tree after = scene.Look();
   HOLDS((result == 0) == unzip.FailureText().empty());
   if (result != 0) {
-    HOLDS(after == before);
-  } else if (const auto listed = Listed(archive)) {
-    LookAtSuccess(before, after, *listed, keep_folders, replace);
+    HOLDS(after == scene.Restored());
+  } else {
+    LookAtSuccess(scene.Restored(), after, Listed(archive), keep_folders, replace);
   }
+  if (after != scene.Restored()) scene.Restore();
 }
 
 }  // namespace tsly

@@ -46,11 +46,12 @@ std::size_t DecodeUtf8(std::string_view text, char32_t& letter) {
   return is_good ? length : 0;
 }
 
-void EncodeUtf8(char32_t letter, std::size_t length, std::string& out) {
+// Into the `length` bytes at `out`.
+void EncodeUtf8(char32_t letter, std::size_t length, char* out) {
   static constexpr std::array<unsigned, 5> kLead{0, 0, 0xC0, 0xE0, 0xF0};
   for (std::size_t i = 0; i < length; ++i) {
     const auto bits = static_cast<unsigned>(letter >> (6 * (length - 1 - i)));
-    out += static_cast<char>(i == 0 ? kLead[length] | bits : 0x80u | (bits & 0x3Fu));
+    out[i] = static_cast<char>(i == 0 ? kLead[length] | bits : 0x80u | (bits & 0x3Fu));
   }
 }
 
@@ -75,20 +76,16 @@ double ReadDouble(std::string_view text, std::size_t& length) {
 }  // namespace
 
 std::string LowerCase(std::string_view text) {
-  std::string lower;
-  lower.reserve(text.size());
-  for (std::size_t i = 0; i < text.size();) {
+  std::string lower(text);
+  for (std::size_t i = 0, length = 1; i < text.size(); i += length) {
     const char c = text[i];
     char32_t letter = 0;
+    length = 1;
     if (static_cast<unsigned char>(c) < 0x80) {
-      lower += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-      ++i;
-    } else if (const std::size_t length = DecodeUtf8(text.substr(i), letter); length != 0) {
-      EncodeUtf8(LowerLetter(letter), length, lower);
-      i += length;
-    } else {
-      lower += c;
-      ++i;
+      if (c >= 'A' && c <= 'Z') lower[i] = static_cast<char>(c + 32);
+    } else if (const std::size_t bytes = DecodeUtf8(text.substr(i), letter); bytes != 0) {
+      EncodeUtf8(LowerLetter(letter), bytes, &lower[i]);
+      length = bytes;
     }
   }
   return lower;

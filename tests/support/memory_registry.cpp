@@ -107,10 +107,13 @@ int MemoryRegistry::Close(RegKey key) {
 int MemoryRegistry::EnumerateKeys(RegKey key, std::uint32_t index, std::string& name) {
   Handle handle;
   if (const int code = Begin("EnumerateKeys", key, true, handle)) return code;
-  for (const auto& [place, child] : keys_) {
-    const bool is_below = place == std::pair(handle.root, JoinKeyPath(handle.path, LowerCase(child.name)));
-    if (!is_below || place.second.empty() || index-- != 0) continue;
-    name = child.name;
+  const std::string prefix = handle.path.empty() ? "" : handle.path + "\\";
+  for (auto at = keys_.lower_bound({handle.root, prefix}); at != keys_.end(); ++at) {
+    const auto& [root, path] = at->first;
+    if (root != handle.root || !path.starts_with(prefix)) break;
+    const bool is_child = path.size() > prefix.size() && path.find('\\', prefix.size()) == path.npos;
+    if (!is_child || index-- != 0) continue;
+    name = at->second.name;
     return kSuccess;
   }
   return kNoMoreItems;
