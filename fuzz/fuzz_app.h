@@ -8,8 +8,8 @@
 
 namespace tsly {
 
-// Keeps written files in memory. Also finds the files of the test's folder, and remembers what it found. Other operations
-// fail.
+// Keeps written files in memory. Also finds the files of the test's folder, and remembers what it found. Other
+// operations fail.
 class MemoryFiles : public Files {
  public:
   std::map<std::string, std::string> contents;  // by path
