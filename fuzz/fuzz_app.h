@@ -8,8 +8,7 @@
 
 namespace tsly {
 
-// Keeps written files in memory. Also finds the files of the test's folder, and remembers what it found. Other
-// operations fail.
+// Keeps written files in memory. Also finds the files of the test's folder, and caches them. Other operations fail.
 class MemoryFiles : public Files {
  public:
   std::map<std::string, std::string> contents;  // by path
@@ -25,7 +24,7 @@ class MemoryFiles : public Files {
     names = found->second.names;
     return found->second.code;
   }
-  // To be called after a change of the test's folder.
+  // Call after a change of the test's folder.
   void LookAgain() { found_.clear(); }
   int Delete(const std::string& path) override { return contents.erase(path) > 0 ? 0 : 2; }
   int Rename(const std::string&, const std::string&) override { return 2; }

@@ -19,7 +19,7 @@ std::string ExpectedList(const std::string& list, std::size_t size) {
 
 class Question {
  public:
-  // `chosen` selects one more size of buffer.
+  // `chosen` selects an additional buffer size.
   Question(IniReader& reader, const char* section, const char* key, std::size_t chosen)
       : reader_(reader), section_(section), key_(key), chosen_(chosen) {}
 
@@ -36,7 +36,7 @@ class Question {
   }
 
  private:
-  // All sizes near the length of the answer, and one other.
+  // All sizes near the length of the result, and one other.
   template <typename Expected>
   void Ask(std::size_t length, Expected expected) {
     HOLDS(reader_.GetPrivateProfileString(section_, key_, "fallback", {}, kFile) == 0);

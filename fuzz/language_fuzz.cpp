@@ -1,5 +1,5 @@
-// The set-up from language and skin files. Input: the selected and the default language file, the selected and the
-// default skin, parted by a character of the number 1.
+// Sets up the program with language and skin files. Input: the selected and the default language file, the selected and
+// the default skin, separated by a character with code 1.
 #include "base/text.h"
 #include "fuzz_app.h"
 #include "plain_ini.h"
@@ -74,7 +74,7 @@ void Try(std::string_view bytes) {
   } else if (localization.SkinInForce().empty()) {
     HOLDS(!is_usable);
   } else {
-    // The default one, or one that a language file names; by another spelling it is not the one of the input.
+    // The default skin, or the one in a language file; with another spelling it isn't the skin of the input.
     const std::string& name = localization.SkinInForce();
     HOLDS(is_usable && name != "Selected" && (name != "Default" || default_skin.IsValid(signature)));
   }

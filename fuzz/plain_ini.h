@@ -1,5 +1,5 @@
-// A second, simple reader of INI files: lists of sections and keys, searched from the start at each question. Written
-// from the rules of ports/profile.h and ini_index.h, to be compared with the real one.
+// A second, simple reader of INI files: lists of sections and keys, searched linearly. Implements the rules of
+// ports/profile.h and ini_index.h, for comparison with the real one.
 #pragma once
 
 #include <iconv.h>
@@ -20,7 +20,7 @@ class PlainIni {
  public:
   explicit PlainIni(std::string_view bytes, std::optional<std::uint32_t> code_page = std::nullopt) {
     const std::string text = Decoded(bytes, code_page);
-    sections_.emplace_back();  // what is above the first one
+    sections_.emplace_back();  // for lines before the first one
     for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
       end = std::min(text.find_first_of("\n\r", begin), text.size());
       const std::string_view line = std::string_view(text).substr(begin, end - begin);
@@ -77,7 +77,7 @@ class PlainIni {
     }
   }
 
-  // Those of the first section of a name.
+  // The entries of the first section of this name.
   const std::vector<Entry>& EntriesOf(const std::string& section) const {
     static const std::vector<Entry> kNone;
     const std::string folded = LowerCase(Trimmed(section));
@@ -92,7 +92,7 @@ class PlainIni {
     if (code_page && *code_page != 65001) return Converted(bytes, ("CP" + std::to_string(*code_page)).c_str(), 1);
     return std::string(bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes);
   }
-  // Letter by letter, each by a converter that knows of no other.
+  // Converts each character with a new converter.
   static std::string Converted(std::string_view bytes, const char* codeset, std::size_t unit) {
     static auto& converters = *new std::map<std::string, iconv_t>;
     iconv_t& converter = converters[codeset];

@@ -1,5 +1,5 @@
-// The texts of resource keys. Input: the key, then the selected and the default language file, parted by a character of
-// the number 1.
+// The texts of resource keys. Input: the key, then the selected and the default language file, separated by a character
+// with code 1.
 #include "base/runtime_error.h"
 #include "base/text.h"
 #include "fuzz_app.h"
@@ -60,7 +60,7 @@ void Try(std::string_view bytes) {
   const std::string key(input.Line('\1'));
   const std::string_view selected = input.Line('\1'), otherwise = input.Rest();
   const std::string name = key.substr(key.find(':') == key.npos ? 0 : key.find(':') + 1);
-  if (Trim(name).empty() || key.find('\0') != key.npos) return;  // the program asks for no such key
+  if (Trim(name).empty() || key.find('\0') != key.npos) return;  // the program never uses such a key
   static const std::string selected_file = SelectedFile();
   static const std::string default_file = App().folder.CorePath("app\\Languages\\English.ini");
   MemoryDocument selected_document(selected), default_document(otherwise);
@@ -75,7 +75,7 @@ void Try(std::string_view bytes) {
     }
     return false;
   };
-  // One that is there and empty counts when the list of keys names it.
+  // An empty value counts if its key is in the list of keys.
   auto expected = plain_selected.Value(section, name);
   if (expected == "" && !is_listed(plain_selected)) expected.reset();
   if (!expected) expected = plain_default.Value(section, name);

@@ -1,5 +1,5 @@
-// A whole extraction: nothing outside the target changes, nothing at all after a failure, and after a success there is
-// exactly what the table of contents lists. Input: a character for the options, then the archive.
+// A complete extraction: nothing outside the target changes, nothing changes after a failure, and after success the
+// target has exactly the files in the table of contents. Input: a character for the options, then the archive.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -68,7 +68,7 @@ void AddFolder(Tree& tree, int folder, const std::string& path) {
 class Scene {
  public:
   Scene() {
-    signal(SIGXFSZ, SIG_IGN);  // what doesn't fit fails as on a full disk
+    signal(SIGXFSZ, SIG_IGN);  // larger files fail as on a full disk
     const rlimit limit{kLongestFile, kLongestFile};
     setrlimit(RLIMIT_FSIZE, &limit);
     root_.Write("outside\\file", "outside");
@@ -96,7 +96,7 @@ class Scene {
   Tree tree_;
 };
 
-// A part of an archive. Fails if the archive ends before: only whole archives may be unpacked.
+// A part of an archive. Fails if the archive ends before it: only complete archives may be unpacked.
 std::string_view Part(std::string_view bytes, std::size_t at, std::size_t length) {
   HOLDS(at <= bytes.size() && length <= bytes.size() - at);
   return bytes.substr(at, length);
@@ -115,7 +115,7 @@ std::string_view ExtraField(std::string_view fields, std::uint64_t number) {
   return {};
 }
 
-// Names without a mark for UTF-8 are in code page 437.
+// Names without the UTF-8 flag are in code page 437.
 std::string FromDos(std::string_view name) {
   static const std::u32string_view kLetters =
       U"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒáíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐"
@@ -133,7 +133,7 @@ std::string FromDos(std::string_view name) {
   return text;
 }
 
-// The name that a record of the table of contents gives.
+// The name in a record of the table of contents.
 std::string NameIn(std::string_view record) {
   const std::string_view name = Part(record, 46, Number(record, 28, 2));
   const std::string_view field = ExtraField(Part(record, 46 + name.size(), Number(record, 30, 2)), 0x7075);
@@ -143,7 +143,7 @@ std::string NameIn(std::string_view record) {
   return IsUtf8(name) ? std::string(name) : FromDos(name);
 }
 
-// What the table of contents lists, by path.
+// The table of contents by path.
 Tree Listed(std::string_view zip) {
   std::size_t end = zip.rfind("PK\5\6", zip.size() - 22);
   std::size_t count = Number(zip, end + 10, 2), length = Number(zip, end + 12, 4);
@@ -167,7 +167,7 @@ Tree Listed(std::string_view zip) {
     for (const std::string& part : Split(Replace(name, "\\", "/"), "/")) {
       if (!part.empty() && part != ".") path += "/" + part;
     }
-    const bool has_mode = record[5] == 3;  // made on a system that has it
+    const bool has_mode = record[5] == 3;  // created on a system with modes
     const bool is_folder =
         name.ends_with('/') || name.ends_with('\\') || (has_mode && (Number(record, 40, 2) & S_IFMT) == S_IFDIR);
     if (!path.empty()) tree[path.substr(1) + (is_folder ? "/" : "")] = is_folder ? Content{} : content;
