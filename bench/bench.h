@@ -95,7 +95,9 @@ class UnattendedToolkit final : public HeadlessToolkit {
   std::string last_message;
 
   void SetScreenPointer(std::int32_t) override { pointer_set = std::chrono::steady_clock::now(); }
-  std::int32_t MessageBox(const std::string& prompt, std::int32_t, const std::optional<std::string>&) override {
+
+ private:
+  std::int32_t ShowMessage(const std::string& prompt, std::int32_t, const std::optional<std::string>&) override {
     last_message = prompt;
     return kAnswerOk;
   }

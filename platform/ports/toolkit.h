@@ -1,8 +1,9 @@
 // The window toolkit: draws forms from their control models and reports what the user does to them.
 //
-// One thread. The toolkit reads the models (controls/form.h) and never writes them: a click, a moved thumb or the close
-// button becomes a UiEvent that the event loop delivers to the form. What changed in a model is drawn at the loop's
-// next turn, or at once by Refresh.
+// One thread. The toolkit reads the models (controls/form.h) and never writes them: what the user does becomes a
+// UiEvent that the event loop delivers to the form, and the form decides what it means. What changed in a model is
+// drawn at the loop's next turn, or at once by Refresh; where and as what follows from controls/layout.h, focus.h and
+// description.h.
 #pragma once
 
 #include <cstdint>
@@ -59,8 +60,26 @@ class Toolkit : public TextMeasure {
   virtual void SetScreenPointer(std::int32_t pointer) = 0;
 
   // Shows a message and waits for the answer, serving events. Without a title it bears the program's.
-  virtual std::int32_t MessageBox(const std::string& prompt, std::int32_t style,
-                                  const std::optional<std::string>& title) = 0;
+  std::int32_t MessageBox(const std::string& prompt, std::int32_t style, const std::optional<std::string>& title) {
+    const OpenMessage open(open_messages_);
+    return ShowMessage(prompt, style, title);
+  }
+  // While one is open, a form drops what its user does to it: an event that was queued before would run below the
+  // message.
+  bool MessageIsOpen() const { return open_messages_ > 0; }
+
+ private:
+  virtual std::int32_t ShowMessage(const std::string& prompt, std::int32_t style,
+                                   const std::optional<std::string>& title) = 0;
+
+  struct OpenMessage {
+    explicit OpenMessage(int& count) : counted(++count) {}
+    ~OpenMessage() { --counted; }
+    OpenMessage(const OpenMessage&) = delete;
+    OpenMessage& operator=(const OpenMessage&) = delete;
+    int& counted;
+  };
+  int open_messages_ = 0;
 };
 
 }  // namespace tsly

@@ -11,16 +11,35 @@ namespace {
 
 const ControlWidget* ControlOf(const QObject* object) { return dynamic_cast<const ControlWidget*>(object); }
 
+// Client: the widget's own class describes it.
+QAccessible::Role QtRole(Role role) {
+  switch (role) {
+    case Role::kDecoration:
+      return QAccessible::NoRole;
+    case Role::kGroup:
+      return QAccessible::Grouping;
+    case Role::kText:
+      return QAccessible::StaticText;
+    case Role::kLink:
+      return QAccessible::Link;
+    case Role::kButton:
+    case Role::kEdit:
+    case Role::kScrollBar:
+      break;
+  }
+  return QAccessible::Client;
+}
+
 bool IsDecoration(const QObject* object) {
   const ControlWidget* control = ControlOf(object);
-  return control != nullptr && control->Role() == QAccessible::NoRole;
+  return control != nullptr && control->GetRole() == Role::kDecoration;
 }
 
 class ControlDescription final : public QAccessibleWidget {
  public:
   ControlDescription(QWidget* widget, ControlWidget& control) : QAccessibleWidget(widget), control_(control) {}
 
-  QAccessible::Role role() const override { return control_.Role(); }
+  QAccessible::Role role() const override { return QtRole(control_.GetRole()); }
   QString text(QAccessible::Text which) const override {
     return which == QAccessible::Name ? widget()->accessibleName() : QAccessibleWidget::text(which);
   }
@@ -36,7 +55,7 @@ class ControlDescription final : public QAccessibleWidget {
 
   QStringList actionNames() const override {
     QStringList names = QAccessibleWidget::actionNames();
-    if (role() == QAccessible::Link) names.prepend(pressAction());
+    if (control_.GetRole() == Role::kLink) names.prepend(pressAction());
     return names;
   }
   void doAction(const QString& action) override {
@@ -59,7 +78,7 @@ class ControlDescription final : public QAccessibleWidget {
 QAccessibleInterface* Describe(const QString&, QObject* object) {
   if (auto* window = dynamic_cast<FormWindow*>(object)) return new QAccessibleWidget(window, QAccessible::Dialog);
   auto* control = dynamic_cast<ControlWidget*>(object);
-  if (control == nullptr || control->Role() == QAccessible::Client) return nullptr;
+  if (control == nullptr || QtRole(control->GetRole()) == QAccessible::Client) return nullptr;
   return new ControlDescription(&control->Widget(), *control);
 }
 

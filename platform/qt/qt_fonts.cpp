@@ -95,8 +95,6 @@ void ChooseFamily(QFont& font, const std::string& wanted) {
 
 }  // namespace
 
-int PixelsFromTwips(Twips twips) { return qRound(double(twips) / kTwipsPerPixel); }
-
 QString TextFromUtf8(const std::string& text) {
   QString plain = QString::fromStdString(text);
   plain.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));

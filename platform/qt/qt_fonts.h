@@ -20,10 +20,6 @@ class QTextLayout;
 
 namespace tsly {
 
-inline constexpr int kTwipsPerPixel = 15;
-
-int PixelsFromTwips(Twips twips);  // rounded to the nearest
-
 // The text with LF line ends; invalid UTF-8 becomes replacement characters.
 QString TextFromUtf8(const std::string& text);
 

@@ -5,9 +5,10 @@
 #include <QPlainTextEdit>
 #include <QSignalBlocker>
 #include <QTextOption>
-#include <algorithm>
 #include <optional>
 
+#include "controls/description.h"
+#include "controls/layout.h"
 #include "qt/qt_fonts.h"
 #include "qt/qt_style.h"
 #include "qt/qt_widgets.h"
@@ -38,57 +39,48 @@ class TextWidget final : public QPlainTextEdit, public ControlWidget {
     colors.setColor(QPalette::Text, QtColor(look.fore_color));
     setPalette(colors);
     if (shown_ != look.text) Show(look.text);
-    Select(look);
+    Select(SelectionOf(look));
   }
 
  protected:
   void focusInEvent(QFocusEvent* event) override {
-    if (event->reason() != Qt::ActiveWindowFocusReason) {
-      by_keyboard_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
-    }
+    shows_focus_ = ShowsFocus(ControlKind::TextBox, CauseOf(event->reason()), shows_focus_);
     QPlainTextEdit::focusInEvent(event);
   }
   void paintEvent(QPaintEvent* event) override {
     QPlainTextEdit::paintEvent(event);
-    if (!hasFocus() || !by_keyboard_) return;
+    if (!hasFocus() || !shows_focus_) return;
     QPainter painter(viewport());
     painter.setPen(kAccent);
     painter.drawRect(viewport()->rect().adjusted(0, 0, -1, -1));
   }
 
  private:
-  // Changes only the difference, so that assistive technology announces only new text. Growing dots after a line aren't
-  // announced.
   void Show(const std::string& text) {
-    const QString before = TextFromUtf8(shown_), after = TextFromUtf8(text);
-    const auto same = static_cast<int>(std::mismatch(before.begin(), before.end(), after.begin(), after.end()).first -
-                                       before.begin());
-    const QString added = after.mid(same);
+    const TextChange change = ChangeOf(shown_, text);
     std::optional<QSignalBlocker> silence;
-    if (same == before.size() && added.count(u'.') == added.size()) silence.emplace(document());
+    if (!change.is_announced) silence.emplace(document());
+    const QString whole = TextFromUtf8(text);
     QTextOption option = document()->defaultTextOption();
-    option.setAlignment(after.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft);
+    option.setAlignment(whole.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft);
     if (option.alignment() != document()->defaultTextOption().alignment()) document()->setDefaultTextOption(option);
     QTextCursor cursor(document());
-    cursor.setPosition(same);
+    cursor.setPosition(PositionOf(change.kept));
     cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-    cursor.insertText(added);
+    cursor.insertText(TextFromUtf8(text.substr(change.kept)));
     shown_ = text;
   }
-  int PositionOf(std::int32_t byte) const {
-    const auto bytes = std::min(static_cast<std::size_t>(std::max(byte, 0)), shown_.size());
-    return static_cast<int>(TextFromUtf8(shown_.substr(0, bytes)).size());
-  }
-  void Select(const ControlLook& look) {
+  int PositionOf(std::size_t byte) const { return static_cast<int>(TextFromUtf8(shown_.substr(0, byte)).size()); }
+  void Select(const Selection& selection) {
     QTextCursor caret = textCursor();
-    caret.setPosition(PositionOf(look.selection_start));
-    caret.setPosition(PositionOf(look.selection_start + look.selection_length), QTextCursor::KeepAnchor);
+    caret.setPosition(PositionOf(selection.start));
+    caret.setPosition(PositionOf(selection.end), QTextCursor::KeepAnchor);
     setTextCursor(caret);
     ensureCursorVisible();
   }
 
   std::string shown_;
-  bool by_keyboard_ = false;
+  bool shows_focus_ = false;
 };
 
 }  // namespace

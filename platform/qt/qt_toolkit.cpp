@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "controls/form.h"
+#include "controls/layout.h"
 #include "qt/qt_accessible.h"
 #include "qt/qt_event_loop.h"
 #include "qt/qt_fonts.h"
@@ -88,7 +89,7 @@ QtToolkit::~QtToolkit() {
 
 TextSize QtToolkit::MeasureText(const std::string& text, const Font& font, std::optional<Twips> wrap_width) const {
   std::optional<int> wrap_pixels;
-  if (wrap_width) wrap_pixels = PixelsFromTwips(*wrap_width);
+  if (wrap_width) wrap_pixels = InPixels(*wrap_width, kTwipsPerPixel);
   const QSize size = TextBlock(TextFromUtf8(text), font, wrap_pixels).Size();
   return {size.width() * kTwipsPerPixel, size.height() * kTwipsPerPixel};
 }
@@ -117,7 +118,7 @@ FormWindow* QtToolkit::VisibleWindow() const {
 
 void QtToolkit::Open(Form& form) {
   Close(form);
-  windows_[&form] = new FormWindow(form, loop_, open_boxes_, UsableScreen());
+  windows_[&form] = new FormWindow(form, loop_, UsableScreen());
 }
 
 void QtToolkit::Close(Form& form) {
@@ -157,8 +158,8 @@ void QtToolkit::SetScreenPointer(std::int32_t pointer) {
   if (pointer_set_) QGuiApplication::setOverrideCursor(Qt::WaitCursor);
 }
 
-std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style,
-                                   const std::optional<std::string>& title) {
+std::int32_t QtToolkit::ShowMessage(const std::string& prompt, std::int32_t style,
+                                    const std::optional<std::string>& title) {
   const bool yes_no = (style & kButtonMask) == kButtonsYesNo;
   if (interaction_ == Interaction::kHeadless) return yes_no ? kAnswerNo : kAnswerOk;
 
@@ -176,10 +177,8 @@ std::int32_t QtToolkit::MessageBox(const std::string& prompt, std::int32_t style
   QObject::connect(&box, &QDialog::finished, &box, [&answered] { answered = true; });
   if (interaction_ == Interaction::kBackground && QApplication::activeWindow() == nullptr) LeaveKeyboard(box);
 
-  ++open_boxes_;
   ShowAbove(box, VisibleWindow());
   while (!answered) loop_.Wait(kForever);
-  --open_boxes_;
   if (!yes_no) return kAnswerOk;
   return box.standardButton(box.clickedButton()) == QMessageBox::Yes ? kAnswerYes : kAnswerNo;
 }

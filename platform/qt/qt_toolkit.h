@@ -32,14 +32,13 @@ class QtToolkit final : public Toolkit {
   void PlaceTopmost(Form& form) override;
   void Refresh(Form& form) override;
   void SetScreenPointer(std::int32_t pointer) override;
-  std::int32_t MessageBox(const std::string& prompt, std::int32_t style,
-                          const std::optional<std::string>& title) override;
 
   // Draws all windows anew at once, serving no event: for waits that let nothing else in.
   void RepaintAll();
-  bool MessageBoxIsOpen() const { return open_boxes_ > 0; }
 
  private:
+  std::int32_t ShowMessage(const std::string& prompt, std::int32_t style,
+                           const std::optional<std::string>& title) override;
   FormWindow* WindowOf(const Form& form) const;
   FormWindow* VisibleWindow() const;
 
@@ -47,7 +46,6 @@ class QtToolkit final : public Toolkit {
   const Interaction interaction_;
   std::map<const Form*, FormWindow*> windows_;
   QMetaObject::Connection session_end_;
-  int open_boxes_ = 0;
   bool pointer_set_ = false;
 };
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "controls/layout.h"
 #include "ports/toolkit.h"
 #include "qt/qt_fonts.h"
 #include "qt/qt_style.h"
@@ -16,10 +17,6 @@
 
 namespace tsly {
 namespace {
-
-constexpr std::int32_t kTwipsPerNotch = 3 * 195;  // of the mouse wheel: three lines of text
-constexpr int kAnglePerNotch = 120;
-constexpr int kButtonMargin = 6;  // pixels
 
 QPixmap PictureOf(const std::string& name) {
   return QPixmap(QStringLiteral(":/pictures/%1.png").arg(QString::fromStdString(name)));
@@ -39,6 +36,11 @@ void TakePointer(QWidget& widget, std::int32_t pointer) {
   } else {
     widget.setCursor(CursorFor(pointer));
   }
+}
+
+Qt::FocusPolicy PolicyOf(FocusAccess access) {
+  if (access == FocusAccess::kNone) return Qt::NoFocus;
+  return access == FocusAccess::kByTab ? Qt::StrongFocus : Qt::ClickFocus;
 }
 
 // Shows a truncated text as a tool tip. Never as markup: the text may come from the maker's server.
@@ -62,9 +64,9 @@ class Area : public QWidget, public ControlWidget {
   void mousePressEvent(QMouseEvent* event) override { pressed_ = event->button() == Qt::LeftButton; }
   void mouseReleaseEvent(QMouseEvent* event) override {
     if (event->button() != Qt::LeftButton || !std::exchange(pressed_, false)) return;
-    if (rect().contains(event->position().toPoint())) Click();
+    if (rect().contains(event->position().toPoint())) Send(UiEvent::Kind::Click);
   }
-  void Click() { report_(UiEvent::Kind::Click, 0); }
+  void Send(UiEvent::Kind kind, std::int32_t value = 0) { report_(kind, value); }
 
   // Paints background and border and sets the pen for the contents.
   void PaintGround(QPainter& painter) const {
@@ -83,8 +85,7 @@ class Area : public QWidget, public ControlWidget {
 class ScrollBarWidget final : public QScrollBar, public ControlWidget {
  public:
   ScrollBarWidget(QWidget* parent, Report report) : QScrollBar(Qt::Vertical, parent), report_(std::move(report)) {
-    // Only by mouse: the form passes its focus on at once, which would trap users of the Tab key.
-    setFocusPolicy(Qt::ClickFocus);
+    setFocusPolicy(PolicyOf(FocusAccessOf(ControlKind::ScrollBar, {})));
     setContextMenuPolicy(Qt::PreventContextMenu);
     connect(this, &QScrollBar::valueChanged, this, [this](int value) {
       report_(isSliderDown() ? UiEvent::Kind::ThumbMoved : UiEvent::Kind::ValueChanged, value);
@@ -111,36 +112,9 @@ class ScrollBarWidget final : public QScrollBar, public ControlWidget {
   Report report_;
 };
 
-ScrollBarWidget* VisibleScrollBarIn(const QWidget& panel) {
-  for (QObject* child : panel.children()) {
-    auto* bar = dynamic_cast<ScrollBarWidget*>(child);
-    if (bar != nullptr && bar->isVisible() && bar->isEnabled()) return bar;
-  }
-  return nullptr;
-}
-
-// Scrolls the panel of `widget` until its list item (the direct child of the scrolled panel) is visible, or the widget
-// itself if the item is higher than the panel.
-void BringIntoView(const QWidget& widget) {
-  const QWidget* part = &widget;
-  for (QWidget* panel = widget.parentWidget(); panel != nullptr; part = panel, panel = panel->parentWidget()) {
-    if (VisibleScrollBarIn(*panel) == nullptr) continue;
-    const QWidget& target = part->height() <= panel->height() ? *part : widget;
-    const int top = target.mapTo(panel, QPoint(0, 0)).y();
-    const int below = top + target.height() - panel->height();
-    if (top < 0) {
-      ScrollPanel(*panel, top * kTwipsPerPixel);
-    } else if (below > 0) {
-      ScrollPanel(*panel, below * kTwipsPerPixel);
-    }
-    return;
-  }
-}
-
 class PanelWidget final : public Area {
  public:
   using Area::Area;
-  QAccessible::Role Role() const override { return QAccessible::Grouping; }
 
  protected:
   void paintEvent(QPaintEvent*) override {
@@ -148,48 +122,35 @@ class PanelWidget final : public Area {
     PaintGround(painter);
   }
   void wheelEvent(QWheelEvent* event) override {
-    const std::int32_t turned = event->pixelDelta().isNull() ? event->angleDelta().y() * kTwipsPerNotch / kAnglePerNotch
-                                                             : event->pixelDelta().y() * kTwipsPerPixel;
-    event->setAccepted(ScrollPanel(*this, -turned));
+    const Twips up = event->pixelDelta().isNull() ? WheelDistance(event->angleDelta().y())
+                                                  : event->pixelDelta().y() * kTwipsPerPixel;
+    Send(UiEvent::Kind::WheelTurned, -up);
   }
 };
 
-// A label or a link: a label with the hand pointer or an underline can be focused and clicked by keyboard.
 class LabelWidget final : public Area {
  public:
   using Area::Area;
   void Take(const ControlLook& look) override {
     Area::Take(look);
     block_.reset();
-    setFocusPolicy(look.mouse_pointer == kPointerCustom || look.font.underline ? Qt::StrongFocus : Qt::NoFocus);
-    setAccessibleName(TextFromUtf8(look.text));
+    setFocusPolicy(PolicyOf(FocusAccessOf(ControlKind::Label, look)));
   }
-  QAccessible::Role Role() const override {
-    return focusPolicy() == Qt::NoFocus ? QAccessible::StaticText : QAccessible::Link;
-  }
-  void Press() override { Click(); }
+  void Press() override { Send(UiEvent::Kind::Click); }
 
  protected:
   void paintEvent(QPaintEvent*) override {
     QPainter painter(this);
     PaintGround(painter);
-    if (hasFocus() && by_keyboard_) PaintFocus(painter);
+    if (hasFocus() && shows_focus_) PaintFocus(painter);
     painter.setPen(isEnabled() ? QtColor(look_.fore_color) : kDisabledText);
     Text().Draw(painter, QPointF(0, 0));
   }
   void resizeEvent(QResizeEvent*) override { block_.reset(); }
   void focusInEvent(QFocusEvent* event) override {
-    // An activated window restores its focus unchanged.
-    if (event->reason() != Qt::ActiveWindowFocusReason) by_keyboard_ = event->reason() != Qt::MouseFocusReason;
-    if (by_keyboard_) BringIntoView(*this);
+    shows_focus_ = ShowsFocus(ControlKind::Label, CauseOf(event->reason()), shows_focus_);
+    Send(UiEvent::Kind::GotFocus, shows_focus_ ? 1 : 0);
     QWidget::focusInEvent(event);
-  }
-  void keyPressEvent(QKeyEvent* event) override {
-    const int key = event->key();
-    if (focusPolicy() == Qt::NoFocus || (key != Qt::Key_Return && key != Qt::Key_Enter && key != Qt::Key_Space)) {
-      return event->ignore();
-    }
-    if (!event->isAutoRepeat()) Click();
   }
 
  private:
@@ -197,7 +158,7 @@ class LabelWidget final : public Area {
   const TextBlock& Text() {
     if (block_) return *block_;
     std::optional<int> wrap_width;
-    if (look_.word_wrap || !look_.auto_size) wrap_width = PixelsFromTwips(look_.rect.width);
+    if (look_.word_wrap || !look_.auto_size) wrap_width = InPixels(look_.rect.width, kTwipsPerPixel);
     const QString whole = TextFromUtf8(look_.text);
     block_.emplace(whole, look_.font, wrap_width);
     // A wrapped line is at most as wide as the label, except for the blank at its end.
@@ -215,14 +176,13 @@ class LabelWidget final : public Area {
   }
 
   std::optional<TextBlock> block_;
-  bool by_keyboard_ = false;
+  bool shows_focus_ = false;
 };
 
 // Decoration: clicks go to the panel below it.
 class Picture : public Area {
  public:
   explicit Picture(QWidget* parent) : Area(parent, nullptr) { setAttribute(Qt::WA_TransparentForMouseEvents); }
-  QAccessible::Role Role() const override { return QAccessible::NoRole; }
 };
 
 class ImageWidget final : public Picture {
@@ -277,11 +237,10 @@ class ButtonWidget final : public QPushButton, public ControlWidget {
   void Take(const ControlLook& look) override {
     setFont(QtFontFor(look.font));
     const QString whole = TextFromUtf8(look.text);
-    const int room = PixelsFromTwips(look.rect.width) - 2 * kButtonMargin;
+    const int room = InPixels(look.rect.width, kTwipsPerPixel) - 2 * kButtonMargin / kTwipsPerPixel;
     QString shown = fontMetrics().elidedText(whole, Qt::ElideRight, room);
     ShowWhole(*this, whole, shown != whole);
     setText(shown.replace(u'&', QStringLiteral("&&")));  // a single one would be a shortcut
-    setAccessibleName(whole);
     TakePointer(*this, look.mouse_pointer);
   }
 };
@@ -293,20 +252,22 @@ class FocusHolder final : public QWidget, public ControlWidget {
   explicit FocusHolder(QWidget* parent) : QWidget(parent) {}
   QWidget& Widget() override { return *this; }
   void Take(const ControlLook&) override {}
-  QAccessible::Role Role() const override { return QAccessible::Grouping; }
 };
 
 }  // namespace
 
-bool ScrollPanel(QWidget& panel, std::int32_t distance) {
-  ScrollBarWidget* bar = VisibleScrollBarIn(panel);
-  if (bar == nullptr) return false;
-  bar->setValue(bar->value() + distance);
-  return true;
-}
-
-bool ScrollPanelByPages(QWidget& panel, std::int32_t pages) {
-  return ScrollPanel(panel, pages * panel.height() * kTwipsPerPixel);
+FocusCause CauseOf(Qt::FocusReason reason) {
+  switch (reason) {
+    case Qt::MouseFocusReason:
+      return FocusCause::kPointer;
+    case Qt::TabFocusReason:
+    case Qt::BacktabFocusReason:
+      return FocusCause::kTab;
+    case Qt::ActiveWindowFocusReason:
+      return FocusCause::kWindow;
+    default:
+      return FocusCause::kProgram;
+  }
 }
 
 ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report report) {

@@ -4,12 +4,13 @@
 // Owner: the parent widget. Nothing here calls a form: the window posts reports to the loop.
 #pragma once
 
-#include <QAccessible>
 #include <QWidget>
 #include <cstdint>
 #include <functional>
 
 #include "controls/control.h"
+#include "controls/description.h"
+#include "controls/focus.h"
 #include "controls/form.h"
 
 namespace tsly {
@@ -23,18 +24,18 @@ class ControlWidget {
   // Shows the look; the caller sets position, visibility and enabled state.
   virtual void Take(const ControlLook& look) = 0;
 
-  // For assistive technology: the role (NoRole for decoration, Client for the default of the widget's class) and the
-  // effect of pressing it.
-  virtual QAccessible::Role Role() const { return QAccessible::Client; }
+  // For assistive technology: the role, the name and the effect of pressing it.
+  void SetRole(Role role) { role_ = role; }
+  Role GetRole() const { return role_; }
   virtual void Press() {}
   virtual void SetName(const QString& name) { Widget().setAccessibleName(name); }
+
+ private:
+  Role role_ = Role::kDecoration;
 };
 
 ControlWidget* MakeControlWidget(const Control& control, QWidget* parent, Report report);
 
-// Scrolls the visible scroll bar directly in `panel` by a distance in twips. False: there is none.
-bool ScrollPanel(QWidget& panel, std::int32_t distance);
-// The same by visible heights of its panel.
-bool ScrollPanelByPages(QWidget& panel, std::int32_t pages);
+FocusCause CauseOf(Qt::FocusReason reason);
 
 }  // namespace tsly

@@ -3,13 +3,14 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QPointer>
-#include <QScrollBar>
 #include <algorithm>
-#include <functional>
-#include <iterator>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "controls/description.h"
+#include "controls/focus.h"
+#include "controls/layout.h"
 #include "qt/qt_event_loop.h"
 #include "qt/qt_fonts.h"
 #include "qt/qt_style.h"
@@ -21,47 +22,41 @@ namespace {
 
 constexpr Qt::WindowFlags kDialogFrame =
     Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
-constexpr std::int32_t kTwipsPerArrowKey = 195;
-constexpr std::int32_t kFarAway = INT16_MAX;
-constexpr Twips kPanelMargin = 195;  // the margin of the design at a panel's right edge
-constexpr Twips kButtonGap = 75;
 
-// Rounds edges, not sizes, so that adjacent controls stay adjacent in pixels.
 QRect PixelRect(const Rect& rect) {
-  const QPoint top_left(PixelsFromTwips(rect.left), PixelsFromTwips(rect.top));
-  const QPoint end(PixelsFromTwips(rect.left + rect.width), PixelsFromTwips(rect.top + rect.height));
-  return {top_left, QSize(end.x() - top_left.x(), end.y() - top_left.y())};
+  const Rect pixels = InPixels(rect, kTwipsPerPixel);
+  return {pixels.left, pixels.top, pixels.width, pixels.height};
 }
 
-// Limits a label that sizes itself to its panel and to the button in its row.
-Rect WithinItsRow(const Control& label, const std::vector<const Control*>& buttons) {
-  Rect rect = label.Look().rect;
-  Twips end = label.Parent()->Width() - kPanelMargin;
-  for (const Control* button : buttons) {
-    const Rect& its = button->Look().rect;
-    if (button->Parent() != label.Parent() || its.left <= rect.left) continue;
-    if (its.top < rect.top + rect.height && rect.top < its.top + its.height) end = std::min(end, its.left - kButtonGap);
-  }
-  rect.width = std::clamp<Twips>(end - rect.left, 0, rect.width);
-  return rect;
-}
-
-QRect PlaceOf(const Control& control, const std::vector<const Control*>& buttons) {
-  const bool own_length = control.Kind() == ControlKind::Label && control.Look().auto_size &&
-                          !control.Look().word_wrap && control.Parent() != nullptr;
-  QRect place = PixelRect(own_length ? WithinItsRow(control, buttons) : control.Look().rect);
+QRect PlaceOf(const Control& control, const std::vector<const Control*>& controls) {
+  QRect place = PixelRect(DrawnRect(control, controls));
   // Horizontal and vertical lines have no extent in one direction.
   if (control.Kind() == ControlKind::Line) place.setSize(place.size().expandedTo(QSize(1, 1)));
   return place;
 }
 
-// Whether no position of a scroll bar, limited to 16 bits, can show the control in its panel. Avoids widgets for
-// thousands of texts in a long list.
-bool IsBeyondReach(const Control& control) {
-  for (const Control* at = &control; at->Parent() != nullptr; at = at->Parent()) {
-    if (at->Look().rect.top > kFarAway + at->Parent()->Height()) return true;
+std::optional<Key> KeyOf(const QKeyEvent& event) {
+  switch (event.key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+      if (event.isAutoRepeat()) return std::nullopt;
+      return Key::kPress;
+    case Qt::Key_Up:
+      return Key::kUp;
+    case Qt::Key_Down:
+      return Key::kDown;
+    case Qt::Key_PageUp:
+      return Key::kPageUp;
+    case Qt::Key_PageDown:
+      return Key::kPageDown;
+    case Qt::Key_Home:
+      return Key::kHome;
+    case Qt::Key_End:
+      return Key::kEnd;
+    default:
+      return std::nullopt;
   }
-  return false;
 }
 
 QString ObjectName(const Control& control) {
@@ -71,11 +66,10 @@ QString ObjectName(const Control& control) {
 
 }  // namespace
 
-FormWindow::FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, const QRect& screen)
+FormWindow::FormWindow(Form& form, QtEventLoop& loop, const QRect& screen)
     : QWidget(nullptr, kDialogFrame),
       form_(&form),
       loop_(loop),
-      open_boxes_(open_boxes),
       load_(form.LoadNumber()),
       screen_(screen),
       focus_requests_(form.FocusRequests()) {
@@ -128,30 +122,22 @@ void FormWindow::DrawFrame() {
 
 void FormWindow::DrawControls() {
   ++pass_;
-  const std::size_t before = drawn_.size();
-  buttons_.clear();
-  std::copy_if(form_->Controls().begin(), form_->Controls().end(), std::back_inserter(buttons_),
-               [](const Control* control) { return control->Kind() == ControlKind::Button; });
-  in_reach_.clear();
-  std::copy_if(form_->Controls().begin(), form_->Controls().end(), std::back_inserter(in_reach_),
-               [](const Control* control) { return !IsBeyondReach(*control); });
-  for (const Control* control : in_reach_) DrawControl(*control);
-  bool others = drawn_.size() != before;
+  const std::vector<const Control*> controls = ControlsWithinReach(form_->Controls());
+  for (const Control* control : controls) DrawControl(*control, controls);
   std::erase_if(drawn_, [&](const auto& entry) {
     if (entry.second.pass == pass_) return false;
     entry.second.widget->Widget().hide();
     loop_.DestroyAtOutermost(&entry.second.widget->Widget());
-    return others = true;
+    return true;
   });
-  if (others) OrderTabs();
-  NameControls();
+  NameControls(controls);
 }
 
-void FormWindow::DrawControl(const Control& control) {
+void FormWindow::DrawControl(const Control& control, const std::vector<const Control*>& controls) {
   Drawn& drawn = drawn_[control.Id()];
   drawn.pass = pass_;
   if (drawn.widget == nullptr) {
-    QWidget* parent = control.Parent() == nullptr ? this : &WidgetOf(*control.Parent());
+    QWidget* parent = control.Parent() == nullptr ? this : &drawn_.at(control.Parent()->Id()).widget->Widget();
     drawn.widget =
         MakeControlWidget(control, parent, [this, id = control.Id()](UiEvent::Kind kind, std::int32_t value) {
           ReportEvent({kind, id, value});
@@ -161,54 +147,28 @@ void FormWindow::DrawControl(const Control& control) {
   if (drawn.changes == control.Changes()) return;
   drawn.changes = control.Changes();
   QWidget& widget = drawn.widget->Widget();
+  drawn.widget->SetRole(RoleOf(control.Kind(), control.Look()));
   drawn.widget->Take(control.Look());
-  widget.setGeometry(PlaceOf(control, buttons_));
+  widget.setGeometry(PlaceOf(control, controls));
   widget.setEnabled(control.Enabled());
   widget.setVisible(control.Visible());
 }
 
-// Panel by panel, each from its first control to its last: list items are created after the buttons that follow the
-// list.
-void FormWindow::OrderTabs() {
-  std::unordered_map<const Control*, std::vector<const Control*>> children;
-  for (const Control* control : in_reach_) children[control->Parent()].push_back(control);
-  QWidget* last = nullptr;
-  const std::function<void(const Control*)> walk = [&](const Control* parent) {
-    for (const Control* control : children[parent]) {
-      QWidget& widget = WidgetOf(*control);
-      if (widget.focusPolicy() != Qt::NoFocus) {
-        if (last != nullptr) setTabOrder(last, &widget);
-        last = &widget;
-      }
-      walk(control);
-    }
-  };
-  walk(nullptr);
-}
-
-// Controls without a text get the name of a label: a panel that of its first label, other controls that of the label
-// before them, or else their panel's name.
-void FormWindow::NameControls() {
-  std::unordered_map<const Control*, const Control*> first_in, before;
-  for (const Control* control : in_reach_) {
-    if (control->Kind() == ControlKind::Label) first_in.emplace(control->Parent(), control);
-  }
-  for (const Control* control : in_reach_) {
-    if (control->Kind() == ControlKind::Label) before[control->Parent()] = control;
-    if (control->Kind() == ControlKind::Label || control->Kind() == ControlKind::Button) continue;
-    const Control* label = first_in.contains(control) ? first_in[control] : before[control->Parent()];
-    QString name = TextFromUtf8(form_->Caption());
-    if (label != nullptr) {
-      name = TextFromUtf8(label->Text());
-    } else if (control->Parent() != nullptr) {
-      name = WidgetOf(*control->Parent()).accessibleName();
-    }
-    ControlWidget& widget = *drawn_.at(control->Id()).widget;
+void FormWindow::NameControls(const std::vector<const Control*>& controls) {
+  const std::vector<std::string> names = AccessibleNames(form_->Caption(), controls);
+  for (std::size_t i = 0; i < controls.size(); ++i) {
+    ControlWidget& widget = *drawn_.at(controls[i]->Id()).widget;
+    const QString name = TextFromUtf8(names[i]);
     if (widget.Widget().accessibleName() != name) widget.SetName(name);
   }
 }
 
-QWidget& FormWindow::WidgetOf(const Control& control) const { return drawn_.at(control.Id()).widget->Widget(); }
+ControlId FormWindow::Focused() const {
+  const QWidget* focused = focusWidget();
+  const auto found =
+      std::ranges::find_if(drawn_, [&](const auto& entry) { return &entry.second.widget->Widget() == focused; });
+  return found == drawn_.end() ? 0 : found->first;
+}
 
 void FormWindow::FollowFocusRequest() {
   if (focus_requests_ == form_->FocusRequests()) return;
@@ -223,50 +183,27 @@ void FormWindow::closeEvent(QCloseEvent* event) {
 }
 
 void FormWindow::keyPressEvent(QKeyEvent* event) {
-  for (const auto* bar : findChildren<QScrollBar*>()) {
-    QWidget& panel = *bar->parentWidget();
-    const bool scrolled = [&] {
-      switch (event->key()) {
-        case Qt::Key_Up:
-          return ScrollPanel(panel, -kTwipsPerArrowKey);
-        case Qt::Key_Down:
-          return ScrollPanel(panel, kTwipsPerArrowKey);
-        case Qt::Key_PageUp:
-          return ScrollPanelByPages(panel, -1);
-        case Qt::Key_PageDown:
-          return ScrollPanelByPages(panel, 1);
-        case Qt::Key_Home:
-          return ScrollPanel(panel, -kFarAway);
-        case Qt::Key_End:
-          return ScrollPanel(panel, kFarAway);
-        default:
-          return false;
-      }
-    }();
-    if (scrolled) return;
-  }
-  QWidget::keyPressEvent(event);
+  const auto key = KeyOf(*event);
+  if (!key) return QWidget::keyPressEvent(event);
+  ReportEvent({UiEvent::Kind::KeyPressed, Focused(), static_cast<std::int32_t>(*key)});
+}
+
+// Comes from Tab in any of the widgets, and from the hiding of the one that has the focus.
+bool FormWindow::focusNextPrevChild(bool forward) {
+  if (form_ == nullptr) return false;
+  const Control* next = NextFocus(ControlsWithinReach(form_->Controls()), Focused(), forward);
+  const auto drawn = next == nullptr ? drawn_.end() : drawn_.find(next->Id());
+  if (drawn == drawn_.end()) return false;
+  QWidget& widget = drawn->second.widget->Widget();
+  if (!widget.isVisible() || !widget.isEnabled()) return false;  // its change is not drawn yet
+  widget.setFocus(forward ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+  return true;
 }
 
 void FormWindow::ReportEvent(const UiEvent& event) {
   loop_.Post([window = QPointer<FormWindow>(this), event] {
-    if (window) window->Deliver(event);
+    if (window && window->form_ != nullptr) window->form_->Deliver(event, window->load_);
   });
-}
-
-void FormWindow::Deliver(UiEvent event) {
-  if (form_ == nullptr) return;
-  // Ignores clicks that were queued before a message box opened.
-  if (open_boxes_ > 0 && event.kind != UiEvent::Kind::CloseRequested) return;
-  const Control* control = form_->Find(event.control);
-  if (control != nullptr && control->Kind() == ControlKind::ScrollBar) {
-    // The model's range may have become smaller; the widget has to show the model's value.
-    const ControlLook& look = control->Look();
-    event.value = std::clamp<std::int32_t>(event.value, look.minimum, std::max(look.minimum, look.maximum));
-    drawn_[event.control].changes = 0;
-    drawn_changes_ = 0;
-  }
-  form_->Deliver(event, load_);
 }
 
 }  // namespace tsly

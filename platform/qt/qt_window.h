@@ -19,8 +19,8 @@ class QtEventLoop;
 
 class FormWindow final : public QWidget {
  public:
-  // `screen`: its usable area. `open_boxes` counts the open message boxes and must outlive the window.
-  FormWindow(Form& form, QtEventLoop& loop, const int& open_boxes, const QRect& screen);
+  // `screen`: its usable area.
+  FormWindow(Form& form, QtEventLoop& loop, const QRect& screen);
 
   void Reveal(Keyboard keyboard);
   void PlaceTopmost();
@@ -32,6 +32,7 @@ class FormWindow final : public QWidget {
  protected:
   void closeEvent(QCloseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  bool focusNextPrevChild(bool forward) override;
 
  private:
   struct Drawn {
@@ -42,17 +43,14 @@ class FormWindow final : public QWidget {
 
   void DrawFrame();
   void DrawControls();
-  void OrderTabs();
-  void NameControls();
-  void DrawControl(const Control& control);
+  void DrawControl(const Control& control, const std::vector<const Control*>& controls);
+  void NameControls(const std::vector<const Control*>& controls);
   void FollowFocusRequest();
-  QWidget& WidgetOf(const Control& control) const;
+  ControlId Focused() const;  // 0: none of the controls
   void ReportEvent(const UiEvent& event);
-  void Deliver(UiEvent event);
 
   Form* form_;
   QtEventLoop& loop_;
-  const int& open_boxes_;
   const std::uint64_t load_;
   const QRect screen_;
   bool revealed_ = false;
@@ -61,9 +59,6 @@ class FormWindow final : public QWidget {
   std::uint64_t pass_ = 0;
   Rect outer_;  // of the form when the window was last placed
   std::unordered_map<ControlId, Drawn> drawn_;
-  // Of the form, at the last drawing.
-  std::vector<const Control*> buttons_;
-  std::vector<const Control*> in_reach_;  // those with a widget
 };
 
 }  // namespace tsly

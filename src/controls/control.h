@@ -68,6 +68,7 @@ class Control {
   Control* Parent() const { return parent_; }
   const ControlLook& Look() const { return look_; }
   std::uint64_t Changes() const { return changes_; }
+  void Redraw() { CountChange(); }
 
   // Whether the control and all its parents are visible and enabled.
   bool Reachable() const;

@@ -63,20 +63,43 @@ void Form::Deliver(const UiEvent& event, std::uint64_t load_number) {
     RunHandler([this] { Unload(kUnloadByUser); });
     return;
   }
+  if (toolkit_.MessageIsOpen() || !visible_) return;
   Control* control = Find(event.control);
-  if (control == nullptr || !visible_ || !control->Reachable()) return;
-  RunHandler([&] {
-    if (event.kind == UiEvent::Kind::Click) return OnClick(*control);
-    if (event.kind == UiEvent::Kind::GotFocus) return OnGotFocus(*control);
-    if (control->Kind() != ControlKind::ScrollBar) return;
-    auto& bar = static_cast<ScrollBar&>(*control);
-    // The range may have shrunk since the user grabbed the bar: ignore values outside it.
-    if (event.kind == UiEvent::Kind::ValueChanged) {
-      Step([&] { bar.SetValue(event.value); });
-    } else if (!Step([&] { bar.FollowThumb(event.value); })) {
-      OnThumbMoved(bar);
-    }
-  });
+  // The model may take another value than the one reported: the toolkit draws the bar again.
+  if (control != nullptr && control->Kind() == ControlKind::ScrollBar) control->Redraw();
+  if (control != nullptr && !control->Reachable()) control = nullptr;
+  // A key scrolls even if the control with the focus has been hidden.
+  if (control == nullptr && event.kind != UiEvent::Kind::KeyPressed) return;
+  RunHandler([&] { Handle(event, control); });
+}
+
+void Form::Handle(const UiEvent& event, Control* control) {
+  if (event.kind == UiEvent::Kind::KeyPressed) return HandleKey(static_cast<Key>(event.value), control);
+  if (event.kind == UiEvent::Kind::Click) return OnClick(*control);
+  ScrollBar* around = ScrollBarAround(controls_, *control);
+  const auto scroll = [around](Twips distance) {
+    if (around != nullptr) around->SetValue(WithinRange(around->Look(), std::int64_t{around->Value()} + distance));
+  };
+  if (event.kind == UiEvent::Kind::WheelTurned) return scroll(event.value);
+  if (event.kind == UiEvent::Kind::GotFocus) {
+    if (event.value != 0 && around != nullptr) scroll(DistanceIntoView(*around, *control));
+    return OnGotFocus(*control);
+  }
+  if (control->Kind() != ControlKind::ScrollBar) return;
+  // The range may have shrunk since the user grabbed the bar.
+  auto& bar = static_cast<ScrollBar&>(*control);
+  const std::int32_t value = WithinRange(bar.Look(), event.value);
+  if (event.kind == UiEvent::Kind::ValueChanged) return bar.SetValue(value);
+  bar.FollowThumb(value);
+  OnThumbMoved(bar);
+}
+
+void Form::HandleKey(Key key, Control* focused) {
+  if (key == Key::kPress) {
+    if (focused != nullptr && IsLink(focused->Kind(), focused->Look())) OnClick(*focused);
+    return;
+  }
+  if (ScrollBar* bar = ReachableScrollBar(controls_)) bar->SetValue(ScrolledBy(*bar, key));
 }
 
 void Form::RunHandler(const std::function<void()>& handler) {

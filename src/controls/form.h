@@ -11,6 +11,7 @@
 
 #include "base/runtime_error.h"
 #include "controls/control.h"
+#include "controls/focus.h"
 #include "ports/toolkit.h"
 
 namespace tsly {
@@ -18,10 +19,12 @@ namespace tsly {
 // What a user does to a window, as the toolkit reports it.
 struct UiEvent {
   enum class Kind {
-    Click,         // of a button, a label or a panel
-    ThumbMoved,    // scroll bar: `value` while the thumb is dragged
-    ValueChanged,  // scroll bar: `value` after an arrow, page, wheel or key, and when the thumb is released
-    GotFocus,
+    Click,           // of a button, a label or a panel
+    ThumbMoved,      // scroll bar: `value` while the thumb is dragged
+    ValueChanged,    // scroll bar: `value` after a click on an arrow or page, and when the thumb is released
+    GotFocus,        // `value` 1: the control shows it (ShowsFocus)
+    KeyPressed,      // `value`: Key; `control`: the one with the focus, or 0
+    WheelTurned,     // `value`: twips by which the panel of the control scrolls, towards its end if positive
     CloseRequested,  // the window's close button or the session's end; no control
   };
   Kind kind = Kind::Click;
@@ -51,8 +54,8 @@ class Form {
   std::uint64_t LoadNumber() const { return load_number_; }
   bool IsLoad(std::uint64_t number) const { return loaded_ && load_number_ == number; }
 
-  // Receives every event of the toolkit from the event loop. Drops events of an earlier load and events of controls
-  // that the user can't reach any more.
+  // Receives every event of the toolkit from the event loop. Drops events of an earlier load, of controls that are gone
+  // or that the user can't reach any more, and those that arrive while a message is open.
   void Deliver(const UiEvent& event, std::uint64_t load_number);
 
   // Runs the handler of an event (click, tick, transfer state, client's call). A run-time error that gets here is a
@@ -106,6 +109,8 @@ class Form {
   friend class Label;
   void CountChange() { ++changes_; }
   void RunWaiting();
+  void Handle(const UiEvent& event, Control* control);
+  void HandleKey(Key key, Control* focused);
 
   std::vector<Control*> controls_;
   std::string caption_;

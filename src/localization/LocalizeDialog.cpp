@@ -1,16 +1,11 @@
 #include "base/step.h"
+#include "controls/layout.h"
 #include "dialog/MGlobal.h"
 #include "dialog/frmVerify.h"
 #include "localization/MLocalization.h"
 #include "localization/MLocalizationText.h"
 
 namespace tsly {
-namespace {
-
-constexpr Twips kPixelsBehindLeadIn = 5;
-
-}  // namespace
-
 std::string frmVerify::ResString(const ResourceKey& key) { return needs_.localization.GetResString(key); }
 
 // Every text is a separate step: if no file has the key, the control keeps the text of its design.
@@ -34,7 +29,7 @@ void frmVerify::LocalizeDialog() {
   set_text(controls.lblInfo101, text_key::kMainCaption);
   set_text(controls.lblInfo102, text_key::kCheckCaption);
   controls.lblInfo103.SetLeft(controls.lblInfo102.Left() + controls.lblInfo102.Width() +
-                              kPixelsBehindLeadIn * toolkit_.Metrics().twips_per_pixel_x);
+                              kTextGapPixels * toolkit_.Metrics().twips_per_pixel_x);
   Step([&] {
     FrequencyTexts = {ResString(text_key::kFrequencyNever), ResString(text_key::kFrequencyAlways),
                       ResString(text_key::kFrequencyWeekly), ResString(text_key::kFrequencyMonthly)};

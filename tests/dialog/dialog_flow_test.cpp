@@ -227,17 +227,37 @@ TEST(DialogFlow, EachControlBearsItsOwnText) {
   EXPECT_EQ(app.dialog().CheckLinkTexts, states);
 }
 
-TEST(DialogFlow, ALateEventIsDropped) {
+TEST(DialogFlow, TheDialogHasItsDesignsColoursAndWidths) {
   StartedApp app;
-  const std::uint64_t load = app.dialog().LoadNumber();
-  const UiEvent click{.kind = UiEvent::Kind::Click, .control = app.controls().cmdOK.Id(), .value = 0};
-  app.dialog().Unload();
-  app.dialog().Show();
-  app.dialog().Deliver(click, load);
-  EXPECT_TRUE(app.dialog().Loaded()) << "it belongs to an earlier load";
-  app.controls().cmdOK.SetEnabled(false);
-  app.dialog().Deliver(click, app.dialog().LoadNumber());
-  EXPECT_TRUE(app.dialog().Loaded()) << "disabled meanwhile";
+  VerifyControls& c = app.controls();
+  AvailableUpdate& item = c.UpdateItem(0);
+  constexpr Color none{}, text{192, 192, 192}, link{192, 192, 255}, line{80, 80, 80};
+  const std::tuple<const Control&, Twips, Color, Color> kDesign[] = {
+      {c.picStep100,        7320, {64, 64, 64}, kWhite         },
+      {c.picStep200,        7320, {64, 64, 64}, kWhite         },
+      {c.picUpdates,        5790, {72, 72, 72}, kWhite         },
+      {c.txtProcessing,     4110, {56, 56, 56}, {255, 255, 128}},
+      {c.Shape1,            5820, none,         line           },
+      {c.imgPicture100,     720,  none,         kWhite         },
+      {c.lblInfo100,        5820, none,         kWhite         },
+      {c.lblInfo104,        5820, none,         kWhite         },
+      {c.vscUpdates,        285,  none,         kWhite         },
+      {c.cmdOK,             1545, none,         kWhite         },
+      {c.cmdInstall,        2355, none,         kWhite         },
+      {item,                4875, {56, 56, 56}, kWhite         },
+      {item.lblItem,        5280, none,         kWhite         },
+      {item.lblExplanation, 5280, none,         text           },
+      {item.lblVersion,     5280, none,         text           },
+      {item.linBottom,      5625, none,         line           },
+  };
+  for (const auto& [control, width, back, fore] : kDesign) {
+    EXPECT_EQ(control.Width(), width) << control.Name();
+    EXPECT_EQ(control.Look().back_color, back) << control.Name();
+    EXPECT_EQ(control.Look().fore_color, fore) << control.Name();
+  }
+  for (const Control* label : {&c.lblInfo103, &c.lblInfo105, &item.lblMoreInfo}) {
+    EXPECT_EQ(label->Look().fore_color, link) << label->Name();
+  }
 }
 
 // A client's process, without its automation object.
@@ -282,6 +302,7 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
     const bool shown = row.status == StatusPending;
     EXPECT_EQ(app.dialog().Loaded(), shown);
     EXPECT_EQ(app.dialog().Visible(), shown);
+    if (shown) EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]) << "no state is shown";
     EXPECT_EQ(app.toolkit.topmost.size(), shown ? 1u : 0u) << "above all other windows for a client";
     EXPECT_FALSE(app.toolkit.took_keyboard) << "from a user who types in another program";
     EXPECT_EQ(app.VersionValue(kValueCheckedOn), row.checked_on);

@@ -94,7 +94,7 @@ void HeadlessApp::Pass(std::chrono::milliseconds time) {
 }
 
 void HeadlessApp::Click(Control& control) {
-  ASSERT_TRUE(dialog().Visible() && control.Reachable() && !toolkit.box_is_open)
+  ASSERT_TRUE(dialog().Visible() && control.Reachable() && !toolkit.MessageIsOpen())
       << control.Name() << " can't be reached";
   Send(UiEvent::Kind::Click, control.Id());
 }

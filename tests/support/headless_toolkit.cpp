@@ -22,13 +22,11 @@ int LinesOf(const std::string& paragraph, std::size_t characters) {
 
 }  // namespace
 
-std::int32_t HeadlessToolkit::MessageBox(const std::string& prompt, std::int32_t style,
-                                         const std::optional<std::string>& title) {
+std::int32_t HeadlessToolkit::ShowMessage(const std::string& prompt, std::int32_t style,
+                                          const std::optional<std::string>& title) {
   EXPECT_FALSE(title.has_value()) << "no message of this program bears a title of its own";
   messages.push_back({prompt, style});
-  box_is_open = true;
   if (during_message) during_message();
-  box_is_open = false;
   EXPECT_FALSE(answers.empty()) << "a message that nobody scripted: " << prompt;
   const std::int32_t answer = answers.empty() ? kAnswerNo : answers.front();
   if (!answers.empty()) answers.pop_front();

@@ -27,7 +27,6 @@ class HeadlessToolkit : public Toolkit {
   std::vector<Message> messages;
   std::deque<std::int32_t> answers;
   std::function<void()> during_message;  // what happens while a box is open
-  bool box_is_open = false;
   std::vector<std::int32_t> screen_pointers;
   std::set<const Form*> open, shown, topmost;
   bool took_keyboard = false;  // by the window that was shown last
@@ -50,9 +49,11 @@ class HeadlessToolkit : public Toolkit {
   void PlaceTopmost(Form& form) override { topmost.insert(&form); }
   void Refresh(Form&) override { ++refreshes; }
   void SetScreenPointer(std::int32_t pointer) override { screen_pointers.push_back(pointer); }
-  std::int32_t MessageBox(const std::string& prompt, std::int32_t style,
-                          const std::optional<std::string>& title) override;
   TextSize MeasureText(const std::string& text, const Font& font, std::optional<Twips> wrap_width) const override;
+
+ private:
+  std::int32_t ShowMessage(const std::string& prompt, std::int32_t style,
+                           const std::optional<std::string>& title) override;
 };
 
 }  // namespace tsly

@@ -4,17 +4,13 @@
 
 #include "base/text.h"
 #include "controls/form.h"
+#include "controls/layout.h"
 #include "dialog/VerifyControls.h"
 #include "localization/MLocalizationText.h"
 #include "localization/charsets.h"
 
 namespace tsly {
 namespace {
-
-constexpr Twips kTwipsPerPixel = 15;
-constexpr Twips kButtonMargin = 6 * kTwipsPerPixel;  // on either side of the caption
-constexpr Twips kGap = 5 * kTwipsPerPixel;           // between two texts, or between a text and a button
-constexpr Twips kItemTextWidth = 5505 - 405 - 90;    // of an item's labels next to the list's scroll bar
 
 // The dialog as designed; it is never shown.
 class DesignedDialog final : public Form {
@@ -50,21 +46,26 @@ class FitCheck {
     OnButton(kInstallNow, c.cmdInstall);
     for (const ResourceKey& key : {kCheckNow, kStatusResolvingHost, kStatusHostResolved, kStatusConnecting,
                                    kStatusConnected, kStatusRequesting, kStatusRequested, kStatusReceiving}) {
-      OneLine(key, c.lblInfo105.GetFont(), c.cmdOK.Left() - kGap - c.lblInfo105.Left());
+      OneLine(key, c.lblInfo105.GetFont(), c.cmdOK.Left() - kTextGap - c.lblInfo105.Left());
     }
     // The frequency follows its lead-in; together they have the width of the main text.
     const Twips lead_in = Measure(kCheckCaption, c.lblInfo102.GetFont()).width;
     for (const ResourceKey& key : {kFrequencyNever, kFrequencyAlways, kFrequencyWeekly, kFrequencyMonthly}) {
-      OneLine(key, c.lblInfo103.GetFont(), c.lblInfo101.Width() - kGap - lead_in);
+      OneLine(key, c.lblInfo103.GetFont(), c.lblInfo101.Width() - kTextGap - lead_in);
     }
     const Font list_font;  // the list's font doesn't depend on the language
     font_.clear();
-    OneLine(kVersionInformation, list_font, kItemTextWidth);
-    OneLine(kClickForMoreInfo, list_font, kItemTextWidth);
+    for (const ResourceKey& key : {kVersionInformation, kClickForMoreInfo}) OneLine(key, list_font, ItemTextWidth());
     return std::move(findings_);
   }
 
  private:
+  // Of an item's labels next to the list's scroll bar.
+  Twips ItemTextWidth() {
+    AvailableUpdate& item = dialog_.controls.UpdateItem(0);
+    item.SetWidth(dialog_.controls.vscUpdates.Left());
+    return item.lblVersion.Width();
+  }
   // With the longest replacement for each placeholder.
   std::string Filled(const ResourceKey& key) const {
     const auto text = file_.Find(key);
