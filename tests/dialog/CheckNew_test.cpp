@@ -36,12 +36,15 @@ class ServingApp : public HeadlessApp {
   SteadyTime born_ = clock.Steady();
 };
 
+// An object without a client.
+struct OneObject : StartedApp {
+  OneObject() : StartedApp("", 1) {}
+  const std::shared_ptr<CheckNew> object =
+      std::make_shared<CheckNew>(CheckNew::Needs{program->global, program->registry, dialog(), clock, shell});
+};
+
 TEST(CheckNew, DecidesFromTheStoredValues) {
-  const DateTime evening = MakeDateTime({2014, 3, 10, 18, 30, 0});
-  const struct {
-    RegData every, on;
-    bool due;
-  } kCases[] = {
+  const std::tuple<RegData, RegData, bool> rows[] = {
       {RegData(),             RegData(),            true },
       {RegData(),             60060630,             false},
       {0,                     RegData(),            false},
@@ -57,49 +60,40 @@ TEST(CheckNew, DecidesFromTheStoredValues) {
       {std::string("1e10"),   RegData(),            false},
       {std::string("0.5"),    RegData(),            false},
   };
-  for (const auto& row : kCases) {
-    StartedApp app("", 1);
-    app.clock.now = evening;
-    app.SetVersionValue(kValueCheckedEvery, row.every);
-    app.SetVersionValue(kValueCheckedOn, row.on);
-    const auto object = std::make_shared<CheckNew>(
-        CheckNew::Needs{app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
-    object->Status = 5;
-    app.Run([&] { object->VerifyVersion(); });
-    SCOPED_TRACE(testing::Message() << app.VersionValue(kValueCheckedEvery) << ", "
-                                    << app.VersionValue(kValueCheckedOn));
-    EXPECT_EQ(object->Status, row.due ? StatusPending : StatusIdle);
-    EXPECT_EQ(app.Log(), row.due ? kArmed : kNotDue);
-    EXPECT_EQ(app.dialog().Loaded(), row.due);
-    EXPECT_EQ(app.dialog().tmrVerifyVersion.Enabled(), row.due);
-    EXPECT_EQ(app.dialog().UpdaterObject, row.due ? object : nullptr);
+  for (const auto& [every, on, due] : rows) {
+    OneObject app;
+    app.clock.now = MakeDateTime({2014, 3, 10, 18, 30, 0});
+    app.SetVersionValue(kValueCheckedEvery, every);
+    app.SetVersionValue(kValueCheckedOn, on);
+    app.object->Status = 5;
+    app.Run([&] { app.object->VerifyVersion(); });
+    SCOPED_TRACE(app.VersionValue(kValueCheckedEvery) + ", " + app.VersionValue(kValueCheckedOn));
+    EXPECT_EQ(app.object->Status, due ? StatusPending : StatusIdle);
+    EXPECT_EQ(app.Log(), due ? kArmed : kNotDue);
+    EXPECT_EQ(app.dialog().Loaded(), due);
+    EXPECT_EQ(app.dialog().tmrVerifyVersion.Enabled(), due);
+    EXPECT_EQ(app.dialog().UpdaterObject, due ? app.object : nullptr);
   }
 }
 
 TEST(CheckNew, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
   for (const int code : {32, 30, 1009}) {  // the last one stays
-    StartedApp app("", 1);
-    const auto object = std::make_shared<CheckNew>(
-        CheckNew::Needs{app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
+    OneObject app;
     app.registry.locked = code;
-    app.Run([&] { object->VerifyVersion(); });
-    EXPECT_EQ(object->Status, code == 1009 ? StatusPending : StatusIdle) << code;
+    app.Run([&] { app.object->VerifyVersion(); });
+    EXPECT_EQ(app.object->Status, code == 1009 ? StatusPending : StatusIdle) << code;
   }
 }
 
 TEST(CheckNew, TakesAStatusOfTheTableOnly) {
-  StartedApp app("", 1);
-  CheckNew object({app.program->global, app.program->registry, app.dialog(), app.clock, app.shell});
+  OneObject app;
   for (const std::int32_t value : {2, 0, 1, 3, -1, INT32_MAX, INT32_MIN}) {
-    object.SetStatus(value);
-    EXPECT_EQ(object.GetStatus(), value >= 0 && value <= 2 ? value : StatusIdle);
-    object.PutStatus(value);
-    EXPECT_EQ(object.GetStatus(), value);
-    object.SetStatus(StatusIdle);
+    app.object->SetStatus(value);
+    EXPECT_EQ(app.object->GetStatus(), value >= 0 && value <= 2 ? value : StatusIdle);
+    app.object->PutStatus(value);
+    EXPECT_EQ(app.object->GetStatus(), value);
+    app.object->SetStatus(StatusIdle);
   }
-  app.program->global.StartupFailed = true;
-  object.SetStatus(StatusPending);
-  EXPECT_EQ(object.GetStatus(), StatusIdle);
 }
 
 TEST(CheckNew, AFailedSetUpEndsEveryCallAlsoForAClientThatLetGoMeanwhile) {
@@ -157,7 +151,7 @@ TEST(CheckNew, CallsInTheMiddleOfALoadAreAnsweredWhenItEnds) {
 
 TEST(CheckNew, ACheckRunsBehindTheClientsBack) {
   ServingApp app;
-  app.transfer.answers = {Received(kNothing)};
+  app.transfer.answers = {Received(kNothing), Received(kOffer + "Stop application=yes\r\n")};
   app.transfer.answers.front().step = seconds(1);  // for each of eleven states
   AutomationObject* client = nullptr;
   app.After(seconds(1), [&] {
@@ -177,7 +171,6 @@ TEST(CheckNew, ACheckRunsBehindTheClientsBack) {
     EXPECT_EQ(client->GetStatus(), StatusPending) << "at every start";
     app.automation.held.clear();
   });
-  app.transfer.answers.push_back(Received(kOffer + "Stop application=yes\r\n"));
   app.Serve();
   EXPECT_EQ(app.Age(), seconds(55)) << "an armed check keeps the process";
   EXPECT_EQ(app.toolkit.opened, 2);
@@ -212,10 +205,8 @@ TEST(CheckNew, ConfigureUpdaterShowsTheDialogInAnyStateOfACheck) {
       client.PutStatus(5);
       client.ConfigureUpdater();
       EXPECT_EQ(client.GetStatus(), 5);
-      EXPECT_TRUE(app.dialog().Visible());
-      EXPECT_TRUE(app.controls().picStep100.Visible());
-      EXPECT_EQ(app.toolkit.topmost.size(), 1u);
-      EXPECT_TRUE(app.toolkit.took_keyboard);
+      EXPECT_TRUE(app.dialog().Visible() && app.controls().picStep100.Visible());
+      EXPECT_TRUE(app.toolkit.topmost.size() == 1 && app.toolkit.took_keyboard);
     });
     app.After(seconds(40), [&] {
       EXPECT_EQ(app.Client("client").GetStatus(), StatusIdle);
@@ -256,36 +247,34 @@ TEST(CheckNew, AnOpenDialogOutlivesItsClient) {
 }
 
 TEST(CheckNew, TheProcessEndsWithItsLastClient) {
-  const struct {
-    AutomationStart start;
-    int first_at, last_until, late_from, late_until;  // seconds; 0: never
-    int age, leaves;
-  } kCases[] = {
-      {AutomationStart::kServing,      0,  0,  0, 0,  30, 1},
-      {AutomationStart::kServing,      29, 90, 0, 0,  90, 1},
-      {AutomationStart::kServing,      2,  3,  0, 0,  3,  1},
-      {AutomationStart::kServing,      2,  3,  3, 50, 50, 2},
-      {AutomationStart::kTaken,        0,  0,  0, 0,  0,  0},
-      {AutomationStart::kNotReachable, 0,  0,  0, 0,  0,  0},
+  using enum AutomationStart;
+  // When the first client comes and goes, and one that comes while the process is leaving goes: seconds; 0: never.
+  const std::tuple<AutomationStart, int, int, int, int, int> rows[] = {
+      {kServing,      0,  0,  0,  30, 1},
+      {kServing,      29, 90, 0,  90, 1},
+      {kServing,      2,  3,  0,  3,  1},
+      {kServing,      2,  3,  50, 50, 2},
+      {kTaken,        0,  0,  0,  0,  0},
+      {kNotReachable, 0,  0,  0,  0,  0},
   };
-  for (const auto& row : kCases) {
+  for (const auto& [start, from, until, late, age, leaves] : rows) {
     HeadlessApp app("", 1);
     const SteadyTime born = app.clock.Steady();
     const char* log = "AppData\\Quillon Systems\\Tessaly Studio\\tslyUpdater.log";
     app.folder.Write(log, "of another process");
-    app.automation.answer = row.start;
-    if (row.first_at > 0) app.loop.After(seconds(row.first_at), [&] { app.automation.Create("first"); });
-    if (row.last_until > 0) app.loop.After(seconds(row.last_until), [&] { app.automation.held.clear(); });
-    // One that comes while the process is leaving.
-    if (row.late_from > 0) app.automation.while_leaving = [&] { app.automation.Create("late"); };
-    if (row.late_until > 0) app.loop.After(seconds(row.late_until), [&] { app.automation.held.clear(); });
+    app.automation.answer = start;
+    if (from > 0) app.loop.After(seconds(from), [&] { app.automation.Create("first"); });
+    if (late > 0) app.automation.while_leaving = [&] { app.automation.Create("late"); };
+    for (const int end : {until, late}) {
+      if (end > 0) app.loop.After(seconds(end), [&] { app.automation.held.clear(); });
+    }
     bool reached = false;
     app.Run([&] { reached = app.program->Run(); });
-    SCOPED_TRACE(testing::Message() << row.age << " s, " << static_cast<int>(row.start));
-    EXPECT_EQ(reached, row.start != AutomationStart::kNotReachable);
-    EXPECT_EQ(std::chrono::floor<seconds>(app.clock.Steady() - born), seconds(row.age));
-    EXPECT_EQ(app.automation.leaves, row.leaves);
-    EXPECT_EQ(app.folder.Has(log), row.start != AutomationStart::kServing) << "only a serving process begins its log";
+    SCOPED_TRACE(testing::Message() << age << " s, " << static_cast<int>(start));
+    EXPECT_EQ(reached, start != kNotReachable);
+    EXPECT_EQ(std::chrono::floor<seconds>(app.clock.Steady() - born), seconds(age));
+    EXPECT_EQ(app.automation.leaves, leaves);
+    EXPECT_EQ(app.folder.Has(log), start != kServing) << "only a serving process begins its log";
   }
 }
 

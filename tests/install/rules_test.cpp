@@ -10,10 +10,7 @@ namespace tsly {
 namespace {
 
 TEST(PathMacros, Expand) {
-  const struct {
-    const char *path, *expanded;
-    bool whole;
-  } kCases[] = {
+  const std::tuple<const char*, const char*, bool> rows[] = {
       {"",                       "",                         true },
       {"x.exe",                  "x.exe",                    true },
       {"{app}setup.exe",         "\\opt\\app\\setup.exe",    true },
@@ -25,10 +22,10 @@ TEST(PathMacros, Expand) {
       {"{current}\\x}",          "\\tmp\\packs\\x}",         false},
       {"{",                      "{",                        false},
   };
-  for (const auto& row : kCases) {
+  for (const auto& [path, wanted, whole] : rows) {
     std::string expanded = "before";
-    EXPECT_EQ(ExpandMacros(row.path, {"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"}, expanded), row.whole);
-    EXPECT_EQ(expanded, row.expanded);
+    EXPECT_EQ(ExpandMacros(path, {"\\tmp\\packs\\a.zip", "\\opt\\app", "\\var\\"}, expanded), whole);
+    EXPECT_EQ(expanded, wanted);
   }
   for (const std::string pack : {"pack.zip", "\\pack.zip"}) {
     std::string expanded;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "localization/version_pattern.h"
 #include "support/headless_app.h"
 
@@ -25,65 +26,50 @@ TEST(LanguageVersions, Accepted) {
 }
 
 TEST(LanguageSelection, EachPairOfFilesHasItsOutcome) {
-  enum File { kMissingFile, kInvalidFile, kValidFile };
-  const struct {
-    const char* language;
-    File selected, english;
-    const char* message;  // its beginning; null: none
-    std::int32_t icon;
-  } kCases[] = {
-      {"English", kMissingFile, kMissingFile, "The english language file (EN) can't be found. The program can't",       16},
-      {"French",  kMissingFile, kMissingFile,
-       "The selected language file (FR) can't be found, and the default language file (EN) can't be found, too.",       16},
-      {"French",  kInvalidFile, kMissingFile,
-       "The selected language file (FR) isn't valid, and the default language file (EN) can't be found.",               16},
-      {"French",  kValidFile,   kMissingFile,
-       "Warning: the english language file (EN) can't be found. Please verify or reinstall the software.",              64},
-      {"French",  kMissingFile, kInvalidFile,
-       "The selected language file (FR) can't be found, and the default language file (EN) is not valid.",              16},
-      {"ENGLISH", kInvalidFile, kInvalidFile,
-       "Warning: the english language file (EN) isn't valid. The program will continue",                                64},
-      {"French",  kInvalidFile, kInvalidFile,
-       "Warning: the selected language file (FR) isn't valid, and the default language file (EN) isn't valid, too.",    64},
-      {"French",  kValidFile,   kInvalidFile,
-       "Warning: the english language file (EN) isn't valid. The program will continue",                                64},
-      {"French",  kMissingFile, kValidFile,
-       "Warning: the selected language file (FR) can't be found. The default language file (EN) will be used instead.", 64},
-      {"French",  kInvalidFile, kValidFile,
-       "Warning: the selected language file (FR) isn't valid. As the default language file (EN) seems to be valid,",    64},
-      {"French",  kValidFile,   kValidFile,   nullptr,                                                                  0 },
-      {"English", kValidFile,   kValidFile,   nullptr,                                                                  0 },
+  enum File { kNone, kBad, kGood };
+  const std::string verify = "Please verify or reinstall the software.";
+  const std::string repair = "It would be a great idea to repair the installation.";
+  const std::string stop = "The program can't continue. Please reinstall the software.";
+  // The files of the language and of English, the message's icon, beginning and end. "": none.
+  const std::tuple<const char*, File, File, int, const char*, std::string> rows[] = {
+      {"English", kNone, kNone, 16, "The english language file (EN) can't be found. The program",            stop  },
+      {"French",  kNone, kNone, 16,
+       "The selected language file (FR) can't be found, and the default language file (EN) can't",           stop  },
+      {"French",  kBad,  kNone, 16,
+       "The selected language file (FR) isn't valid, and the default language file (EN) can't",              stop  },
+      {"French",  kGood, kNone, 64, "Warning: the english language file (EN) can't be found. ",              verify},
+      {"French",  kNone, kBad,  16,
+       "The selected language file (FR) can't be found, and the default language file (EN) is not",          stop  },
+      {"ENGLISH", kBad,  kBad,  64, "Warning: the english language file (EN) isn't valid. ",                 repair},
+      {"French",  kBad,  kBad,  64,
+       "Warning: the selected language file (FR) isn't valid, and the default language file (EN) isn't",     repair},
+      {"French",  kGood, kBad,  64, "Warning: the english language file (EN) isn't valid. ",                 repair},
+      {"French",  kNone, kGood, 64, "Warning: the selected language file (FR) can't be found. The default ", repair},
+      {"French",  kBad,  kGood, 64, "Warning: the selected language file (FR) isn't valid. As the default ", repair},
+      {"French",  kGood, kGood, 0,  "",                                                                      ""    },
+      {"English", kGood, kGood, 0,  "",                                                                      ""    },
   };
-  for (const auto& row : kCases) {
+  for (const auto& [language, selected, english, icon, beginning, end] : rows) {
     HeadlessApp app;
-    std::filesystem::remove_all(app.folder.NativePath("app\\Languages"));
-    const auto put = [&](const char* name, File state) {
-      if (state != kMissingFile) app.folder.Write(name, state == kValidFile ? kValid : kInvalid);
+    const auto put = [&app](const std::string& name, File state) {
+      const std::string file = "app\\Languages\\" + name + ".ini";
+      std::filesystem::remove(app.folder.NativePath(file));
+      if (state != kNone) app.folder.Write(file, state == kGood ? kValid : kInvalid);
+      return "(" + app.folder.CorePath(file) + ")";
     };
-    put("app\\Languages\\English.ini", row.english);
-    if (std::string(row.language) == "French") put("app\\Languages\\French.ini", row.selected);
-    app.program->registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string(row.language));
-    if (row.message != nullptr) app.toolkit.answers = {kAnswerOk};
-    app.Start();
-    EXPECT_EQ(app.program->global.StartupFailed, row.icon == 16) << row.message;
-    EXPECT_EQ(app.dialog().Visible(), row.icon != 16);
-    ASSERT_EQ(app.toolkit.messages.size(), row.message != nullptr ? 1u : 0u);
-    if (row.message == nullptr) continue;
-    std::string expected = row.message;
-    for (const auto& [sign, file] : {
-             std::pair{"(FR)", "French" },
-             std::pair{"(EN)", "English"}
-    }) {
-      const auto at = expected.find(sign);
-      if (at != std::string::npos) expected.replace(at, 4, "(" + app.AppFolder() + "Languages\\" + file + ".ini)");
-    }
-    EXPECT_TRUE(app.toolkit.messages[0].prompt.starts_with(expected)) << app.toolkit.messages[0].prompt;
-    EXPECT_EQ(app.toolkit.messages[0].style, row.icon);
-    const bool verify = row.selected == kValidFile && row.english == kMissingFile;
-    EXPECT_TRUE(app.toolkit.messages[0].prompt.ends_with(
-        row.icon == 16 ? "The program can't continue. Please reinstall the software."
-        : verify       ? "Please verify or reinstall the software."
-                       : "It would be a great idea to repair the installation."));
+    const std::string french_file = put("French", selected), english_file = put("English", english);
+    app.program->registry.SetRegValue(kCurrentUser, SettingsKey, kValueLanguage, std::string(language));
+    app.StartWith({}, {kAnswerOk});
+    SCOPED_TRACE(beginning);
+    EXPECT_EQ(app.program->global.StartupFailed, icon == 16);
+    EXPECT_EQ(app.dialog().Visible(), icon != 16);
+    ASSERT_EQ(app.toolkit.messages.size(), icon != 0 ? 1u : 0u);
+    if (icon == 0) continue;
+    const auto& [prompt, style] = app.toolkit.messages[0];
+    EXPECT_EQ(style, icon);
+    EXPECT_TRUE(prompt.starts_with(Replace(Replace(beginning, "(FR)", french_file), "(EN)", english_file)) &&
+                prompt.ends_with(end))
+        << prompt;
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "ports/system_codes.h"
 #include "services/MRegistryConstants.h"
 #include "support/headless_app.h"
@@ -42,17 +43,12 @@ RegData Text(std::string text) { return text; }
 std::string Zero(std::string text) { return text + '\0'; }
 
 TEST_F(MRegistryTest, JoinsPaths) {
-  const std::tuple<const char*, const char*, const char*> cases[] = {
-      {"",          "",  ""        },
-      {"A",         "",  "A"       },
-      {"",          "B", "B"       },
-      {"A",         "B", "A\\B"    },
-      {"A\\",       "B", "A\\B"    },
-      {"\\A",       "B", "A\\B"    },
-      {"A\\\\\\\\", "B", "A\\\\\\B"}, // one pass
-      {"\\\\A",     "",  "A"       },
-  };
-  for (const auto& [key, subkey, path] : cases) EXPECT_EQ(MRegistry::JoinRegPath(key, subkey), path);
+  // The key, the subkey and the path, which loses one backslash at each end of the key.
+  for (const char* row :
+       {"||", "A||A", "|B|B", "A|B|A\\B", "A\\|B|A\\B", "\\A|B|A\\B", "A\\\\\\\\|B|A\\\\\\B", "\\\\A||A"}) {
+    const std::vector<std::string> parts = Split(row, "|");
+    EXPECT_EQ(MRegistry::JoinRegPath(parts[0], parts[1]), parts[2]);
+  }
 }
 
 TEST_F(MRegistryTest, WritesEachTypeInItsForm) {

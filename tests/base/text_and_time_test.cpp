@@ -1,17 +1,13 @@
-#include "base/text.h"
-
 #include <gtest/gtest.h>
 
-#include <clocale>
+#include "base/date_time.h"
+#include "base/text.h"
 
 namespace tsly {
 namespace {
 
 TEST(Text, LowerCaseFoldsLettersOfAllAlphabetsAndKeepsTheLength) {
-  const struct {
-    const char *text, *lower;
-  } kCases[] = {
-      {"",                         ""                        },
+  const std::pair<const char*, const char*> rows[] = {
       {"ABCxyz[]@`",               "abcxyz[]@`"              },
       {"\u00C4\u00D6\u00DC\u00DF", "\u00E4\u00F6\u00FC\u00DF"},
       {"\u0391\u03A9\u0416\u042F", "\u03B1\u03C9\u0436\u044F"},
@@ -19,7 +15,7 @@ TEST(Text, LowerCaseFoldsLettersOfAllAlphabetsAndKeepsTheLength) {
       {"\u6F22\u5B57",             "\u6F22\u5B57"            },
       {"\xFF\xC3X\xE2\x82",        "\xFF\xC3x\xE2\x82"       }, // bytes that are no UTF-8 stay
   };
-  for (const auto& row : kCases) EXPECT_EQ(LowerCase(row.text), row.lower);
+  for (const auto& [text, lower] : rows) EXPECT_EQ(LowerCase(text), lower);
 }
 
 TEST(Text, TrimmingTakesBlanksOnly) {
@@ -52,11 +48,7 @@ TEST(Text, WholeNumbers) {
 }
 
 TEST(Text, NumbersAtTheStartOfAText) {
-  const struct {
-    const char* text;
-    std::int32_t whole;
-    std::optional<double> all;
-  } kCases[] = {
+  const std::tuple<const char*, std::int32_t, std::optional<double>> rows[] = {
       {"3",        3,  3.0         },
       {" 2 weeks", 2,  std::nullopt},
       {"-1",       -1, -1.0        },
@@ -65,12 +57,11 @@ TEST(Text, NumbersAtTheStartOfAText) {
       {"+7 ",      7,  7.0         },
       {"1e10",     0,  1e10        },
       {"inf",      0,  std::nullopt},
-      {"abc",      0,  std::nullopt},
       {"",         0,  std::nullopt},
   };
-  for (const auto& row : kCases) {
-    EXPECT_EQ(LeadingInt32(row.text), row.whole) << row.text;
-    EXPECT_EQ(ToDouble(row.text), row.all) << row.text;
+  for (const auto& [text, whole, all] : rows) {
+    EXPECT_EQ(LeadingInt32(text), whole) << text;
+    EXPECT_EQ(ToDouble(text), all) << text;
   }
 }
 
@@ -95,6 +86,35 @@ TEST(Text, PlainDecimalsAreShortAndKnowNoLocale) {
       {-3,       "-3"               },
   };
   for (const auto& [number, text] : kCases) EXPECT_EQ(PlainDecimal(number), text);
+}
+
+TEST(DateTime, ReadsMomentsBack) {
+  const std::pair<DateTime, const char*> rows[] = {
+      {0,                "1899-12-30 00:00:00"},
+      {-1.25,            "1899-12-29 06:00:00"},
+      {2,                "1900-01-01 00:00:00"},
+      {41708.7708333333, "2014-03-10 18:30:00"},
+      {41708.99999999,   "2014-03-11 00:00:00"}, // rounded to the second before it is split
+      {36585,            "2000-02-29 00:00:00"},
+      {1e12,             "9999-12-31 00:00:00"},
+  };
+  for (const auto& [moment, stamp] : rows) EXPECT_EQ(LogStamp(moment), stamp);
+}
+
+TEST(DateTime, AMomentOfWholeMinutesIsStoredExactly) {
+  const DateTime moment = MakeDateTime({.year = 2014, .month = 3, .day = 10, .hour = 18, .minute = 30});
+  EXPECT_DOUBLE_EQ(moment * 1440, 60060630);
+  EXPECT_EQ(MakeDateTime({.year = 1899, .month = 12, .day = 29, .hour = 6}), -1.25);
+}
+
+TEST(DateTime, TextsTakeTheUsersSeparators) {
+  const DateTime moment = MakeDateTime({.year = 2014, .month = 3, .day = 9, .hour = 8, .minute = 5, .second = 7});
+  EXPECT_EQ(MonthDayYear(moment, "/"), "03/09/2014");
+  EXPECT_EQ(DayMonthYear(moment, "."), "09.03.2014");
+  EXPECT_EQ(HourMinute(moment, "."), "08.05");
+  EXPECT_EQ(GeneralDate(moment, "/", ":"), "03/09/2014 08:05:07");
+  EXPECT_EQ(GeneralDate(41708, "/", ":"), "03/10/2014");
+  EXPECT_EQ(GeneralDate(0.5, "/", ":"), "12:00:00");
 }
 
 }  // namespace
