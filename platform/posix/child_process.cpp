@@ -1,9 +1,8 @@
 #include "posix/child_process.h"
 
 #include <fcntl.h>
-#include <linux/close_range.h>
 #include <signal.h>
-#include <sys/resource.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 #include "ports/system_codes.h"
@@ -20,45 +20,38 @@
 namespace tsly {
 namespace {
 
-// For kernels without close_range.
-void CloseEachOnExec() {
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  for (int i = 3; i < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 1 << 20)); ++i) fcntl(i, F_SETFD, FD_CLOEXEC);
-}
-
-// Runs between fork and exec: system calls only.
-[[noreturn]] void BecomeProgram(char* const argv[], int status) {
-  setsid();
-  struct sigaction plain {};
-  plain.sa_handler = SIG_DFL;
-  for (int number = 1; number < NSIG; ++number) sigaction(number, &plain, nullptr);
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
-
-  // Closes one first, in case the process is at its limit of descriptors.
-  close(STDIN_FILENO);
-  if (open("/dev/null", O_RDWR) == STDIN_FILENO && dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO) {
-    if (close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) != 0) CloseEachOnExec();
-    execv(argv[0], argv);
+// A session of its own, default signals, /dev/null as standard input and output, and no other descriptor but standard
+// error. Descriptor 0 is closed before /dev/null is opened, in case the process is at its limit of descriptors.
+class SpawnSettings {
+ public:
+  SpawnSettings() {
+    sigset_t all, none;
+    std::memset(&all, 0xFF, sizeof all);  // sigfillset leaves out two of the C library's own, which are ignored then
+    sigemptyset(&none);
+    error_ = posix_spawnattr_init(&attributes);
+    Add(posix_spawnattr_setsigdefault(&attributes, &all));
+    Add(posix_spawnattr_setsigmask(&attributes, &none));
+    Add(posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK));
+    Add(posix_spawn_file_actions_init(&actions));
+    Add(posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDWR, 0));
+    Add(posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDOUT_FILENO));
+    Add(posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1));
   }
-  const int error = errno;
-  [[maybe_unused]] const ssize_t written = write(status, &error, sizeof error);
-  _exit(127);
-}
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+  ~SpawnSettings() {
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+  }
+  int Error() const { return error_; }
 
-// Blocks signals meanwhile, so that no handler of this process runs in the child.
-pid_t ForkWithoutSignals() {
-  sigset_t all, former;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &former);
-  const pid_t id = fork();
-  const int error = errno;
-  if (id != 0) pthread_sigmask(SIG_SETMASK, &former, nullptr);
-  errno = error;
-  return id;
-}
+  posix_spawnattr_t attributes;
+  posix_spawn_file_actions_t actions;
+
+ private:
+  void Add(int error) { error_ = error_ == 0 ? error : error_; }
+  int error_ = 0;
+};
 
 }  // namespace
 
@@ -67,28 +60,16 @@ StartedProcess StartProcess(const std::vector<std::string>& argv) {
   for (const std::string& argument : argv) pointers.push_back(const_cast<char*>(argument.c_str()));
   pointers.push_back(nullptr);
 
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) < 0) return {-1, errno, true};
-  const Descriptor reading(ends[0]);
-  Descriptor given(ends[1]);
-  // The child replaces descriptors 0 to 2, which the pipe may have got.
-  Descriptor writing(fcntl(given.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  if (!writing) return {-1, errno, true};
-  given = Descriptor();
-  const pid_t id = ForkWithoutSignals();
-  if (id == 0) BecomeProgram(pointers.data(), writing.Get());
-  if (id < 0) return {-1, errno, true};
-
-  writing = Descriptor();
-  int error = 0;
-  ssize_t got = 0;
-  do {
-    got = read(reading.Get(), &error, sizeof error);
-  } while (got < 0 && errno == EINTR);
-  if (got != sizeof error) return {id, 0, false};
-  while (waitpid(id, nullptr, 0) < 0 && errno == EINTR) {
+  const SpawnSettings settings;
+  StartedProcess started;
+  started.error = settings.Error();
+  if (started.error == 0) {
+    started.error =
+        posix_spawn(&started.id, pointers[0], &settings.actions, &settings.attributes, pointers.data(), environ);
   }
-  return {-1, error, false};
+  if (started.error != 0) started.id = -1;
+  started.made_no_process = started.error == EAGAIN || started.error == ENOMEM;
+  return started;
 }
 
 std::optional<int> ExitOf(pid_t id) {
