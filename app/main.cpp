@@ -3,17 +3,17 @@
 #include <csignal>
 #include <iostream>
 
-#include "common/archive_unzip.h"
-#include "common/ini_reader.h"
 #include "desktop_application.h"
 #include "ports/platform.h"
 #include "posix/curl_transfer.h"
 #include "posix/home.h"
+#include "posix/ini_reader.h"
 #include "posix/paths.h"
 #include "posix/posix_files.h"
 #include "posix/posix_folders.h"
 #include "posix/posix_locale.h"
 #include "posix/posix_shell.h"
+#include "posix/posix_unzip.h"
 #include "posix/sqlite_registry.h"
 #include "posix/system_clock.h"
 #include "program.h"
@@ -41,7 +41,7 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Interaction i
   PosixFiles files;
   PosixLocale locale(code_page);
   PosixShell shell({.repaint = [&] { toolkit.RepaintAll(); }});
-  ArchiveUnzipFactory unzip;
+  PosixUnzipFactory unzip;
   DbusAutomation automation(loop, QDBusConnection::sessionBus());
   // The program goes before the transfer control that it stands on.
   Program* running = nullptr;

@@ -13,9 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "common/ini_reader.h"
+#include "edition.h"
 #include "posix/curl_transfer.h"
-#include "posix/posix_files.h"
 #include "posix/sqlite_registry.h"
 #include "posix/system_clock.h"
 #include "program.h"
@@ -127,7 +126,7 @@ class BenchApp {
   SqliteRegistry registry{folder.NativePath("user.sqlite"), folder.NativePath("machine.sqlite")};
   IniReader profiles;
   TestFolders folders{folder};
-  PosixFiles files;
+  SystemFiles files;
   FixedLocale locale;
   RecordingShell shell;
   UnzipType unzip;

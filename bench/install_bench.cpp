@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "bench.h"
-#include "common/archive_unzip.h"
 #include "install/cCRC32.h"
+#include "posix/posix_unzip.h"
 #include "support/http_server.h"
 
 namespace tsly {
@@ -87,12 +87,12 @@ void Verification() {
 }
 
 // Records the time inside Extract.
-class TimedUnzip final : public ArchiveUnzip {
+class TimedUnzip final : public PosixUnzip {
  public:
   static inline std::vector<std::pair<steady_clock::time_point, steady_clock::time_point>> busy;
   Fault Extract(std::string& first, std::string& second, std::int32_t& result) override {
     busy.emplace_back(steady_clock::now(), steady_clock::time_point());
-    const Fault fault = ArchiveUnzip::Extract(first, second, result);
+    const Fault fault = PosixUnzip::Extract(first, second, result);
     busy.back().second = steady_clock::now();
     return fault;
   }
@@ -153,9 +153,9 @@ void HundredPacks(const std::string& pack_file) {
 }
 
 int Unzip(const char* archive, const char* folder) {
-  ArchiveUnzip unzip;
+  PosixUnzip unzip;
   std::shared_ptr<OpenFile> file;
-  PosixFiles().OpenForReading(archive, file);
+  SystemFiles().OpenForReading(archive, file);
   unzip.SetArchiveFile(archive, file);
   unzip.SetExtractFolder(folder);
   std::string first, second;

@@ -66,7 +66,7 @@ class MemoryFiles : public Files {
   };
   static constexpr std::size_t kMostKept = 10000;
 
-  PosixFiles real_;
+  SystemFiles real_;
   std::map<std::string, Found> found_;
 };
 

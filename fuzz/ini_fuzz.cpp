@@ -1,6 +1,6 @@
 // The INI reader against a plain one: every value and every list, with buffers of all sizes. Input: two characters that
 // choose the code page, how names are spelled and sizes of buffers, then the file.
-#include "common/ini_reader.h"
+#include "edition.h"
 #include "fuzz.h"
 #include "plain_ini.h"
 

@@ -11,8 +11,8 @@
 #include <map>
 
 #include "base/text.h"
-#include "common/archive_unzip.h"
 #include "fuzz.h"
+#include "posix/posix_unzip.h"
 #include "support/temp_folder.h"
 
 namespace tsly {
@@ -212,7 +212,7 @@ void Try(std::string_view bytes) {
   const bool keep_folders = (options & 1) == 0, replace = (options & 2) == 0;
   const std::string_view archive = input.Rest();
 
-  ArchiveUnzip unzip;
+  PosixUnzip unzip;
   unzip.SetArchiveFile("pack.zip", std::make_shared<MemoryDocument>(archive));
   unzip.SetExtractFolder(scene.Target());
   unzip.SetExtractOptionA(keep_folders);

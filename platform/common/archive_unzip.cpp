@@ -2,22 +2,18 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <fcntl.h>
-#include <iconv.h>
-#include <locale.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <string_view>
-#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "base/text.h"
+#include "common/archive_judge.h"
 #include "common/zip_table.h"
 #include "ports/files.h"
-#include "posix/paths.h"
-#include "posix/unpack_target.h"
 
 namespace tsly {
 namespace {
@@ -28,24 +24,6 @@ constexpr std::size_t kBlock = std::size_t{128} << 10;
 // A table of contents can name the same bytes as many names; real packs are far below this.
 constexpr std::size_t kNameBytes = std::size_t{64} << 20;
 constexpr char kTableDiffers[] = "its table of contents doesn't fit what is in it";
-
-// libarchive gives names in the codeset of the thread's locale, and none at all in the C locale.
-class Utf8Names {
- public:
-  Utf8Names() : utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)), former_(uselocale(utf8_)) {}
-  Utf8Names(const Utf8Names&) = delete;
-  Utf8Names& operator=(const Utf8Names&) = delete;
-  ~Utf8Names() {
-    uselocale(former_);
-    if (utf8_ != nullptr) freelocale(utf8_);
-  }
-
- private:
-  locale_t utf8_;
-  locale_t former_;
-};
-
-std::string SystemText(int error) { return std::generic_category().message(error); }
 
 ArchiveEntry::Kind KindOf(archive_entry* entry) {
   if (archive_entry_hardlink(entry) != nullptr) return ArchiveEntry::Kind::kLink;
@@ -61,21 +39,25 @@ ArchiveEntry::Kind KindOf(archive_entry* entry) {
   }
 }
 
+// The code page of DOS from 0x80 on.
+constexpr std::u16string_view kDosLetters =
+    u"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒ"
+    u"áíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐"
+    u"└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
+    u"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00A0";
+
 // A name that isn't marked as UTF-8 is in the code page of DOS by the book; but tools of today's systems leave the mark
 // out as well, and what happens to be good UTF-8 was hardly ever meant as anything else.
 std::string NameOf(archive_entry* entry) {
   const char* given = archive_entry_pathname(entry);
   std::string name = given == nullptr ? "" : given;
   if (IsUtf8(name)) return name;
-  const iconv_t converter = iconv_open("UTF-8", "CP437");
-  if (converter == reinterpret_cast<iconv_t>(-1)) return {};
-  std::string utf8(name.size() * 3, '\0');
-  char* from = name.data();
-  char* to = utf8.data();
-  std::size_t from_left = name.size(), to_left = utf8.size();
-  const bool is_done = iconv(converter, &from, &from_left, &to, &to_left) != static_cast<std::size_t>(-1);
-  iconv_close(converter);
-  return is_done ? utf8.substr(0, utf8.size() - to_left) : std::string();
+  std::string utf8;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    AppendUtf8(byte < 0x80 ? byte : kDosLetters[byte - 0x80], utf8);
+  }
+  return utf8;
 }
 
 // The library doesn't know a name in UTF-8 that only the table holds.
@@ -85,6 +67,11 @@ ArchiveEntry ValueOf(archive_entry* entry, const std::vector<ZipEntry>& table, s
           .kind = KindOf(entry),
           .size = archive_entry_size_is_set(entry) != 0 ? archive_entry_size(entry) : -1,
           .encrypted = archive_entry_is_encrypted(entry) != 0};
+}
+
+UnzipFailure About(const std::string& name, UnzipFailure failure) {
+  if (failure.reason != kDone) failure.name = name;
+  return failure;
 }
 
 // One pass over the archive.
@@ -119,7 +106,7 @@ class ZipReader {
   }
 
   // Writes the present entry's contents, which must be of the declared size.
-  UnzipFailure Unpack(const ArchiveEntry& entry, int file) {
+  UnzipFailure Unpack(const ArchiveEntry& entry, UnpackedFile& file) {
     std::int64_t written = 0;
     for (;;) {
       const void* block = nullptr;
@@ -131,8 +118,8 @@ class ZipReader {
       if (offset != written || static_cast<std::int64_t>(length) > entry.size - written) {
         return {kWrongSize, entry.name, ""};
       }
-      if (const int error = WriteAll(file, static_cast<const char*>(block), length)) {
-        return {error == ENOSPC || error == EDQUOT ? kDiskFull : kCannotWrite, entry.name, SystemText(error)};
+      if (UnzipFailure failure = file.Write({static_cast<const char*>(block), length}); failure.reason != kDone) {
+        return About(entry.name, std::move(failure));
       }
       written += static_cast<std::int64_t>(length);
     }
@@ -184,17 +171,6 @@ class ZipReader {
     return self.at_ = from + offset;
   }
 
-  static int WriteAll(int file, const char* bytes, std::size_t length) {
-    while (length > 0) {
-      const ssize_t done = write(file, bytes, length);
-      if (done < 0 && errno == EINTR) continue;
-      if (done < 0) return errno;
-      bytes += done;
-      length -= static_cast<std::size_t>(done);
-    }
-    return 0;
-  }
-
   OpenFile& file_;
   std::int64_t at_ = 0;
   std::vector<char> block_;
@@ -236,15 +212,8 @@ UnzipFailure ReadContents(OpenFile& file, ArchiveLimits& limits, std::vector<Zip
   return failure;
 }
 
-void KeepTime(int file, archive_entry* entry) {
-  if (archive_entry_mtime_is_set(entry) == 0) return;
-  const timespec time{archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
-  const timespec times[] = {time, time};
-  futimens(file, times);  // a file without its time is still the file
-}
-
 UnzipFailure UnpackAll(OpenFile& file, const std::vector<ZipEntry>& table, const std::vector<ArchiveEntry>& entries,
-                       const std::vector<std::string>& paths, UnpackTarget& target) {
+                       const std::vector<std::string>& paths, Unpacking& target) {
   if (entries.empty()) return {};  // the library doesn't take an archive of nothing for one
   ZipReader reader(file);
   UnzipFailure failure;
@@ -255,34 +224,17 @@ UnzipFailure UnpackAll(OpenFile& file, const std::vector<ZipEntry>& table, const
       return {kDamaged, entry.name, "the pack changed while it was read"};
     }
     if (paths[index].empty() || paths[index].ends_with('/')) continue;
-    Descriptor unpacked = target.Create(index, (archive_entry_perm(reader.Entry()) & 0100) != 0);
-    if (!unpacked) return {errno == ENOSPC ? kDiskFull : kCannotWrite, entry.name, SystemText(errno)};
-    if (failure = reader.Unpack(entry, unpacked.Get()); failure.reason != kDone) return failure;
-    KeepTime(unpacked.Get(), reader.Entry());
-    if (unpacked.Close() < 0) return {errno == ENOSPC ? kDiskFull : kCannotWrite, entry.name, SystemText(errno)};
+    const bool is_executable = (archive_entry_perm(reader.Entry()) & 0100) != 0;
+    const std::unique_ptr<UnpackedFile> unpacked = target.Create(index, is_executable, failure);
+    if (!unpacked) return About(entry.name, std::move(failure));
+    if (failure = reader.Unpack(entry, *unpacked); failure.reason != kDone) return failure;
+    if (archive_entry_mtime_is_set(reader.Entry()) != 0) {
+      unpacked->KeepTime(archive_entry_mtime(reader.Entry()), archive_entry_mtime_nsec(reader.Entry()));
+    }
+    if (failure = unpacked->Close(); failure.reason != kDone) return About(entry.name, std::move(failure));
   }
   if (failure.reason == kDone && index != entries.size()) return {kDamaged, "", "the pack changed while it was read"};
   return failure;
-}
-
-UnzipFailure PlacingFailure(const UnpackTarget& target, int error, const std::string& name) {
-  std::string detail = SystemText(error);
-  if (!target.LeftBehind().empty()) detail += "; former files were left in " + CorePath(target.LeftBehind());
-  switch (error) {
-    case ENOTDIR:
-    case EISDIR:
-    case ELOOP:
-      return {kInTheWay, name, detail};
-    case ENOSPC:
-    case EDQUOT:
-      return {kDiskFull, name, detail};
-    case EWOULDBLOCK:
-      return {kCannotWrite, name, "another program is unpacking into it"};
-    case EXDEV:
-      return {kCannotWrite, name, "its folder is on another disk than the one unpacked into; " + detail};
-    default:
-      return {kCannotWrite, name, detail};
-  }
 }
 
 // Whether a failure that names no entry happened to the pack as a whole.
@@ -290,57 +242,7 @@ bool IsAboutThePack(UnzipResult reason) {
   return reason == kCannotOpen || reason == kNotAnArchive || reason == kTooManyEntries || reason == kDamaged;
 }
 
-// Without characters that would change the line that it is part of.
-std::string InOneLine(std::string text, char line_end) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = c == '\n' ? line_end : '?';
-  }
-  return TrimEnd(text);
-}
-
-// A name of moderate length.
-std::string Shown(std::string name) {
-  constexpr std::size_t kLongest = 200;
-  if (name.size() > kLongest) {
-    std::size_t end = kLongest;
-    while ((static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
-    name = name.substr(0, end) + "...";
-  }
-  return InOneLine(std::move(name), '?');
-}
-
 }  // namespace
-
-std::string Describe(const UnzipFailure& failure) {
-  static constexpr struct {
-    const char* before;  // the name in quotes follows, if there is one
-    const char* after;
-  } kTexts[] = {
-      {"",                                ""                                                              },
-      {"The pack",                        "can't be opened"                                               },
-      {"The pack",                        "is no ZIP archive, or its end is missing"                      },
-      {"The name",                        "in the pack isn't allowed"                                     },
-      {"The entry",                       "in the pack is a link or a device, which isn't allowed"        },
-      {"The name",                        "is in the pack twice, or differs from another in capitals only"},
-      {"The entry",                       "can't be put in place: something else is there"                },
-      {"The pack",                        "has too many entries"                                          },
-      {"The contents of the pack, up to", "are larger than the disk or than the pack can hold"            },
-      {"The file",                        "in the pack is encrypted"                                      },
-      {"The file",                        "in the pack is packed by a method that isn't known"            },
-      {"The file",                        "in the pack has a wrong checksum"                              },
-      {"The file",                        "in the pack doesn't have the size that the pack states"        },
-      {"The pack is damaged at",          ""                                                              },
-      {"The disk is too full for",        ""                                                              },
-      {"The file or folder",              "can't be written"                                              },
-  };
-  const auto index = static_cast<std::size_t>(failure.reason);
-  if (failure.reason == kDone || index >= std::size(kTexts)) return {};
-  std::string text = kTexts[index].before;
-  text += " \"" + Shown(failure.name) + '"';
-  if (*kTexts[index].after != '\0') text += std::string(" ") + kTexts[index].after;
-  if (!failure.detail.empty()) text += " (" + InOneLine(failure.detail, ' ') + ")";
-  return text + '.';
-}
 
 Fault ArchiveUnzip::SetArchiveFile(const std::string& path, std::shared_ptr<OpenFile> file) {
   archive_file_ = path;
@@ -373,25 +275,29 @@ Fault ArchiveUnzip::Extract(std::string&, std::string&, std::int32_t& result) {
 std::string ArchiveUnzip::FailureText() { return Describe(failure_); }
 
 UnzipFailure ArchiveUnzip::Run() const {
-  const Utf8Names utf8_names;
+  const std::shared_ptr<void> names = NamesInUtf8();
   ArchiveLimits limits;
   if (!file_ || file_->Length(limits.archive_bytes) != 0) return {kCannotOpen, "", ""};
   std::vector<ZipEntry> table;
   std::vector<ArchiveEntry> entries;
   if (UnzipFailure failure = ReadContents(*file_, limits, table, entries); failure.reason != kDone) return failure;
 
-  UnpackTarget target;
-  if (const int error = target.Open(NativePath(extract_folder_))) return PlacingFailure(target, error, extract_folder_);
-  limits.free_bytes = target.FreeBytes();
+  const std::unique_ptr<Unpacking> target = MakeUnpacking();
+  if (UnzipFailure failure = target->Open(extract_folder_); failure.reason != kDone) {
+    return About(extract_folder_, std::move(failure));
+  }
+  limits.free_bytes = target->FreeBytes();
   const ArchiveVerdict verdict = JudgeArchive(entries, limits, keep_folders_);
   if (verdict.reason != kDone) return {verdict.reason, verdict.name, ""};
-  if (const int error = target.MakeStaging()) return PlacingFailure(target, error, extract_folder_);
-  if (UnzipFailure failure = UnpackAll(*file_, table, entries, verdict.targets, target); failure.reason != kDone) {
+  if (UnzipFailure failure = target->MakeStaging(); failure.reason != kDone) {
+    return About(extract_folder_, std::move(failure));
+  }
+  if (UnzipFailure failure = UnpackAll(*file_, table, entries, verdict.targets, *target); failure.reason != kDone) {
     return failure;
   }
-  const auto [error, index] = target.Place(verdict.targets, replace_files_);
-  if (error == 0) return {};
-  return PlacingFailure(target, error, index < entries.size() ? entries[index].name : extract_folder_);
+  std::size_t index = 0;
+  UnzipFailure failure = target->Place(verdict.targets, replace_files_, index);
+  return About(index < entries.size() ? entries[index].name : extract_folder_, std::move(failure));
 }
 
 }  // namespace tsly

@@ -1,19 +1,17 @@
 // The unzip component on libarchive: holds what the library finds against the archive's table (zip_table.h), judges the
 // whole of it (archive_judge.h), unpacks everything into a staging folder, and only when every size and checksum held
-// moves it into place (unpack_target.h).
+// lets the edition move it into place (unpacking.h). Each edition has its own on its folders.
 //
 // Regular files and folders only. Executable bits and times are kept; owners and all other bits of the mode are not.
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "common/archive_judge.h"
+#include "common/unpacking.h"
 #include "ports/unzip.h"
 
 namespace tsly {
-
-// One sentence for the user; "" without a failure.
-std::string Describe(const UnzipFailure& failure);
 
 class ArchiveUnzip : public UnzipComponent {
  public:
@@ -25,6 +23,10 @@ class ArchiveUnzip : public UnzipComponent {
   std::string FailureText() override;
 
  private:
+  virtual std::unique_ptr<Unpacking> MakeUnpacking() const = 0;
+  // While the result is held, libarchive gives names in UTF-8 on this thread.
+  virtual std::shared_ptr<void> NamesInUtf8() const = 0;
+
   UnzipFailure Run() const;
 
   std::string archive_file_;
@@ -33,11 +35,6 @@ class ArchiveUnzip : public UnzipComponent {
   bool keep_folders_ = true;
   bool replace_files_ = true;
   UnzipFailure failure_;
-};
-
-class ArchiveUnzipFactory : public UnzipFactory {
- public:
-  std::unique_ptr<UnzipComponent> Create() override { return std::make_unique<ArchiveUnzip>(); }
 };
 
 }  // namespace tsly

@@ -1,11 +1,11 @@
 #include "common/ini_index.h"
 
-#include <sys/random.h>
-
 #include <algorithm>
 #include <bit>
 #include <chrono>
+#include <exception>
 #include <new>
+#include <random>
 
 #include "base/text.h"
 
@@ -76,12 +76,13 @@ bool AreEqualFolded(std::string_view a, std::string_view b) {
 // Random, so that no file can be prepared to make its names collide.
 std::uint64_t Seed() {
   static const std::uint64_t seed = [] {
-    std::uint64_t random = 0;
-    if (getrandom(&random, sizeof random, GRND_NONBLOCK) != sizeof random) {
-      random =
-          static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) * 0x9E3779B97F4A7C15;
+    try {
+      std::random_device random;
+      return std::uint64_t{random()} << 32 | random();
+    } catch (const std::exception&) {  // the system has no random numbers for now
+      const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+      return static_cast<std::uint64_t>(now) * 0x9E3779B97F4A7C15;
     }
-    return random;
   }();
   return seed;
 }

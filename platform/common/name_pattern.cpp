@@ -1,16 +1,17 @@
 #include "common/name_pattern.h"
 
+#include <algorithm>
 #include <cstddef>
+
+#include "base/text.h"
 
 namespace tsly {
 namespace {
 
-// Bytes of the UTF-8 character at the start of `text`; an invalid byte counts as a character.
+// An invalid byte counts as a character.
 std::size_t LetterLength(std::string_view text) {
-  std::size_t length = 1;
-  if ((static_cast<unsigned char>(text[0]) & 0xC0) != 0xC0) return length;
-  while (length < text.size() && length < 4 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) ++length;
-  return length;
+  char32_t letter = 0;
+  return std::max<std::size_t>(DecodeUtf8(text, letter), 1);
 }
 
 // Backtracks only to the last star: it can match everything that an earlier one could.

@@ -1,8 +1,8 @@
 #include "common/text_decoder.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
+
+#include "common/utf16.h"
 
 namespace tsly {
 namespace {
@@ -11,14 +11,6 @@ constexpr std::uint32_t kUtf8CodePage = 65001;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-
-// The converter's name of a code page.
-std::string CodesetOf(std::uint32_t code_page) {
-  if (code_page == 20866) return "KOI8-R";
-  if (code_page == 21866) return "KOI8-U";
-  if (code_page >= 28591 && code_page <= 28605) return "ISO-8859-" + std::to_string(code_page - 28590);
-  return "CP" + std::to_string(code_page);
-}
 
 void AddAsciiOnly(std::string_view bytes, std::string& text) {
   for (const char c : bytes) {
@@ -31,10 +23,6 @@ void AddAsciiOnly(std::string_view bytes, std::string& text) {
 }
 
 }  // namespace
-
-TextDecoder::~TextDecoder() {
-  if (form_ == Form::kConverted) iconv_close(handle_);
-}
 
 void TextDecoder::Add(std::string_view bytes, bool is_last, std::string& text) {
   if (form_ == Form::kUnknown) Begin(bytes, text);
@@ -51,10 +39,13 @@ void TextDecoder::Add(std::string_view bytes, bool is_last, std::string& text) {
 void TextDecoder::Begin(std::string_view& bytes, std::string& text) {
   if (bytes.starts_with(kUtf16Mark)) {
     bytes.remove_prefix(kUtf16Mark.size());
-    BeginConverted("UTF-16LE", 2);
+    converter_ = std::make_unique<Utf16Converter>();
+    form_ = Form::kConverted;
+    unit_ = 2;
     text.reserve(size_ / 2 * 3 + 3);
   } else if (code_page_ && *code_page_ != kUtf8CodePage) {
-    BeginConverted(CodesetOf(*code_page_), 1);
+    converter_ = open_(*code_page_);
+    form_ = converter_ ? Form::kConverted : Form::kAsciiOnly;
     text.reserve(size_ * 3);
   } else {
     if (bytes.starts_with(kUtf8Mark)) bytes.remove_prefix(kUtf8Mark.size());
@@ -63,38 +54,18 @@ void TextDecoder::Begin(std::string_view& bytes, std::string& text) {
   }
 }
 
-void TextDecoder::BeginConverted(const std::string& codeset, std::size_t unit) {
-  handle_ = iconv_open("UTF-8", codeset.c_str());
-  form_ = reinterpret_cast<std::intptr_t>(handle_) != -1 ? Form::kConverted : Form::kAsciiOnly;
-  unit_ = unit;
-}
-
 void TextDecoder::Convert(std::string_view bytes, bool is_last, std::string& text) {
   rest_ += bytes;
-  char* in = rest_.data();
-  std::size_t left = rest_.size();
-  while (left > 0) {
-    const int error = ConvertPiece(&in, &left, text);
-    if (error == 0 || error == E2BIG) continue;
-    if (error == EINVAL && !is_last) break;
-    // With some code pages the converter holds back a letter in case an accent follows.
-    ConvertPiece(nullptr, nullptr, text);
+  std::string_view left = rest_;
+  for (;;) {
+    const auto stop = converter_->Convert(left, text);
+    if (left.empty() || (stop == CodePageConverter::Stop::kHalfLetter && !is_last)) break;
+    converter_->Flush(text);
     text += kReplacement;
-    const std::size_t skipped = std::min(unit_, left);
-    in += skipped;
-    left -= skipped;
+    left.remove_prefix(std::min(unit_, left.size()));
   }
-  rest_.erase(0, rest_.size() - left);
-  if (is_last) ConvertPiece(nullptr, nullptr, text);
-}
-
-int TextDecoder::ConvertPiece(char** in, std::size_t* left, std::string& text) {
-  std::array<char, 16384> piece;
-  char* out = piece.data();
-  std::size_t room = piece.size();
-  const int error = iconv(handle_, in, left, &out, &room) == static_cast<std::size_t>(-1) ? errno : 0;
-  text.append(piece.data(), piece.size() - room);
-  return error;
+  rest_.erase(0, rest_.size() - left.size());
+  if (is_last) converter_->Flush(text);
 }
 
 }  // namespace tsly

@@ -1,12 +1,13 @@
-// Converts text of other code pages to UTF-8.
+// Converts text of files in UTF-8, UTF-16 or another code page to UTF-8.
 #pragma once
 
-#include <iconv.h>
-
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "common/code_page_converter.h"
 
 namespace tsly {
 
@@ -16,10 +17,8 @@ namespace tsly {
 class TextDecoder {
  public:
   // `size`: of the whole file, so that the text is never reallocated.
-  TextDecoder(std::optional<std::uint32_t> code_page, std::size_t size) : code_page_(code_page), size_(size) {}
-  TextDecoder(const TextDecoder&) = delete;
-  TextDecoder& operator=(const TextDecoder&) = delete;
-  ~TextDecoder();
+  TextDecoder(std::optional<std::uint32_t> code_page, std::size_t size, OpenCodePage open)
+      : code_page_(code_page), size_(size), open_(std::move(open)) {}
 
   // The first piece has at least four bytes if the file does. `is_last`: a partial character at its end is invalid.
   void Add(std::string_view bytes, bool is_last, std::string& text);
@@ -28,16 +27,15 @@ class TextDecoder {
   enum class Form { kUnknown, kPlain, kAsciiOnly, kConverted };
 
   void Begin(std::string_view& bytes, std::string& text);
-  void BeginConverted(const std::string& codeset, std::size_t unit);
   void Convert(std::string_view bytes, bool is_last, std::string& text);
-  int ConvertPiece(char** in, std::size_t* left, std::string& text);
 
   std::optional<std::uint32_t> code_page_;
   std::size_t size_;
+  OpenCodePage open_;
   Form form_ = Form::kUnknown;
-  iconv_t handle_ = {};   // kConverted
-  std::size_t unit_ = 1;  // the least length of an invalid character
-  std::string rest_;      // a partial character, continued in the next piece
+  std::unique_ptr<CodePageConverter> converter_;  // kConverted
+  std::size_t unit_ = 1;                          // the least length of an invalid character
+  std::string rest_;                              // a partial character, continued in the next piece
 };
 
 }  // namespace tsly

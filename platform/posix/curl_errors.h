@@ -1,5 +1,4 @@
-// Errors of a transfer in the platform's numbers: those of the Windows Internet functions (wininet.h, "WinINet error
-// codes"), and system codes (system_codes.h) for the local disk. The only translation of libcurl's numbers.
+// libcurl's results as numbers of common/transfer_errors.h; the only translation of libcurl's numbers.
 #pragma once
 
 #include <curl/curl.h>
@@ -7,13 +6,9 @@
 #include <cstdint>
 #include <string>
 
-#include "ports/fault.h"
+#include "common/transfer_errors.h"
 
 namespace tsly {
-
-inline constexpr std::int32_t kInternetInvalidUrl = 12005;
-inline constexpr std::int32_t kInternetUnrecognizedScheme = 12006;
-inline constexpr std::int32_t kInternetInvalidOperation = 12016;
 
 // The circumstances that select one of several numbers for a result of libcurl.
 struct CurlFailure {
@@ -25,10 +20,6 @@ struct CurlFailure {
   std::string detail;        // libcurl's own message, or ""
 };
 
-// Never 0. The description is a sentence for the user, followed by the detail in brackets.
 Fault InternetError(const CurlFailure& failure);
-
-// The same for a known number: one of the above, or a result code of storing the response.
-Fault InternetError(std::int32_t number);
 
 }  // namespace tsly

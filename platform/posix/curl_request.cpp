@@ -7,7 +7,6 @@
 #include <array>
 #include <string_view>
 
-#include "base/version.h"
 #include "posix/curl_errors.h"
 
 namespace tsly {
@@ -20,14 +19,6 @@ using std::chrono::steady_clock;
 constexpr long kReceiveBuffer = 256 * 1024;
 // libcurl fills the buffer up to a hundred times before it returns and blocks the thread meanwhile.
 constexpr milliseconds kLongestTurn{1};
-constexpr long kMostRedirects = 10;
-constexpr milliseconds kBetweenProgress{50};
-
-const char* UserAgent() {
-  static const std::string agent = "tslyCheckNew/" + std::to_string(kVersionMajor) + "." +
-                                   std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
-  return agent.c_str();
-}
 
 // libcurl counts its users; this one is never released.
 void InitializeOnce() {
@@ -37,7 +28,7 @@ void InitializeOnce() {
 
 }  // namespace
 
-CurlRequest::CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferStates& states, const Setup& setup,
+CurlRequest::CurlRequest(DescriptorWatch& watch, ResponseSpool& spool, TransferStates& states, const Setup& setup,
                          std::function<void()> changed)
     : watch_(watch), spool_(spool), states_(states), changed_(std::move(changed)), idle_time_out_(setup.idle_time_out) {
   InitializeOnce();
@@ -66,9 +57,9 @@ void CurlRequest::SetOptions(const Setup& setup) {
   set(CURLOPT_PROTOCOLS_STR, "http,https");
   set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
   set(CURLOPT_FOLLOWLOCATION, 1L);
-  set(CURLOPT_MAXREDIRS, kMostRedirects);
+  set(CURLOPT_MAXREDIRS, long{kMostRedirects});
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  set(CURLOPT_USERAGENT, UserAgent());
+  set(CURLOPT_USERAGENT, UserAgent().c_str());
   set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
   if (!setup.authorities.empty()) {
     set(CURLOPT_CAINFO, setup.authorities.c_str());

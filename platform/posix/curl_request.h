@@ -9,14 +9,13 @@
 #include <functional>
 #include <string>
 
-#include "common/transfer_states.h"
+#include "common/queued_transfer.h"
 #include "ports/fault.h"
 #include "posix/descriptor_watch.h"
-#include "posix/spool_file.h"
 
 namespace tsly {
 
-class CurlRequest {
+class CurlRequest : public TransferRequest {
  public:
   struct Setup {
     std::string url;                       // as returned by UsableAddress
@@ -25,15 +24,14 @@ class CurlRequest {
   };
 
   // Calls `changed` from the loop when there are new states. `changed` must not destroy this object.
-  CurlRequest(DescriptorWatch& watch, SpoolFile& spool, TransferStates& states, const Setup& setup,
+  CurlRequest(DescriptorWatch& watch, ResponseSpool& spool, TransferStates& states, const Setup& setup,
               std::function<void()> changed);
-  ~CurlRequest() { End(); }
+  ~CurlRequest() override { End(); }
   CurlRequest(const CurlRequest&) = delete;
   CurlRequest& operator=(const CurlRequest&) = delete;
 
-  // Why it failed; no fault while it runs and after success.
-  const Fault& Error() const { return error_; }
-  bool HasEnded() const { return multi_ == nullptr; }
+  const Fault& Error() const override { return error_; }
+  bool HasEnded() const override { return multi_ == nullptr; }
 
  private:
   using SteadyClock = std::chrono::steady_clock;
@@ -71,7 +69,7 @@ class CurlRequest {
   }
 
   DescriptorWatch& watch_;
-  SpoolFile& spool_;
+  ResponseSpool& spool_;
   TransferStates& states_;
   std::function<void()> changed_;
   CURLM* multi_ = nullptr;  // one per request: no connection or cached name outlives it

@@ -10,6 +10,7 @@
 
 #include "ports/system_codes.h"
 #include "posix/descriptor.h"
+#include "posix/io.h"
 #include "posix/posix_codes.h"
 
 namespace tsly {
@@ -19,24 +20,15 @@ namespace fs = std::filesystem;
 
 int LastCode() { return CodeOf(errno, kWriteFault); }
 
+// A folder that is writable but not readable can't be flushed.
 int SyncFolder(const fs::path& folder) {
-  const Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!descriptor && errno == EACCES) return kSuccess;  // a folder that is writable but not readable
-  if (!descriptor) return LastCode();
-  return fsync(descriptor.Get()) == 0 || errno == EINVAL ? kSuccess : LastCode();  // EINVAL: can't be flushed
-}
-
-int WriteAll(int descriptor, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t written = write(descriptor, content.data(), content.size());
-    if (written < 0 && errno != EINTR) return LastCode();
-    if (written > 0) content.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return kSuccess;
+  const std::optional<int> error = SyncPath(folder, O_DIRECTORY);
+  if (!error && errno == EACCES) return kSuccess;
+  return CodeOf(error.value_or(errno), kWriteFault);
 }
 
 int WriteNewFile(const fs::path& file, std::string_view content, const struct stat& old, mode_t mode) {
-  const Descriptor descriptor(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  const Descriptor descriptor(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUserFile));
   if (!descriptor) return LastCode();
   struct stat made {};
   if (fstat(descriptor.Get(), &made) != 0) return LastCode();
@@ -51,8 +43,7 @@ int WriteNewFile(const fs::path& file, std::string_view content, const struct st
     return LastCode();
   }
   if (fchmod(descriptor.Get(), mode) != 0) return LastCode();
-  const int code = WriteAll(descriptor.Get(), content);
-  if (code != kSuccess) return code;
+  if (const int error = WriteAll(descriptor.Get(), content)) return CodeOf(error, kWriteFault);
   return fsync(descriptor.Get()) == 0 ? kSuccess : LastCode();
 }
 
@@ -72,7 +63,7 @@ int MakeFolders(const fs::path& folder, mode_t mode) {
   return code == kSuccess ? SyncFolder(folder.parent_path().parent_path()) : code;
 }
 
-int MakeEmptyFile(const fs::path& file, mode_t mode) {
+int EnsureFile(const fs::path& file, mode_t mode) {
   // An existing file implies a durable folder, but another process may have just created that folder.
   const fs::path folder = file.parent_path();
   if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return LastCode();

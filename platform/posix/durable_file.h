@@ -13,7 +13,7 @@ namespace tsly {
 int MakeFolders(const std::filesystem::path& folder, mode_t mode);
 
 // Creates an empty file. 0 also if one exists, which stays unchanged.
-int MakeEmptyFile(const std::filesystem::path& file, mode_t mode);
+int EnsureFile(const std::filesystem::path& file, mode_t mode);
 
 // Replaces the contents of an existing file atomically: readers find the old or the new content. Keeps owner and rights
 // and adds `least_mode`. The caller must ensure that no other process replaces the file meanwhile.

@@ -65,17 +65,9 @@ fs::path FolderFromUserDirs(const fs::path& list, std::string_view name, const f
 }
 
 Home Below(const fs::path& root) {
-  Home home;
+  Home home = Home::In(root / "folders");
   home.user_registry = root / "registry/user.sqlite";
   home.machine_registry = root / "registry/machine.sqlite";
-  const fs::path folders = root / "folders";
-  home.documents = folders / "Documents";
-  home.pictures = folders / "Pictures";
-  home.program_files = folders / "ProgramFiles";
-  home.app_data = folders / "AppData";
-  home.common_app_data = home.own_common_app_data = folders / "CommonAppData";
-  home.common_documents = home.own_common_documents = folders / "CommonDocuments";
-  home.common_pictures = home.own_common_pictures = folders / "CommonPictures";
   home.temp = root / "temp";
   return home;
 }
@@ -103,6 +95,19 @@ Home InUsualPlaces() {
 }
 
 }  // namespace
+
+Home Home::In(const fs::path& folder) {
+  Home home;
+  home.documents = folder / "Documents";
+  home.pictures = folder / "Pictures";
+  home.program_files = folder / "ProgramFiles";
+  home.app_data = folder / "AppData";
+  home.common_app_data = home.own_common_app_data = folder / "CommonAppData";
+  home.common_documents = home.own_common_documents = folder / "CommonDocuments";
+  home.common_pictures = home.own_common_pictures = folder / "CommonPictures";
+  home.temp = folder / "temp";
+  return home;
+}
 
 Home Home::FromEnvironment() {
   const std::string root = Environment("TSLY_HOME");

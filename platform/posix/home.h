@@ -20,6 +20,8 @@ struct Home {
   std::filesystem::path temp;  // empty: a private folder below the system's temporary folder
 
   static Home FromEnvironment();
+  // All special folders, and the one for temporary files, as folders of one; no registry.
+  static Home In(const std::filesystem::path& folder);
 };
 
 }  // namespace tsly

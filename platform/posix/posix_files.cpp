@@ -15,22 +15,15 @@
 #include "common/name_pattern.h"
 #include "ports/system_codes.h"
 #include "posix/descriptor.h"
+#include "posix/io.h"
 #include "posix/paths.h"
 #include "posix/posix_codes.h"
+#include "posix/posix_new_file.h"
 
 namespace tsly {
 namespace {
 
-constexpr std::size_t kWriteBuffer = 64 * 1024;
-constexpr mode_t kUserFile = 0600;
 constexpr std::size_t kCopyBuffer = 256 * 1024;
-
-std::size_t LastPart(const std::string& native) { return native.rfind('/') + 1; }
-
-std::string ParentOf(const std::string& native) {
-  const std::size_t last = LastPart(native);
-  return last == 0 ? "." : native.substr(0, last);
-}
 
 bool IsFolder(const std::string& native) {
   struct stat status {};
@@ -45,7 +38,7 @@ int FailureOn(const std::string& native, int error, int otherwise) {
 
 // O_NONBLOCK only affects pipes and devices, which are refused afterwards.
 int OpenRegular(const std::string& native, int flags, Descriptor& file, mode_t mode = 0666) {
-  file = Descriptor(open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
+  file = Descriptor(open(native.c_str(), flags | kNoWaiting, mode));
   if (!file && errno == ELOOP && (flags & O_NOFOLLOW) != 0) return kAccessDenied;
   if (!file) return FailureOn(native, errno, kAccessDenied);
   struct stat status {};
@@ -53,157 +46,8 @@ int OpenRegular(const std::string& native, int flags, Descriptor& file, mode_t m
   return S_ISREG(status.st_mode) ? kSuccess : kAccessDenied;
 }
 
-int ReadSome(const Descriptor& file, std::span<char> buffer, std::size_t& got) {
-  ssize_t count = 0;
-  do count = read(file.Get(), buffer.data(), buffer.size());
-  while (count < 0 && errno == EINTR);
-  got = count > 0 ? static_cast<std::size_t>(count) : 0;
-  return count < 0 ? CodeOf(errno, kReadFault) : kSuccess;
-}
-
-int WriteAll(const Descriptor& file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(file.Get(), bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return CodeOf(errno, kWriteFault);
-    if (count == 0) return kDiskFull;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return kSuccess;
-}
-
-int CloseWritten(Descriptor& file) {
-  return file.Close() == 0 || errno == EINTR ? kSuccess : CodeOf(errno, kWriteFault);
-}
-
 // Otherwise a power cut could keep a rename and lose the contents of the file.
-int SyncPath(const std::string& native, int flags) {
-  const Descriptor file(open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  return !file || fsync(file.Get()) == 0 || errno == EINVAL ? kSuccess : CodeOf(errno, kWriteFault);
-}
-
-bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
-
-class PosixOpenFile : public OpenFile {
- public:
-  explicit PosixOpenFile(Descriptor file) : file_(std::move(file)) {}
-
-  int Length(std::int64_t& length) override {
-    struct stat status {};
-    if (fstat(file_.Get(), &status) != 0) return CodeOf(errno, kReadFault);
-    length = status.st_size;
-    return kSuccess;
-  }
-
-  int ReadAt(std::int64_t offset, std::span<char> buffer, std::size_t& got) override {
-    ssize_t count = 0;
-    do count = pread(file_.Get(), buffer.data(), buffer.size(), offset);
-    while (count < 0 && errno == EINTR);
-    got = count > 0 ? static_cast<std::size_t>(count) : 0;
-    return count < 0 ? CodeOf(errno, kReadFault) : kSuccess;
-  }
-
-  bool IsAt(const std::string& path) override {
-    struct stat ours {
-    }, there{};
-    return fstat(file_.Get(), &ours) == 0 && stat(NativePath(path).c_str(), &there) == 0 && SameFile(ours, there);
-  }
-
- private:
-  Descriptor file_;
-};
-
-// The file has no name until Commit, so that a killed process leaves nothing. If the file system doesn't support that,
-// it has a hidden name in the same folder.
-class PosixNewFile : public NewFile {
- public:
-  explicit PosixNewFile(std::string native) : native_(std::move(native)) { held_.reserve(kWriteBuffer); }
-  ~PosixNewFile() override {
-    if (!aside_.empty()) unlink(aside_.c_str());
-  }
-
-  int Open() {
-    const std::string folder = ParentOf(native_);
-    file_ = Descriptor(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kUserFile));
-    if (!file_ && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) return OpenAside(folder);
-    return file_ ? kSuccess : CodeOf(errno == ENOENT || errno == ENOTDIR ? ENOTDIR : errno, kAccessDenied);
-  }
-
-  int Write(std::string_view bytes) override {
-    if (!file_) return kInvalidHandle;
-    if (held_.size() + bytes.size() > kWriteBuffer) Flush();
-    if (bytes.size() >= kWriteBuffer) {
-      if (failure_ == kSuccess) failure_ = WriteAll(file_, bytes);
-    } else if (failure_ == kSuccess) {
-      held_ += bytes;
-    }
-    return failure_;
-  }
-
-  // For a permanent file: takes owner and rights from `former`, the file it replaces; otherwise the rights of `model`,
-  // writable only for its owner. Flushes the file before it gets its name.
-  int Settle(const struct stat* former, const struct stat& model) {
-    Flush();
-    mode_t mode = (former != nullptr ? former : &model)->st_mode & (former != nullptr ? 0777 : 0755);
-    // Group rights are for the former group only.
-    if (former != nullptr && fchown(file_.Get(), former->st_uid, former->st_gid) != 0) mode &= 0755;
-    const bool done = fchmod(file_.Get(), mode) == 0 && fsync(file_.Get()) == 0;
-    if (failure_ == kSuccess && !done) failure_ = CodeOf(errno, kWriteFault);
-    return failure_;
-  }
-
-  int Commit(std::shared_ptr<OpenFile>& file) override {
-    if (!file_) return kInvalidHandle;
-    Flush();
-    // Some file systems report a full disk only on close.
-    Descriptor copy(fcntl(file_.Get(), F_DUPFD_CLOEXEC, 0));
-    if (failure_ == kSuccess) failure_ = copy ? CloseWritten(copy) : CodeOf(errno, kWriteFault);
-    if (failure_ == kSuccess) failure_ = TakeName();
-    if (failure_ != kSuccess) {
-      file_ = Descriptor();
-      return failure_;
-    }
-    file = std::make_shared<PosixOpenFile>(std::move(file_));
-    return kSuccess;
-  }
-
- private:
-  static constexpr int kTries = 100;  // in case another process takes the name each time
-
-  int OpenAside(const std::string& folder) {
-    aside_ = folder + "/.tsl-XXXXXX";
-    file_ = Descriptor(mkostemp(aside_.data(), O_CLOEXEC));
-    if (file_) return kSuccess;
-    aside_.clear();
-    return CodeOf(errno, kAccessDenied);
-  }
-
-  int TakeName() {
-    if (!aside_.empty()) {
-      if (rename(aside_.c_str(), native_.c_str()) != 0) return CodeOf(errno, kAccessDenied);
-      aside_.clear();
-      return kSuccess;
-    }
-    const std::string nameless = "/proc/self/fd/" + std::to_string(file_.Get());
-    for (int i = 0; i < kTries; ++i) {
-      if (linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, native_.c_str(), AT_SYMLINK_FOLLOW) == 0) return kSuccess;
-      if (errno != EEXIST) return CodeOf(errno, kAccessDenied);
-      if (unlink(native_.c_str()) != 0 && errno != ENOENT) return CodeOf(errno, kAccessDenied);
-    }
-    return kSharingViolation;
-  }
-
-  void Flush() {
-    if (failure_ == kSuccess) failure_ = WriteAll(file_, held_);
-    held_.clear();
-  }
-
-  std::string native_;
-  std::string aside_;  // the file's name until Commit, if any
-  Descriptor file_;
-  std::string held_;
-  int failure_ = kSuccess;
-};
+int Sync(const std::string& native, int flags = 0) { return CodeOf(SyncPath(native, flags).value_or(0), kWriteFault); }
 
 // Follows links.
 bool IsRegular(DIR* folder, const dirent* entry) {
@@ -241,7 +85,7 @@ int CopyContents(const Descriptor& source, Write write_piece) {
   const auto buffer = std::make_unique<std::array<char, kCopyBuffer>>();
   for (;;) {
     std::size_t got = 0;
-    if (const int code = ReadSome(source, *buffer, got); code != kSuccess) return code;
+    if (const int code = ReadPiece(source.Get(), *buffer, got); code != kSuccess) return code;
     if (got == 0) return kSuccess;
     if (const int code = write_piece(std::string_view(buffer->data(), got)); code != kSuccess) return code;
   }
@@ -252,7 +96,7 @@ int CopyInPlace(const Descriptor& source, const std::string& native) {
   Descriptor target;
   if (const int code = OpenRegular(native, O_WRONLY | O_NOFOLLOW, target); code != kSuccess) return code;
   if (ftruncate(target.Get(), 0) != 0) return CodeOf(errno, kWriteFault);
-  const auto write_piece = [&](std::string_view piece) { return WriteAll(target, piece); };
+  const auto write_piece = [&](std::string_view piece) { return CodeOf(WriteAll(target.Get(), piece), kWriteFault); };
   if (const int code = CopyContents(source, write_piece); code != kSuccess) return code;
   if (fsync(target.Get()) != 0) return CodeOf(errno, kWriteFault);
   return CloseWritten(target);
@@ -319,8 +163,8 @@ int PosixFiles::Rename(const std::string& from, const std::string& to) {
   std::string target = NativePath(to);
   // A change of letter case only finds the file itself as its target.
   if (target == source) target = ParentOf(source) + NativeName(to.substr(to.find_last_of("\\/") + 1));
-  if (const int code = SyncPath(source, O_RDONLY); code != kSuccess) return code;
-  if (RenameToNewName(source, target) == 0) return SyncPath(ParentOf(target), O_RDONLY | O_DIRECTORY);
+  if (const int code = Sync(source); code != kSuccess) return code;
+  if (RenameToNewName(source, target) == 0) return Sync(ParentOf(target), O_DIRECTORY);
   const int error = errno;
   return error == ENOENT && !IsFolder(ParentOf(target)) ? kPathNotFound : FailureOn(source, error, kAccessDenied);
 }
@@ -332,7 +176,7 @@ int PosixFiles::Copy(const std::string& from, const std::string& to) {
   }, target{};
   if (const int code = OpenRegular(source_path, O_RDONLY, source); code != kSuccess) return code;
   if (fstat(source.Get(), &model) != 0) return CodeOf(errno, kReadFault);
-  if (stat(target_path.c_str(), &target) == 0 && SameFile(model, target)) return kSharingViolation;
+  if (stat(target_path.c_str(), &target) == 0 && IsSameFile(model, target)) return kSharingViolation;
   const bool replaces = lstat(target_path.c_str(), &target) == 0 && S_ISREG(target.st_mode);
 
   PosixNewFile copy(target_path);
@@ -345,7 +189,7 @@ int PosixFiles::Copy(const std::string& from, const std::string& to) {
   }
   if (const int failure = copy.Settle(replaces ? &target : nullptr, model)) return failure;
   if (const int failure = copy.Commit(stored)) return failure;
-  return SyncPath(ParentOf(target_path), O_RDONLY | O_DIRECTORY);
+  return Sync(ParentOf(target_path), O_DIRECTORY);
 }
 
 int PosixFiles::MakeFolder(const std::string& path, FolderUse use) {

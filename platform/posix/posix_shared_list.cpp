@@ -8,6 +8,7 @@
 
 #include "ports/system_codes.h"
 #include "posix/descriptor.h"
+#include "posix/io.h"
 #include "posix/paths.h"
 #include "posix/posix_codes.h"
 #include "posix/posix_files.h"
@@ -15,7 +16,6 @@
 namespace tsly {
 namespace {
 
-constexpr mode_t kUserFile = 0600;
 constexpr off_t kLongest = off_t{1} << 20;  // a longer list isn't ours
 constexpr int kTries = 100;
 constexpr useconds_t kPause = 1000;
@@ -69,8 +69,7 @@ class PosixSharedList : public SharedList {
 bool IsAt(const Descriptor& file, const std::string& native) {
   struct stat ours {
   }, there{};
-  return fstat(file.Get(), &ours) == 0 && lstat(native.c_str(), &there) == 0 && ours.st_dev == there.st_dev &&
-         ours.st_ino == there.st_ino;
+  return fstat(file.Get(), &ours) == 0 && lstat(native.c_str(), &there) == 0 && IsSameFile(ours, there);
 }
 
 }  // namespace

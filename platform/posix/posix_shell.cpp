@@ -13,6 +13,7 @@
 
 #include "base/text.h"
 #include "common/command_line.h"
+#include "common/transfer_address.h"
 #include "ports/system_codes.h"
 #include "posix/child_process.h"
 #include "posix/close_window.h"
@@ -147,9 +148,7 @@ void PosixShell::ReapChildren() {
 }
 
 void PosixShell::OpenAddress(const std::string& url) {
-  static constexpr std::string_view kSchemes[] = {"http", "https", "mailto"};
-  const std::string scheme = LowerCase(std::string_view(url).substr(0, url.find(':')));
-  const bool is_allowed = url.find(':') != url.npos && std::ranges::find(kSchemes, scheme) != std::end(kSchemes);
+  const bool is_allowed = MayBeOpened(url);
   const std::string opener = FindInPath("xdg-open");
   if (!is_allowed || opener.empty()) {
     last_error_ = is_allowed ? kFileNotFound : kAccessDenied;

@@ -1,4 +1,4 @@
-// The tables of a settings file and the statements on them, for SqliteStore alone.
+// The tables of a settings file and the statements on them, for SqliteStore and its connection alone.
 #pragma once
 
 #include <cstdint>

@@ -1,10 +1,8 @@
 // One settings file: a SQLite database with the keys and values of one or more roots.
 //
 // Owned by SqliteRegistry, one thread. A missing or empty file reads as empty; the first write creates it with its
-// folders. A file that isn't our database returns 1009 and is never written. The connection is opened at the first use,
-// kept, and reopened when another file replaces it. A file of the former version, without stamps, is readable; the
-// first write upgrades it. Results are codes of ports/system_codes.h. A read returns 0 whether or not it found
-// something, never 2.
+// folders. A file that isn't our database returns 1009 and is never written. Results are codes of ports/system_codes.h.
+// A read returns 0 whether or not it found something, never 2.
 //
 // A key is identified by its folded path including the root ("hkcu\software\acme").
 #pragma once
@@ -12,12 +10,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <initializer_list>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "posix/sqlite_statements.h"
+#include "posix/sqlite_connection.h"
 
 namespace tsly {
 
@@ -38,22 +36,11 @@ struct StoredValue {
 
 enum class KeyState { kMissing, kThere, kDeleted };  // kDeleted: a deletion in an overlay
 
-struct FileStamp {
-  std::int64_t size = 0, modified = 0;  // bytes, nanoseconds
-  bool operator==(const FileStamp&) const = default;
-};
-
 class SqliteStore {
  public:
-  // kPrivate: only for its owner, written in place with a rollback journal. kShared: readable by everyone, writable
-  // with the right to. The journal of a killed writer would lock out readers without that right, so each change writes
-  // a new file that replaces the old one.
-  enum class Kind { kPrivate, kShared };
+  using Kind = SqliteConnection::Kind;
 
-  SqliteStore(std::filesystem::path file, Kind kind);
-  ~SqliteStore();
-  SqliteStore(const SqliteStore&) = delete;
-  SqliteStore& operator=(const SqliteStore&) = delete;
+  SqliteStore(std::filesystem::path file, Kind kind) : connection_(std::move(file), kind) {}
 
   int FindKey(const std::string& key, KeyState& state);
   // A deleted value is returned without data, for its stamp.
@@ -64,8 +51,8 @@ class SqliteStore {
   // Whether there are rows for a key or below it.
   int HasTree(const std::string& key, bool& any);
 
-  // 5: the file exists and isn't writable.
-  int CheckWritable();
+  // 5: the file is there and can't be written.
+  int CheckWritable() { return connection_.CheckWritable(); }
 
   // Runs `changes`, which uses the routines below, and commits all of it, or nothing if it returns a code. 5: no right
   // to write. 32: another writer has locked the file for more than five seconds. Only if the very last step fails
@@ -85,37 +72,11 @@ class SqliteStore {
   int EraseTree(const std::string& key);
 
  private:
-  enum class Use { kReading, kWriting };
-
-  bool Moved() const;
-  int Connect(Use use);
-  int ConnectForWriting();
-  void Disconnect();
-  int ReadTables();
-  int PrepareToWrite();
-  int Begin();
-  int End(int code);
-  bool IsLockLeft() const;
-  int MakeTables();
-  int Publish();
-  using Parameters = std::initializer_list<SqliteParameter>;
-  int Run(const char* sql, Parameters parameters = {}, const SqliteStatements::TakeRow& take = {});
-  int Count(const char* sql, std::int64_t& number);
-  int Execute(const char* sql);
-  int Read(const char* sql, Parameters parameters, const SqliteStatements::TakeRow& take);
   int Names(const char* sql, const std::string& key, std::vector<std::string>& names);
 
-  std::filesystem::path file_;
-  Kind kind_;
-  sqlite3* connection_ = nullptr;
-  bool for_reading_ = false;  // the connection is for reading only
-  FileStamp opened_;          // of the file when it was opened
-  std::int64_t tables_ = 0;   // the version of the file's tables, 0 for a new file
-  bool write_ready_ = false;  // the connection is set up for writing
-  bool changing_ = false;     // has the write lock
+  SqliteConnection connection_;
   bool gathering_ = false;
   int gathered_ = 0;  // the first failure since Gather
-  SqliteStatements statements_;
 };
 
 }  // namespace tsly

@@ -16,6 +16,7 @@
 #include <numeric>
 
 #include "base/text.h"
+#include "posix/io.h"
 
 namespace tsly {
 namespace {
@@ -63,16 +64,12 @@ int GiveRights(int file, mode_t rights) {
   return errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS ? 0 : errno;
 }
 
-bool IsSame(const struct stat& one, const struct stat& other) {
-  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
 // Whether `folder` is still the folder `name` in `parent`.
 bool IsNamed(int folder, int parent, const std::string& name) {
   struct stat ours {
   }, there{};
   return fstat(folder, &ours) == 0 && fstatat(parent, name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
-         IsSame(ours, there);
+         IsSameFile(ours, there);
 }
 
 // Staged and former files have numbers as names. A file with any other name may be the only copy, so nothing in such a

@@ -29,23 +29,6 @@ char32_t LowerLetter(char32_t letter) {
   return static_cast<char32_t>(static_cast<std::int32_t>(letter) + run->distance);
 }
 
-// Length of the well-formed sequence at the start of `text`; 0 if there is none.
-std::size_t DecodeUtf8(std::string_view text, char32_t& letter) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
-  if (length == 0 || lead >= 0xF5 || text.size() < length) return 0;
-  letter = lead & (0x7Fu >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto next = static_cast<unsigned char>(text[i]);
-    if ((next & 0xC0) != 0x80) return 0;
-    letter = (letter << 6) | (next & 0x3F);
-  }
-  // Overlong, or a surrogate.
-  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool is_good = letter >= kLeast[length] && letter <= 0x10FFFF && (letter < 0xD800 || letter > 0xDFFF);
-  return is_good ? length : 0;
-}
-
 // Into the `length` bytes at `out`.
 void EncodeUtf8(char32_t letter, std::size_t length, char* out) {
   static constexpr std::array<unsigned, 5> kLead{0, 0, 0xC0, 0xE0, 0xF0};
@@ -75,6 +58,33 @@ double ReadDouble(std::string_view text, std::size_t& length) {
 
 }  // namespace
 
+std::size_t DecodeUtf8(std::string_view text, char32_t& letter) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const std::size_t length = lead < 0x80   ? 1
+                             : lead < 0xC2 ? 0
+                             : lead < 0xE0 ? 2
+                             : lead < 0xF0 ? 3
+                             : lead < 0xF5 ? 4
+                                           : 0;
+  if (length == 0 || text.size() < length) return 0;
+  letter = length == 1 ? lead : lead & (0x7Fu >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto next = static_cast<unsigned char>(text[i]);
+    if ((next & 0xC0) != 0x80) return 0;
+    letter = (letter << 6) | (next & 0x3F);
+  }
+  // Overlong, or a surrogate.
+  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  const bool is_good = letter >= kLeast[length] && letter <= 0x10FFFF && (letter < 0xD800 || letter > 0xDFFF);
+  return is_good ? length : 0;
+}
+
+void AppendUtf8(char32_t letter, std::string& text) {
+  const std::size_t length = letter < 0x80 ? 1 : letter < 0x800 ? 2 : letter < 0x10000 ? 3 : 4;
+  text.resize(text.size() + length);
+  EncodeUtf8(letter, length, text.data() + text.size() - length);
+}
+
 std::string LowerCase(std::string_view text) {
   std::string lower(text);
   for (std::size_t i = 0, length = 1; i < text.size(); i += length) {
@@ -94,7 +104,7 @@ std::string LowerCase(std::string_view text) {
 bool IsUtf8(std::string_view text) {
   char32_t letter = 0;
   for (std::size_t length = 1; !text.empty(); text.remove_prefix(length)) {
-    length = static_cast<unsigned char>(text[0]) < 0x80 ? 1 : DecodeUtf8(text, letter);
+    length = DecodeUtf8(text, letter);
     if (length == 0) return false;
   }
   return true;

@@ -16,6 +16,10 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
 // Whether all of it is well-formed UTF-8.
 bool IsUtf8(std::string_view text);
+// The letter that a text, which must not be empty, begins with. The result is its length in bytes; 0 when there is no
+// well-formed one.
+std::size_t DecodeUtf8(std::string_view text, char32_t& letter);
+void AppendUtf8(char32_t letter, std::string& text);
 
 // Removes blanks at one or both ends, but no other white space.
 std::string Trim(std::string_view text);

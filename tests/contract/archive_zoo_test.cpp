@@ -5,8 +5,8 @@
 #include <fstream>
 #include <map>
 
-#include "common/archive_unzip.h"
-#include "posix/posix_files.h"
+#include "edition.h"
+#include "posix/posix_unzip.h"
 #include "support/temp_folder.h"
 
 namespace tsly {
@@ -66,9 +66,9 @@ TEST(ArchiveZoo, NothingIsWrittenOfWhatIsRefused) {
     const bool into_target = reason != "good" && reason != "harmless";
     const std::string folder = into_target ? "home/target" : "home/new";
     std::filesystem::create_directories(desk.NativePath(folder));
-    ArchiveUnzip unzip;
+    PosixUnzip unzip;
     std::shared_ptr<OpenFile> archive;
-    PosixFiles().OpenForReading(zoo.CorePath(name), archive);
+    SystemFiles().OpenForReading(zoo.CorePath(name), archive);
     unzip.SetArchiveFile(zoo.CorePath(name), archive);
     unzip.SetExtractFolder(desk.CorePath(folder) + "\\");
     std::string first, second;

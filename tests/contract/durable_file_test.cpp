@@ -35,7 +35,7 @@ TEST(DurableFile, IsOnTheDiskBeforeSuccessIsReported) {
   // A file that has no name yet is written as "#".
   const std::pair<std::function<int()>, std::string> calls[] = {
       {[&] { return MakeFolders(root / "a/b", 0700); },            ". .. a . "        },
-      {[&] { return MakeEmptyFile(root / "a/b/file", 0600); },     "a "               },
+      {[&] { return EnsureFile(root / "a/b/file", 0600); },        "a "               },
       {[&] { return ReplaceFile(root / "a/b/file", "x", 0600); },  "a/b/file-new a/b "},
       {[&] { return files.Rename(file, other); },                  "a/b/file . "      },
       {[&] { return files.Copy(other, folder.CorePath("a\\c")); }, "a/# a "           },

@@ -9,9 +9,8 @@
 #include <functional>
 
 #include "base/text.h"
-#include "common/ini_reader.h"
+#include "edition.h"
 #include "ports/system_codes.h"
-#include "posix/posix_files.h"
 #include "support/failing_files.h"
 #include "support/ordinary_user.h"
 #include "support/temp_folder.h"
@@ -148,7 +147,7 @@ TEST_F(ProfileContract, MemoryIsAtMostFourTimesTheFile) {
 TEST_F(ProfileContract, PinnedFilesAnswerFromOneReading) {
   const std::string file = folder.Write("x.ini", "[s]\nk=\xE9\n");
   IniReader coded(1252);
-  PosixFiles real;
+  SystemFiles real;
   FailingFiles files(real);
   std::shared_ptr<OpenFile> document;
   ASSERT_EQ(files.OpenForReading(file, document), 0);

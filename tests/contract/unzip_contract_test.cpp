@@ -16,8 +16,8 @@
 #include <map>
 #include <utility>
 
-#include "common/archive_unzip.h"
 #include "posix/posix_files.h"
+#include "posix/posix_unzip.h"
 #include "posix/unpack_target.h"
 #include "support/ordinary_user.h"
 #include "support/recording_unzip.h"
@@ -181,7 +181,7 @@ class ArchiveUnzipTest : public testing::Test {
   }
 
   TempFolder home_;
-  ArchiveUnzipFactory real_;
+  PosixUnzipFactory real_;
   UnzipFactory* factory_ = &real_;
   std::unique_ptr<UnzipComponent> unzip_;
 };

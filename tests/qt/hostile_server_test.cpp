@@ -171,7 +171,7 @@ class HostileServer : public testing::Test, protected RunningLoop {
 
   TempFolder folder_;
   TestFolders folders_{folder_};
-  PosixFiles files_;
+  SystemFiles files_;
   IniReader profiles_;
   MemoryRegistry registry_;
   HeadlessToolkit toolkit_;

@@ -5,23 +5,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "posix/paths.h"
-
 namespace tsly {
-
-Home TestFolders::HomeIn(const TempFolder& root) {
-  const auto at = [&](const char* name) { return root.NativePath(name); };
-  Home home;
-  home.documents = at("Documents");
-  home.pictures = at("Pictures");
-  home.program_files = at("ProgramFiles");
-  home.app_data = at("AppData");
-  home.common_app_data = home.own_common_app_data = at("CommonAppData");
-  home.common_documents = home.own_common_documents = at("CommonDocuments");
-  home.common_pictures = home.own_common_pictures = at("CommonPictures");
-  home.temp = at("temp");
-  return home;
-}
 
 void CopyResources(const TempFolder& folder) {
   std::filesystem::create_directories(folder.NativePath("app"));

@@ -13,10 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "common/ini_reader.h"
+#include "edition.h"
 #include "ports/locale.h"
-#include "posix/posix_files.h"
-#include "posix/posix_folders.h"
 #include "program.h"
 #include "services/MRegistryConstants.h"
 #include "support/failing_files.h"
@@ -48,22 +46,24 @@ class FixedLocale : public Locale {
 };
 
 // The test's folders: a home of its own, and the program file in "app".
-class TestFolders : public PosixFolders {
+class TestFolders : public SystemFolders {
  public:
-  explicit TestFolders(const TempFolder& root) : PosixFolders(HomeIn(root)), program_(root.CorePath("app")) {}
+  explicit TestFolders(const TempFolder& root)
+      : SystemFolders(Home::In(root.NativePath())), program_(root.CorePath("app")) {}
   bool nowhere = false;  // the system names no special folder
   bool no_temp = false;  // nor one for temporary files
   int GetFolderPath(int csidl, std::span<char> buffer) override {
-    return nowhere ? 1 : PosixFolders::GetFolderPath(csidl, buffer);
+    return nowhere ? 1 : SystemFolders::GetFolderPath(csidl, buffer);
   }
-  std::uint32_t GetTempPath(std::span<char> buffer) override { return no_temp ? 0 : PosixFolders::GetTempPath(buffer); }
+  std::uint32_t GetTempPath(std::span<char> buffer) override {
+    return no_temp ? 0 : SystemFolders::GetTempPath(buffer);
+  }
   std::uint32_t GetTempFileName(const std::string& in, const std::string& prefix, std::span<char> buffer) override {
-    return no_temp ? 0 : PosixFolders::GetTempFileName(in, prefix, buffer);
+    return no_temp ? 0 : SystemFolders::GetTempFileName(in, prefix, buffer);
   }
   std::string ProgramFolder() override { return program_; }
 
  private:
-  static Home HomeIn(const TempFolder& root);
   std::string program_;
 };
 
@@ -106,7 +106,7 @@ class HeadlessApp {
 
   TempFolder folder;
   TestFolders folders;
-  PosixFiles real_files;
+  SystemFiles real_files;
   FailingFiles files;
   IniReader profiles;
   MemoryRegistry registry;

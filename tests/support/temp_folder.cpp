@@ -3,18 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <random>
 
 namespace tsly {
 
 namespace fs = std::filesystem;
 
 TempFolder::TempFolder() {
-  std::string name = (fs::temp_directory_path() / "tsly-test-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw fs::filesystem_error("no temporary folder", std::error_code());
-  folder_ = name;
+  std::random_device random;
+  do folder_ = fs::temp_directory_path() / ("tsly-test-" + std::to_string(random()));
+  while (!fs::create_directory(folder_));
+  fs::permissions(folder_, fs::perms::owner_all);
 }
 
 TempFolder::~TempFolder() {

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "posix/home.h"
-#include "posix/paths.h"
-#include "posix/posix_folders.h"
+#include "edition.h"
 #include "posix/system_clock.h"
 #include "qt/qt_event_loop.h"
 #include "qt/qt_toolkit.h"
@@ -21,7 +19,7 @@ int main(int count, char** arguments) {
   tsly::SystemClock clock;
   tsly::QtEventLoop loop(clock);
   tsly::QtToolkit toolkit(loop);
-  tsly::PosixFolders folders(tsly::Home::FromEnvironment());
+  tsly::SystemFolders folders(tsly::Home::FromEnvironment());
   const tsly::LanguageTool tool{
       .toolkit = toolkit,
       .english = tsly::NativePath(tsly::WithBackslash(folders.ProgramFolder()) + "Languages\\English.ini"),

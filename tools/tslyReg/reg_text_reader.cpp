@@ -4,8 +4,8 @@
 
 #include "base/key_path.h"
 #include "base/text.h"
+#include "common/utf16.h"
 #include "tslyReg/reg_text.h"
-#include "tslyReg/utf16.h"
 
 namespace tsly {
 namespace {

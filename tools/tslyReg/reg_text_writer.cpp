@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "common/utf16.h"
 #include "tslyReg/reg_text.h"
-#include "tslyReg/utf16.h"
 
 namespace tsly {
 namespace {

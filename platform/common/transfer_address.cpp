@@ -1,29 +1,14 @@
-#include "posix/transfer_address.h"
-
-#include <curl/curl.h>
+#include "common/transfer_address.h"
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
+#include <utility>
 
 #include "base/text.h"
-#include "posix/curl_errors.h"
+#include "common/transfer_errors.h"
 
 namespace tsly {
 namespace {
-
-struct UrlDeleter {
-  void operator()(CURLU* url) const { curl_url_cleanup(url); }
-};
-struct TextDeleter {
-  void operator()(char* text) const { curl_free(text); }
-};
-using Url = std::unique_ptr<CURLU, UrlDeleter>;
-
-std::string Part(const Url& url, CURLUPart part) {
-  char* text = nullptr;
-  if (curl_url_get(url.get(), part, &text, 0) != CURLUE_OK) return "";
-  return std::unique_ptr<char, TextDeleter>(text).get();
-}
 
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -45,20 +30,21 @@ void TurnBackslashes(std::string& address) {
 
 }  // namespace
 
-Fault UsableAddress(const std::string& given, std::string& address) {
+Fault AddressWithScheme(const std::string& given, std::string& address) {
   std::string text = Trim(given);
   if (text.empty() || text.find('\0') != std::string::npos) return InternetError(kInternetInvalidUrl);
   TurnBackslashes(text);
   if (!HasScheme(text)) text.insert(0, "http://");
   const std::string scheme = LowerCase(text.substr(0, text.find(':')));
   if (scheme != "http" && scheme != "https") return InternetError(kInternetUnrecognizedScheme);
-  const Url url(curl_url());
-  if (curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_URLENCODE) != CURLUE_OK ||
-      Part(url, CURLUPART_HOST).empty()) {
-    return InternetError(kInternetInvalidUrl);
-  }
-  address = Part(url, CURLUPART_URL);
+  address = std::move(text);
   return {};
+}
+
+bool MayBeOpened(std::string_view address) {
+  static constexpr std::string_view kSchemes[] = {"http", "https", "mailto"};
+  const std::string scheme = LowerCase(address.substr(0, address.find(':')));
+  return address.find(':') != address.npos && std::ranges::find(kSchemes, scheme) != std::end(kSchemes);
 }
 
 }  // namespace tsly
