@@ -1,5 +1,5 @@
-"""One user's desk for the end-to-end tests and the pictures: a home, a maker's web server, and, as wanted, a display with
-a window manager and a session bus. All of it is the user's own and ends with the test.
+"""A user's environment for the end-to-end tests and screenshots: a home, a maker's web server and, optionally, a
+display with a window manager and a session bus. Separate for each test, and removed at its end.
 """
 import concurrent.futures
 import contextlib
@@ -21,7 +21,7 @@ import dbus.bus
 SERVICE = "com.quillonsystems.TessalyStudio"
 USER_KEY = r"HKCU\SOFTWARE\Quillon Systems\Tessaly Studio\7.0"
 VERSION_KEY = r"HKLM\SOFTWARE\Quillon Systems\Tessaly Studio\7.0\Version"
-# Where the dialog's controls can be clicked, in twips, 15 to the pixel.
+# The positions of the dialog's controls in twips, 15 to the pixel.
 FREQUENCY, CHECK, OK = (2700, 2580), (1700, 3610), (6350, 3630)
 INSTALL, LATER, CLOSE = (5950, 3650), (2480, 3650), (4240, 3700)
 
@@ -51,7 +51,7 @@ def until(what, condition, limit=30):
 
 
 class Maker(http.server.BaseHTTPRequestHandler):
-    """A maker's web server: what Desk.serve was given, by path."""
+    """A maker's web server: the pages of Desk.serve by path."""
 
     def do_GET(self):
         self.server.requests += 1
@@ -77,7 +77,7 @@ class Desk:
         self.environment = dict(os.environ, TSLY_HOME=self.folder + "/home", XDG_RUNTIME_DIR=self.folder,
                                 QT_SCALE_FACTOR=str(scale), LC_ALL=locale, TSLY_RUNAS="",
                                 PATH=f"{self.folder}/bin:{os.environ['PATH']}")
-        # What the toolkit's libraries keep until the end is not ours.
+        # The toolkit's libraries free some memory only at exit.
         self.environment["ASAN_OPTIONS"] = f"detect_leaks=0:log_path={self.folder}/asan"
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "DBUS_SESSION_BUS_ADDRESS"):
             self.environment.pop(name, None)
@@ -99,8 +99,8 @@ class Desk:
         self.environment["DISPLAY"] = ":" + xvfb.stdout.readline().decode().strip()
         self.start("openbox", "--sm-disable")
         until("the window manager", lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").stdout)
-        # The first key makes the server announce its keyboard, and then the window manager takes its own keys anew: one
-        # that comes meanwhile would pass it by.
+        # The first key makes the server announce its keyboard, and the window manager then grabs its keys again: it
+        # would miss a key in between.
         self.press("Shift_L")
 
     def open_bus(self):
@@ -119,13 +119,13 @@ class Desk:
     # ---- Processes and settings
 
     def start(self, *command, **options):
-        """Runs it beside the test; it is killed with the test."""
+        """Runs it in the background; killed at the end of the test."""
         process = subprocess.Popen(command, env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                    stderr=subprocess.DEVNULL, **options)
 
         def end():
             process.kill()
-            process.wait()  # not for its pipes: children of its own may hold them
+            process.wait()  # not for its pipes: its children may keep them open
             process.stdin.close()
             process.stdout.close()
 
@@ -142,7 +142,7 @@ class Desk:
         return answer.stdout.strip() if answer.returncode == 0 else None
 
     def running(self):
-        """The process numbers of this desk's updaters."""
+        """The process IDs of this desk's updaters."""
         found = []
         for number in self.run("pgrep", "-x", "tslyCheckNew").stdout.split():
             with contextlib.suppress(OSError), open(f"/proc/{number}/environ", "rb") as environment:
@@ -151,7 +151,7 @@ class Desk:
         return found
 
     def expect_no_reports(self):
-        """Of the sanitizers, when the programs were built with them."""
+        """Of the sanitizers, if the programs are built with them."""
         reports = [name for name in os.listdir(self.folder) if name.startswith("asan")]
         assert not reports, open(os.path.join(self.folder, reports[0]), encoding="utf-8").read()
 
@@ -164,11 +164,11 @@ class Desk:
     # ---- The maker
 
     def serve(self, path, body, status=200, stall=False):
-        """With `stall` the second half comes when self.web.release is set."""
+        """With `stall`, sends the second half after self.web.release is set."""
         self.web.answers[path] = (body if isinstance(body, bytes) else body.encode("utf-8"), status, stall)
 
     def offer(self, count=1, summary="Corrects the printing of double-sided cards.", stop="no", broken=(), stall=False):
-        """An updates file with so many modules; the packs of the `broken` ones aren't what the file says."""
+        """An updates file with `count` modules; the packs of the `broken` ones don't match it."""
         names = ["Designer", "Printer profiles", "Sample cards"] + [f"Template set {i}" for i in range(4, count + 1)]
         text = "[Versions]\n" + "".join(f"{name}=7.0.1600.0\n" for name in names[:count])
         text += "[Localization - English]\n"
@@ -183,7 +183,7 @@ class Desk:
     # ---- The display
 
     def updater(self, *switches):
-        """Starts it on its own and waits for its first window."""
+        """Starts it without a client and waits for its first window."""
         process = self.start(self.programs + "/tslyCheckNew", *switches)
         until("a window", self.windows)
         return process
@@ -196,7 +196,7 @@ class Desk:
         self.run("xdotool", "mousemove", "--sync", "--window", window or self.windows()[0], x, y, "click", button)
 
     def press(self, *keys):
-        """By whoever has the keyboard."""
+        """Sends keys to the focused window."""
         self.run("xdotool", "key", "--delay", "30", *keys)
 
     def focused(self):
@@ -207,7 +207,7 @@ class Desk:
                               capture_output=True, check=True).stdout
 
     def settle(self):
-        """Until two looks at the display, one after the other, show the same."""
+        """Waits until the display stops changing."""
         last, now = None, self.look()
         while last != now:
             time.sleep(0.2)
@@ -215,7 +215,7 @@ class Desk:
 
 
 def run_all(tests, workers=None):
-    """Runs them beside each other, tells how they ended, and ends the process accordingly."""
+    """Runs the tests in parallel, prints the results, and exits accordingly."""
 
     def run(test):
         try:

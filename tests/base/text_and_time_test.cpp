@@ -11,9 +11,9 @@ TEST(Text, LowerCaseFoldsLettersOfAllAlphabetsAndKeepsTheLength) {
       {"ABCxyz[]@`",               "abcxyz[]@`"              },
       {"\u00C4\u00D6\u00DC\u00DF", "\u00E4\u00F6\u00FC\u00DF"},
       {"\u0391\u03A9\u0416\u042F", "\u03B1\u03C9\u0436\u044F"},
-      {"\u0130\u0131I",            "\u0130\u0131i"           }, // no Turkish rules, and no letter that changes its length
+      {"\u0130\u0131I",            "\u0130\u0131i"           }, // no Turkish rules, no mappings that change the length
       {"\u6F22\u5B57",             "\u6F22\u5B57"            },
-      {"\xFF\xC3X\xE2\x82",        "\xFF\xC3x\xE2\x82"       }, // bytes that are no UTF-8 stay
+      {"\xFF\xC3X\xE2\x82",        "\xFF\xC3x\xE2\x82"       }, // invalid UTF-8 stays
   };
   for (const auto& [text, lower] : rows) EXPECT_EQ(LowerCase(text), lower);
 }
@@ -32,7 +32,7 @@ TEST(Text, SplitKeepsEmptyParts) {
   EXPECT_EQ(Split(std::string_view("a\0b\0", 4), std::string_view("\0", 1)), (Parts{"a", "b", ""}));
 }
 
-TEST(Text, ReplaceIgnoresCaseAndSearchesNothingThatItPutIn) {
+TEST(Text, ReplaceIgnoresCaseAndDoesNotSearchReplacements) {
   EXPECT_EQ(Replace("[name] and [NAME]", "[Name]", "[NAME]x"), "[NAME]x and [NAME]x");
   EXPECT_EQ(Replace("aaa", "aa", "b"), "ba");
   EXPECT_EQ(Replace("text", "", "x"), "text");
@@ -75,7 +75,7 @@ TEST(Text, HexadecimalDigits) {
   EXPECT_EQ(Hex(12029), "2EFD");
 }
 
-TEST(Text, PlainDecimalsAreShortAndKnowNoLocale) {
+TEST(Text, PlainDecimalsAreShortAndIgnoreTheLocale) {
   const std::pair<double, const char*> kCases[] = {
       {60060630, "60060630"         },
       {1e15,     "1000000000000000" },
@@ -88,31 +88,31 @@ TEST(Text, PlainDecimalsAreShortAndKnowNoLocale) {
   for (const auto& [number, text] : kCases) EXPECT_EQ(PlainDecimal(number), text);
 }
 
-TEST(DateTime, ReadsMomentsBack) {
+TEST(DateTime, FormatsDateTimes) {
   const std::pair<DateTime, const char*> rows[] = {
       {0,                "1899-12-30 00:00:00"},
       {-1.25,            "1899-12-29 06:00:00"},
       {2,                "1900-01-01 00:00:00"},
       {41708.7708333333, "2014-03-10 18:30:00"},
-      {41708.99999999,   "2014-03-11 00:00:00"}, // rounded to the second before it is split
+      {41708.99999999,   "2014-03-11 00:00:00"}, // rounded to the second first
       {36585,            "2000-02-29 00:00:00"},
       {1e12,             "9999-12-31 00:00:00"},
   };
-  for (const auto& [moment, stamp] : rows) EXPECT_EQ(LogStamp(moment), stamp);
+  for (const auto& [when, stamp] : rows) EXPECT_EQ(LogStamp(when), stamp);
 }
 
-TEST(DateTime, AMomentOfWholeMinutesIsStoredExactly) {
-  const DateTime moment = MakeDateTime({.year = 2014, .month = 3, .day = 10, .hour = 18, .minute = 30});
-  EXPECT_DOUBLE_EQ(moment * 1440, 60060630);
+TEST(DateTime, WholeMinutesAreStoredExactly) {
+  const DateTime when = MakeDateTime({.year = 2014, .month = 3, .day = 10, .hour = 18, .minute = 30});
+  EXPECT_DOUBLE_EQ(when * 1440, 60060630);
   EXPECT_EQ(MakeDateTime({.year = 1899, .month = 12, .day = 29, .hour = 6}), -1.25);
 }
 
-TEST(DateTime, TextsTakeTheUsersSeparators) {
-  const DateTime moment = MakeDateTime({.year = 2014, .month = 3, .day = 9, .hour = 8, .minute = 5, .second = 7});
-  EXPECT_EQ(MonthDayYear(moment, "/"), "03/09/2014");
-  EXPECT_EQ(DayMonthYear(moment, "."), "09.03.2014");
-  EXPECT_EQ(HourMinute(moment, "."), "08.05");
-  EXPECT_EQ(GeneralDate(moment, "/", ":"), "03/09/2014 08:05:07");
+TEST(DateTime, TextsUseTheUsersSeparators) {
+  const DateTime when = MakeDateTime({.year = 2014, .month = 3, .day = 9, .hour = 8, .minute = 5, .second = 7});
+  EXPECT_EQ(MonthDayYear(when, "/"), "03/09/2014");
+  EXPECT_EQ(DayMonthYear(when, "."), "09.03.2014");
+  EXPECT_EQ(HourMinute(when, "."), "08.05");
+  EXPECT_EQ(GeneralDate(when, "/", ":"), "03/09/2014 08:05:07");
   EXPECT_EQ(GeneralDate(41708, "/", ":"), "03/10/2014");
   EXPECT_EQ(GeneralDate(0.5, "/", ":"), "12:00:00");
 }

@@ -1,4 +1,4 @@
-// The unzip component against the archives of archive_zoo.py: what is refused leaves everything as it was.
+// Tests the unzip component with the archives of archive_zoo.py: a refused archive changes nothing.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -43,7 +43,7 @@ const std::map<std::string, UnzipResult> kReasons = {
     {"kDamaged",        UnzipResult::kDamaged       },
 };
 
-TEST(ArchiveZoo, NothingIsWrittenOfWhatIsRefused) {
+TEST(ArchiveZoo, RefusedArchivesChangeNothing) {
   TempFolder zoo, desk;
   desk.Write("home/target/old", "old");
   desk.Write("home/target/taken/z", "z");

@@ -1,4 +1,4 @@
-// What every event loop keeps to. A test program that has a loop instantiates EventLoopSuite with a maker of fixtures.
+// The contract of every event loop. Test programs instantiate EventLoopSuite with a function that creates fixtures.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ class LoopFixture {
   virtual ~LoopFixture() = default;
   virtual EventLoop& Loop() = 0;
   virtual SteadyTime Now() = 0;
-  virtual void LetTimePass(std::chrono::milliseconds span) = 0;  // with nobody at the loop
+  virtual void LetTimePass(std::chrono::milliseconds span) = 0;  // without running the loop
 };
 
 using MakeLoopFixture = std::unique_ptr<LoopFixture> (*)();
@@ -37,7 +37,7 @@ class EventLoopSuite : public testing::TestWithParam<MakeLoopFixture> {
       notes += pair[1];
     });
   }
-  // What is noted at the latest a good while from now.
+  // The notes after a long enough wait.
   std::string NotesWhen(std::size_t count) {
     const SteadyTime end = fixture->Now() + std::chrono::seconds(10);
     while (notes.size() < count && fixture->Now() <= end) loop.Wait(end);
@@ -59,7 +59,7 @@ TEST_P(EventLoopSuite, EventsRunInOrderAndNeverInsidePost) {
   EXPECT_EQ(notes, "abcd");
 }
 
-TEST_P(EventLoopSuite, AnEventThatWaitsLetsTheOthersIn) {
+TEST_P(EventLoopSuite, AWaitInsideAnEventProcessesOtherEvents) {
   PostBetween("()", [this] { loop.Wait(kForever); });
   PostBetween("[]", [this] { loop.ProcessPendingEvents(); });
   PostNote('x');
@@ -67,7 +67,7 @@ TEST_P(EventLoopSuite, AnEventThatWaitsLetsTheOthersIn) {
   EXPECT_EQ(notes, "([x])");
 }
 
-TEST_P(EventLoopSuite, AWaitEndsWithAnEventOrBeyondItsDeadline) {
+TEST_P(EventLoopSuite, AWaitEndsWithAnEventOrAfterItsDeadline) {
   loop.ProcessPendingEvents();
   const SteadyTime soon = fixture->Now() + milliseconds(3);
   loop.Wait(soon);
@@ -88,10 +88,10 @@ TEST_P(EventLoopSuite, TimersRepeatUntilStopped) {
     if (std::count(notes.begin(), notes.end(), 'f') == 2) loop.StopTimer(fast);  // by its own tick
   });
   std::string ticks = NotesWhen(4);
-  std::sort(ticks.begin(), ticks.end());  // a machine under load mixes them
+  std::sort(ticks.begin(), ticks.end());  // the order varies under load
   EXPECT_EQ(ticks, "ffss");
   fixture->LetTimePass(milliseconds(60));
-  loop.StopTimer(slow);  // when its tick was due already
+  loop.StopTimer(slow);  // when its tick was already due
   const std::string before = notes;
   loop.ProcessPendingEvents();
   EXPECT_EQ(notes, before);
@@ -102,11 +102,11 @@ TEST_P(EventLoopSuite, MissedTicksAreNotMadeUpFor) {
   fixture->LetTimePass(milliseconds(110));
   loop.ProcessPendingEvents();
   EXPECT_GE(notes.size(), 1U);
-  EXPECT_LE(notes.size(), 2U);  // the next one may have come due meanwhile
+  EXPECT_LE(notes.size(), 2U);  // the next one may be due by now
   loop.StopTimer(timer);
 }
 
-TEST_P(EventLoopSuite, ATickThatWaitsLetsOtherTimersTick) {
+TEST_P(EventLoopSuite, AWaitInsideATickRunsOtherTimers) {
   const TimerId inner = loop.StartTimer(milliseconds(5), [this] { notes += '.'; });
   TimerId outer = 0;
   outer = loop.StartTimer(milliseconds(1), [&] {

@@ -70,7 +70,7 @@ TEST_P(FilesContract, FindsNormalFilesByName) {
   }
 }
 
-TEST_P(FilesContract, GivesTheCodes) {
+TEST_P(FilesContract, ReturnsResultCodes) {
   const std::string file = folder.Write("file", "12345"), inner = folder.Write("dir\\inner", "x");
   const std::string other = folder.CorePath("other"), missing = folder.CorePath("missing");
   std::int64_t length = 0;
@@ -101,7 +101,7 @@ TEST_P(FilesContract, GivesTheCodes) {
   EXPECT_EQ(length, 5);
 }
 
-TEST_P(FilesContract, TakesWildcardsForPlainLettersOutsideFind) {
+TEST_P(FilesContract, TreatsWildcardsLiterallyExceptInFind) {
   const std::string star = folder.CorePath("a*?");
   folder.Write("abc", "keep");
   const std::string copy = folder.CorePath("copy");
@@ -146,7 +146,7 @@ TEST_P(FilesContract, CopiesContentsAndKeepsTheMode) {
   EXPECT_EQ(folder.Read("from"), big);
 }
 
-TEST_P(FilesContract, NamesNewFilesWhenTheyAreWhole) {
+TEST_P(FilesContract, NamesNewFilesWhenComplete) {
   const std::string path = folder.Write("file", "former");
   std::unique_ptr<NewFile> file;
   std::shared_ptr<OpenFile> stored, former;
@@ -170,7 +170,7 @@ TEST_P(FilesContract, NamesNewFilesWhenTheyAreWhole) {
   EXPECT_TRUE(stored->IsAt(folder.CorePath("FILE")));
   EXPECT_FALSE(former->IsAt(path));
 
-  // What is held stays what it is, whoever takes its name.
+  // An open file stays the same even if its name is reused.
   ASSERT_EQ(files.Delete(path), 0);
   EXPECT_FALSE(stored->IsAt(path));
   EXPECT_EQ(WriteFile(path, "another"), 0);
@@ -184,8 +184,8 @@ TEST_P(FilesContract, NamesNewFilesWhenTheyAreWhole) {
   EXPECT_EQ(folder.Read("file"), "another\r\n");
 }
 
-// Others may have put things under names that the program writes to.
-TEST_P(FilesContract, WritesNothingThroughWhatOthersPlanted) {
+// Other users may have created something under the names that the program writes to.
+TEST_P(FilesContract, WritesNothingThroughForeignLinks) {
   const std::string victim = folder.Write("victim", "mine"), log = folder.CorePath("log");
   const fs::path native = folder.NativePath("log"), target = folder.NativePath("victim");
   const std::pair<const char*, std::function<void()>> plants[] = {
@@ -197,7 +197,7 @@ TEST_P(FilesContract, WritesNothingThroughWhatOthersPlanted) {
   };
   for (const auto& [name, plant] : plants) {
     plant();
-    const bool is_foreign = folder.Has("log") && lchown(native.c_str(), 65534, 65534) == 0;  // root alone can do that
+    const bool is_foreign = folder.Has("log") && lchown(native.c_str(), 65534, 65534) == 0;  // only root can do that
     if (is_foreign || !fs::is_regular_file(fs::symlink_status(native)) || fs::hard_link_count(native) > 1) {
       EXPECT_EQ(files.Append(log, "line"), kAccessDenied) << name;
     }
@@ -211,7 +211,7 @@ TEST_P(FilesContract, WritesNothingThroughWhatOthersPlanted) {
   }
 }
 
-TEST_P(FilesContract, GivesOthersNoMoreRightsThanTheUseAsksFor) {
+TEST_P(FilesContract, GrantsOthersOnlyTheRequestedRights) {
   const mode_t former = umask(0);
   for (const mode_t mask : {0, 077}) {
     umask(mask);
@@ -232,7 +232,7 @@ TEST_P(FilesContract, GivesOthersNoMoreRightsThanTheUseAsksFor) {
   umask(former);
 }
 
-// A limit on the size of files stands in for a full disk.
+// A file size limit simulates a full disk.
 TEST_P(FilesContract, ReportsAFullDisk) {
   const std::string big(100'000, 'b'), from = folder.Write("from", big);
   folder.Write("log", "");
@@ -248,14 +248,14 @@ TEST_P(FilesContract, ReportsAFullDisk) {
   };
   EXPECT_EQ(AsOrdinaryUser(failures), 4);
   EXPECT_FALSE(folder.Has("copy"));
-  EXPECT_EQ(folder.Read("log"), "") << "half a line";
+  EXPECT_EQ(folder.Read("log"), "") << "partial line";
   folder.Write("copy", "old");
   fs::permissions(folder.NativePath("copy"), fs::perms(0666));
   AsOrdinaryUser(failures);
-  EXPECT_EQ(folder.Read("copy"), "old") << "half a file under a final name";
+  EXPECT_EQ(folder.Read("copy"), "old") << "partial file under a final name";
 }
 
-TEST_P(FilesContract, CopiesInPlaceWhereTheFolderIsClosed) {
+TEST_P(FilesContract, CopiesInPlaceIfTheFolderIsNotWritable) {
   const std::string from = folder.Write("from", "new"), to = folder.Write("to", "longer than the new");
   fs::permissions(folder.NativePath("to"), fs::perms(0666));
   fs::permissions(folder.NativePath(), fs::perms(0555));
@@ -280,13 +280,13 @@ TEST_P(FilesContract, ReportsMissingRights) {
 
 INSTANTIATE_TEST_SUITE_P(PosixAndForwarded, FilesContract, testing::Bool());
 
-TEST(Paths, FindsNamesInOtherCapitals) {
+TEST(Paths, FindsNamesInAnotherLetterCase) {
   const TempFolder folder;
   folder.Write("Ärger\\Both.txt", "");
   folder.Write("Ärger\\bOTH.txt", "");
   const std::pair<const char*, const char*> cases[] = {
       {"äRGER\\bOTH.txt",      "Ärger/bOTH.txt"    },
-      {"äRGER\\BOTH.TXT",      "Ärger/Both.txt"    }, // of two that fit always the same one
+      {"äRGER\\BOTH.TXT",      "Ärger/Both.txt"    }, // always the same one of two matches
       {"ärger\\new\\FILE.txt", "Ärger/new/FILE.txt"},
       {"Ärger\\..\\äRGER",    "Ärger/../Ärger"   },
       {"missing\\ärger",       "missing/ärger"     },
@@ -294,7 +294,7 @@ TEST(Paths, FindsNamesInOtherCapitals) {
   for (const auto& [core, native] : cases) EXPECT_EQ(NativePath(folder.CorePath(core)), folder.NativePath(native));
 }
 
-TEST(Paths, DriveLettersNameNothingButTheFolderForTemporaryFiles) {
+TEST(Paths, OnlyTheTemporaryFolderHasADriveLetter) {
   const TempFolder folder;
   for (const std::string& path : {std::string("f:\\new"), std::string("C:\\TEMPER"), std::string("\\tmp\\a\0b", 8)}) {
     EXPECT_EQ(mkdir(NativePath(path).c_str(), 0777), -1) << path;

@@ -1,4 +1,4 @@
-// What only the registry that stands on files has to keep: files, other processes, kills, and the user's overlay.
+// What only the file-based registry guarantees: files, other processes, kills, and the user's overlay.
 #include "posix/sqlite_registry.h"
 
 #include <gtest/gtest.h>
@@ -60,7 +60,7 @@ int Wait(pid_t child) {
 
 unsigned Mode(const fs::path& file) { return static_cast<unsigned>(fs::status(file).permissions()); }
 
-// Lets one call that SQLite makes to the system fail.
+// Makes one of SQLite's system calls fail.
 class SystemFault {
  public:
   // The `nth` one, from 1.
@@ -106,7 +106,7 @@ class SystemFault {
 
 class SqliteRegistryTest : public ::testing::Test {
  protected:
-  // Open to every user, since some tests change to an ordinary one.
+  // Accessible to all users, because some tests switch to an ordinary one.
   SqliteRegistryTest() { fs::permissions(folder, fs::perms::all); }
 
   TempFolder temporary;
@@ -114,14 +114,14 @@ class SqliteRegistryTest : public ::testing::Test {
   const fs::path user_file = temporary.NativePath(kUserFile), machine_file = temporary.NativePath(kMachineFile);
 };
 
-TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfTheirKind) {
+TEST_F(SqliteRegistryTest, TheFirstWriteCreatesFilesWithTheRightsOfTheirKind) {
   const RegKey roots[] = {kCurrentUser, kLocalMachine, kClassesRoot};
   for (const mode_t mask : {0077u, 0u}) {
     for (const char* name : {"user", "machine"}) fs::remove_all(folder / name);
     const mode_t old = umask(mask);
     SqliteRegistry registry(user_file, machine_file);
     for (const RegKey root : roots) EXPECT_EQ(Get(registry, root, root == kCurrentUser ? "" : "K", "v"), "-");
-    EXPECT_TRUE(fs::is_empty(folder)) << "reading makes nothing";
+    EXPECT_TRUE(fs::is_empty(folder)) << "reading creates nothing";
     const int code = registry.Together([&] {
       for (const RegKey root : roots) EXPECT_EQ(Set(registry, root, "K", "v", std::to_string(root)), kSuccess);
       EXPECT_EQ(Mode(user_file.native() + "-journal"), 0600u);
@@ -135,18 +135,18 @@ TEST_F(SqliteRegistryTest, KeepsValuesInFilesMadeAtTheFirstWriteWithTheRightsOfT
     }
     EXPECT_EQ(Mode(machine_file), 0644u);
     EXPECT_EQ(Mode(machine_file.parent_path()), 0755u);
-    EXPECT_EQ(std::distance(fs::directory_iterator(machine_file.parent_path()), {}), 1) << "nothing left beside it";
+    EXPECT_EQ(std::distance(fs::directory_iterator(machine_file.parent_path()), {}), 1) << "no other files left";
   }
 
   SqliteRegistry registry(user_file, machine_file);
   for (const RegKey root : roots) EXPECT_EQ(Get(registry, root, "K", "v"), std::to_string(root));
   for (const char* name : {"user", "machine"}) fs::remove_all(folder / name);
-  EXPECT_EQ(Get(registry, kCurrentUser, "K", "v"), "-") << "another file, or none, has taken the path";
+  EXPECT_EQ(Get(registry, kCurrentUser, "K", "v"), "-") << "the file was replaced or removed";
   EXPECT_EQ(Set(registry, kLocalMachine, "L", "v", "anew"), kSuccess);
   EXPECT_EQ(List(registry, kLocalMachine, ""), "[L]");
 }
 
-TEST_F(SqliteRegistryTest, ReplacingTheMachinesFileKeepsALinkToItAndItsRights) {
+TEST_F(SqliteRegistryTest, ReplacingTheMachinesFileKeepsLinkAndRights) {
   SqliteRegistry registry(user_file, machine_file);
   ASSERT_EQ(Set(registry, kLocalMachine, "K", "v", "1"), kSuccess);
   const fs::path real = folder / "real.sqlite";
@@ -212,7 +212,7 @@ TEST_F(SqliteRegistryTest, AKilledWriterLosesNothingItWasToldIsWrittenAndLocksNo
   }
 }
 
-TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
+TEST_F(SqliteRegistryTest, AForeignFileReturnsACodeAndStaysUnchanged) {
   SqliteRegistry maker(folder / "whole.sqlite", machine_file);
   for (const char* name : {"a", "b", "c"}) {
     ASSERT_EQ(Set(maker, kCurrentUser, name, "v", std::string(9000, 'x')), kSuccess);
@@ -224,7 +224,7 @@ TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
   const std::string whole = temporary.Read("whole.sqlite"), other = temporary.Read("foreign.sqlite");
   const auto with = [](std::string file, std::size_t at, char byte) { return file.replace(at, 1, 1, byte); };
   constexpr std::size_t kUserVersion = 63, kFirstPageKind = 100, kPage = 4096;
-  // A file with its write-ahead log on: to be read, it needs another file beside it.
+  // With write-ahead logging, reading a file needs another file in its folder.
   const std::string logged = with(with(with(other, 18, 2), 19, 2), kUserVersion, 2);
   int row = 0;
   for (const std::string& content :
@@ -246,7 +246,7 @@ TEST_F(SqliteRegistryTest, AFileThatIsNoRegistryGivesACodeAndStaysAsItIs) {
   EXPECT_EQ(Get(beside, kLocalMachine, "K", "v"), "1");
 }
 
-TEST_F(SqliteRegistryTest, WhatCannotBeOpenedOrWrittenIsDenied) {
+TEST_F(SqliteRegistryTest, InaccessibleFilesAreDenied) {
   fs::create_directories(folder / "a folder");
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0666), 0);
   SqliteRegistry admin(folder / "admin.sqlite", machine_file);
@@ -274,16 +274,16 @@ TEST_F(SqliteRegistryTest, WhatCannotBeOpenedOrWrittenIsDenied) {
     SqliteRegistry nowhere(own.parent_path() / "below/new.sqlite", machine_file);
     EXPECT_EQ(Set(nowhere, kCurrentUser, "K", "v", "1"), kAccessDenied);
   });
-  EXPECT_EQ(Set(registry, kCurrentUser, "K", "v", "2"), kSuccess) << "the right has come back";
+  EXPECT_EQ(Set(registry, kCurrentUser, "K", "v", "2"), kSuccess) << "after the right was restored";
   const auto unread = [&] {
     SqliteRegistry unreadable(own, own);
     EXPECT_EQ(Get(unreadable, kCurrentUser, "K", "v"), "code 5");
-    EXPECT_EQ(Set(unreadable, kLocalMachine, "K", "v", "3"), kAccessDenied) << "nothing to judge an overlay by";
+    EXPECT_EQ(Set(unreadable, kLocalMachine, "K", "v", "3"), kAccessDenied) << "the overlay can't be validated";
   };
   WithoutRight(own.parent_path(), unread, 0);
 }
 
-// One user, who may not write the machine's file, and its administrator, each with a registry of his own.
+// A user without the right to write the machine's file, and an administrator, each with a registry object.
 class RegistryOverlay : public SqliteRegistryTest {
  protected:
   void AsUser(const std::function<void()>& body) { WithoutRight(machine_file.parent_path(), body); }
@@ -297,14 +297,15 @@ class RegistryOverlay : public SqliteRegistryTest {
   SqliteRegistry user{own, machine_file};
 };
 
-TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
-  // The administrator writes (a), with another type (t), deletes the key (d), or sees (A); the user writes (u), having
-  // the right to after all (r), or sees (U). "-" is no value.
+TEST_F(RegistryOverlay, IsValidWhileTheMachinesValueIsUnchanged) {
+  // The administrator writes (a), writes another type (t), deletes the key (d), or reads (A); the user writes (u),
+  // writes with the right to (r), or reads (U). "-" is no value.
   for (const std::string row : {
-           "a1 u2 A1 U2 a1 U2 a3 U3 a1 U1",  // the former value doesn't bring the user's back
+           "a1 u2 A1 U2 a1 U2 a3 U3 a1 U1",  // restoring the former value doesn't restore the user's
            "a1 u2 a- U-", "u2 A- U2 a3 U3", "a1 u- A1 U- a1 U- a3 U3", "a1 u2 t1 U1", "a1 u2 r1 U1 A1",
-           "a1 u2 a1 U2",                                                                         // no change
-           "a1 u2 a3 a1 U1", "a1 u- a3 a1 U1", "u2 a3 a- U-", "a1 u2 a- a1 U1", "a1 u2 d a1 U1",  // nobody looked
+           "a1 u2 a1 U2",  // no change
+           "a1 u2 a3 a1 U1", "a1 u- a3 a1 U1", "u2 a3 a- U-", "a1 u2 a- a1 U1",
+           "a1 u2 d a1 U1",  // nobody read in between
        }) {
     SCOPED_TRACE(row);
     const std::string path = "K\\" + row;
@@ -330,7 +331,7 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
     AsUser([&] {
       SqliteRegistry later(own, machine_file);
       for (const char* data : {"9", "-"}) {
-        EXPECT_EQ(Change(later, path, data), kSuccess) << "a further write counts again";
+        EXPECT_EQ(Change(later, path, data), kSuccess) << "a new write is valid again";
         see(data);
       }
       EXPECT_EQ(Change(later, path, "-"), kFileNotFound);
@@ -338,7 +339,7 @@ TEST_F(RegistryOverlay, CountsWhileTheMachinesValueIsTheOneItWasWrittenOver) {
   }
 }
 
-TEST_F(RegistryOverlay, AFaultOfTheSystemIsNoAnswerAndLosesNothing) {
+TEST_F(RegistryOverlay, ASystemErrorIsReportedAndLosesNothing) {
   const std::string large(30000, 'x');  // several pages
   ASSERT_EQ(Change(admin, "K", "machine's"), kSuccess);
   AsUser([&] {
@@ -346,7 +347,7 @@ TEST_F(RegistryOverlay, AFaultOfTheSystemIsNoAnswerAndLosesNothing) {
     ASSERT_EQ(Set(user, kCurrentUser, "K", "v", "0"), kSuccess);
     ASSERT_EQ(Set(user, kCurrentUser, "K", "large", large), kSuccess);
   });
-  // Most of these pages are read only when the whole file is written anew.
+  // Most of these pages are read only when the whole file is rewritten.
   for (const char* path : {"A", "B", "C", "K"}) ASSERT_EQ(Set(admin, kLocalMachine, path, "large", large), kSuccess);
   for (const int error : {EIO, EACCES, EMFILE, ENOMEM, ENOLCK, EINTR}) {
     bool came = true;
@@ -394,7 +395,7 @@ TEST_F(RegistryOverlay, AFaultOfTheSystemIsNoAnswerAndLosesNothing) {
   }
 }
 
-TEST_F(RegistryOverlay, FilesOfTheFormerVersionAreReadAndBroughtUpAtTheFirstWrite) {
+TEST_F(RegistryOverlay, FilesOfTheFormerVersionAreUpgradedAtTheFirstWrite) {
   constexpr char kFormer[] =
       "CREATE TABLE keys(parent TEXT, folded TEXT, name TEXT NOT NULL, deleted INTEGER NOT NULL,"
       " PRIMARY KEY(parent, folded)) WITHOUT ROWID;"
@@ -422,7 +423,7 @@ TEST_F(RegistryOverlay, FilesOfTheFormerVersionAreReadAndBroughtUpAtTheFirstWrit
   see("1");
 }
 
-TEST_F(RegistryOverlay, WhatTheMachineTakesCountsThere) {
+TEST_F(RegistryOverlay, WritesToTheMachinesFileReplaceTheOverlay) {
   ASSERT_EQ(Change(admin, "K\\T", "1"), kSuccess);
   AsUser([&] {
     ASSERT_EQ(user.DeleteTree(kLocalMachine, "K\\T"), kSuccess);
@@ -436,7 +437,7 @@ TEST_F(RegistryOverlay, WhatTheMachineTakesCountsThere) {
   EXPECT_EQ(List(user, kLocalMachine, ""), "[K]");
 }
 
-TEST_F(RegistryOverlay, ARestoredCopyIsSeenByARunningProcess) {
+TEST_F(RegistryOverlay, ARunningProcessReadsARestoredCopy) {
   ASSERT_EQ(Change(admin, "K", "1"), kSuccess);
   const std::string copy = temporary.Read(kMachineFile);
   ASSERT_EQ(Change(admin, "K", "2"), kSuccess);
@@ -446,7 +447,7 @@ TEST_F(RegistryOverlay, ARestoredCopyIsSeenByARunningProcess) {
 }
 
 TEST_F(RegistryOverlay, MergesNamesAndKeys) {
-  AsUser([&] { ASSERT_EQ(Change(user, "J", "2"), kSuccess) << "the machine has no file yet"; });
+  AsUser([&] { ASSERT_EQ(Change(user, "J", "2"), kSuccess) << "the machine's file doesn't exist yet"; });
   for (const char* name : {"Beta", "delta"}) ASSERT_EQ(Set(admin, kLocalMachine, "K\\M", name, "1"), kSuccess);
   AsUser([&] {
     for (const char* name : {"alpha", "BETA", "gamma"})
@@ -462,7 +463,7 @@ TEST_F(RegistryOverlay, MergesNamesAndKeys) {
   EXPECT_EQ(List(admin, kLocalMachine, "K\\M"), "'Beta''delta'");
 }
 
-TEST_F(RegistryOverlay, ADeletedTreeStaysAwayUntilTheMachineGetsSomethingNewThere) {
+TEST_F(RegistryOverlay, ADeletedTreeStaysHiddenUntilTheMachineChangesIt) {
   for (const char* path : {"K\\T", "K\\T\\A", "K\\T\\B"}) ASSERT_EQ(Change(admin, path, "1"), kSuccess);
   AsUser([&] {
     ASSERT_EQ(Change(user, "K\\T\\B", "2"), kSuccess);
@@ -472,7 +473,7 @@ TEST_F(RegistryOverlay, ADeletedTreeStaysAwayUntilTheMachineGetsSomethingNewTher
     EXPECT_EQ(Get(user, kLocalMachine, "K\\T\\B", "v"), "-");
     Made(user, kLocalMachine, "K\\T\\B");
     EXPECT_EQ(List(user, kLocalMachine, "K\\T"), "[B]");
-    EXPECT_EQ(List(user, kLocalMachine, "K\\T\\B"), "") << "the key is back, its values are not";
+    EXPECT_EQ(List(user, kLocalMachine, "K\\T\\B"), "") << "the key reappears without its values";
     ASSERT_EQ(user.DeleteTree(kLocalMachine, "K\\T"), kSuccess);
   });
   EXPECT_EQ(List(admin, kLocalMachine, "K\\T"), "[A][B]'v'");

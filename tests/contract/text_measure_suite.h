@@ -1,4 +1,5 @@
-// What every toolkit's text measure keeps to. A test program that has one instantiates TextMeasureSuite with its maker.
+// The contract of every toolkit's text measure. Test programs instantiate TextMeasureSuite with a function that creates
+// one.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +20,7 @@ class TextMeasureSuite : public testing::TestWithParam<MakeTextMeasure> {
   std::shared_ptr<TextMeasure> measure = GetParam()();
 };
 
-TEST_P(TextMeasureSuite, LinesAreOfOneHeight) {
+TEST_P(TextMeasureSuite, LinesHaveTheSameHeight) {
   EXPECT_EQ(Size("One line").height, 195);
   EXPECT_EQ(Size("").height, 195);
   EXPECT_EQ(Size("").width, 0);
@@ -30,7 +31,7 @@ TEST_P(TextMeasureSuite, LinesAreOfOneHeight) {
 TEST_P(TextMeasureSuite, TextsWrapAtWords) {
   const std::string text = "Twelve words of a summary that is just as long as a line";
   const Twips whole = Size(text).width;
-  EXPECT_EQ(Size(text, whole).height, 195) << "what fits exactly doesn't wrap";
+  EXPECT_EQ(Size(text, whole).height, 195) << "an exact fit doesn't wrap";
   EXPECT_EQ(Size(text, whole - 15).height, 2 * 195);
   EXPECT_LE(Size(text, whole - 15).width, whole - 15);
   EXPECT_EQ(Size("word\r\nword", whole).height, 2 * 195);

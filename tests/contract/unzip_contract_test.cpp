@@ -25,17 +25,17 @@
 
 namespace {
 
-// True: names can't be exchanged, as on some file systems, and those within one folder can't be changed.
+// True: names can't be exchanged, as on some file systems, and files can't be renamed within a folder.
 bool renames_are_hard = false;
 
-// The call to fail, counted from 0, of those that change or read a disk; none while it is negative.
+// The index of the disk call that fails; negative: none.
 int failing_call = -1;
 enum class Mode { kOnce, kFromThenOn, kKilled } mode = Mode::kOnce;
 int failure = 0;
 const char* failed_call = nullptr;
-std::string calls;  // 'w'rite, 'n'ame, 's'ync: those that must keep their order
+std::string calls;  // 'w'rite, 'n'ame, 's'ync: calls whose order matters
 
-// Sees what is called next, until it returns true; what it calls itself it doesn't see.
+// Called before each call until it returns true; not for its own calls.
 std::function<bool(std::string_view)> on_call;
 bool time_is_virtual = false;
 
@@ -60,7 +60,7 @@ int Call(long number, Arguments... arguments) {
 
 }  // namespace
 
-// The system's calls, as the program finds them.
+// Replace the system's functions.
 extern "C" {
 
 int renameat2(int from, const char* old_name, int to, const char* new_name, unsigned flags) noexcept {
@@ -102,7 +102,7 @@ int nanosleep(const timespec* length, timespec* rest) {
   if (!time_is_virtual) return Call(SYS_nanosleep, length, rest);
   return Fails("nanosleep") ? -1 : 0;
 }
-int syncfs(int) noexcept { return Fails("syncfs", 's') ? -1 : 0; }  // the test sees when, the disk is spared
+int syncfs(int) noexcept { return Fails("syncfs", 's') ? -1 : 0; }  // recorded instead of flushing the disk
 
 }  // extern "C"
 
@@ -186,7 +186,7 @@ class ArchiveUnzipTest : public testing::Test {
   std::unique_ptr<UnzipComponent> unzip_;
 };
 
-TEST_F(ArchiveUnzipTest, UnpacksWhatTheZipToolPacked) {
+TEST_F(ArchiveUnzipTest, UnpacksArchivesOfTheZipTool) {
   home_.Write("in/readme.txt", std::string(300, 'r'));
   home_.Write("in/bin/tool", "#!/bin/sh\n");
   home_.Write("in/data/größe.txt", "7");
@@ -200,7 +200,7 @@ TEST_F(ArchiveUnzipTest, UnpacksWhatTheZipToolPacked) {
   EXPECT_EQ(Extract("pack.zip", "new/target"), kDone);
   umask(mask);
   EXPECT_EQ(TreeOf("new/target"), TreeOf("in"));
-  EXPECT_EQ(TreeOf("new").size(), TreeOf("in").size() + 1) << "nothing of the staging folder is left";
+  EXPECT_EQ(TreeOf("new").size(), TreeOf("in").size() + 1) << "the staging folder is removed";
   for (const char* name : {"new", "new/target", "new/target/bin", "new/target/bin/tool"})
     EXPECT_EQ(RightsOf(name), 0755U);
   EXPECT_EQ(RightsOf("new/target/readme.txt"), 0644U);
@@ -225,7 +225,7 @@ TEST_F(ArchiveUnzipTest, Options) {
   EXPECT_EQ(tree_after(false, true), tree);
 }
 
-TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
+TEST_F(ArchiveUnzipTest, AFailureUndoesTheRenames) {
   home_.Write("target/old", "old");
   home_.Write("elsewhere/y", "mine");
   std::filesystem::create_directory_symlink(home_.NativePath("elsewhere"), home_.NativePath("target/out"));
@@ -240,7 +240,7 @@ TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
   EXPECT_EQ(Extract("missing.zip"), kCannotOpen);
   Pack(Raw{"./", "", 040755});
   EXPECT_EQ(Extract("pack.zip", "new"), kDone);
-  EXPECT_EQ(Extract("pack.zip", "\\"), kCannotWrite) << "no pack is for the root of all folders";
+  EXPECT_EQ(Extract("pack.zip", "\\"), kCannotWrite) << "the root folder is refused";
   Pack();
   EXPECT_EQ(Extract("pack.zip", "empty/new"), kDone);
   EXPECT_TRUE(std::filesystem::is_empty(home_.NativePath("new")) &&
@@ -248,7 +248,7 @@ TEST_F(ArchiveUnzipTest, WhatWasPutInPlaceBeforeAFailureIsTakenBack) {
   EXPECT_EQ(Extract("pack.zip", "target/old/below"), kInTheWay);
 }
 
-TEST_F(ArchiveUnzipTest, AFaultOfTheDiskOrAnEndAnywhereLeavesAllOrNothing) {
+TEST_F(ArchiveUnzipTest, ADiskErrorOrAKillAnywhereLeavesAllOrNothing) {
   Pack(Raw{"a/first", std::string(140'000, '1')}, Raw{"old", "2"});
   const auto begin = [this] {
     std::filesystem::remove_all(home_.NativePath("target"));
@@ -286,7 +286,7 @@ TEST_F(ArchiveUnzipTest, AFaultOfTheDiskOrAnEndAnywhereLeavesAllOrNothing) {
     EXPECT_TRUE(child > 0 || result != kDone || done == after) << at;
     const Tree but_staging = at == "flock" || at == "openat" ? now : without_staging(now);
     EXPECT_TRUE(child > 0 || result == kDone || mode == Mode::kFromThenOn || but_staging == before) << at;
-    EXPECT_TRUE(at != "syncfs" || result != kDone) << "what isn't on the disk isn't done";
+    EXPECT_TRUE(at != "syncfs" || result != kDone) << "success requires a flush";
     EXPECT_TRUE(child > 0 || result == kDone || holds_old) << at << unzip_->FailureText();
     EXPECT_TRUE(old == "old" || old == "2" || (renames_are_hard && old.empty() && holds_old)) << old;
     if (at == "write" || at == "rename") {
@@ -321,7 +321,7 @@ TEST_F(ArchiveUnzipTest, AFaultOfTheDiskOrAnEndAnywhereLeavesAllOrNothing) {
   calls.clear();
   EXPECT_EQ(Extract("pack.zip", "new"), kDone);
   calls.erase(std::ranges::unique(calls).begin(), calls.end());
-  EXPECT_EQ(calls, "nwsns") << "contents are on the disk before they get their names, names before success is reported";
+  EXPECT_EQ(calls, "nwsns") << "flushes contents before the renames, and renames before success";
 }
 
 TEST_F(ArchiveUnzipTest, TwoProcessesTakeTurnsInOneTarget) {
@@ -337,7 +337,7 @@ TEST_F(ArchiveUnzipTest, TwoProcessesTakeTurnsInOneTarget) {
   failure = EIO;
   time_is_virtual = true;
   UnzipResult second = kDone;
-  // The second process comes when all of the first one's files are in place, then the first one fails.
+  // The second process starts when all files of the first one are in place; then the first one fails.
   const auto extract_with_second_in = [&](const std::string& folder) {
     on_call = [this, folder, &second, syncs = 0](std::string_view call) mutable {
       if (call != "syncfs" || ++syncs < 2) return false;
@@ -370,7 +370,7 @@ TEST_F(ArchiveUnzipTest, TwoProcessesTakeTurnsInOneTarget) {
   time_is_virtual = false;
 }
 
-TEST_F(ArchiveUnzipTest, StagingThatAKilledProcessLeftIsRemoved) {
+TEST_F(ArchiveUnzipTest, RemovesTheStagingFolderOfAKilledProcess) {
   Pack(Raw{"x", "1"});
   const auto leave = [this](const char* file, mode_t rights) {
     home_.Write(file, "of somebody else");
@@ -391,7 +391,7 @@ TEST_F(ArchiveUnzipTest, StagingThatAKilledProcessLeftIsRemoved) {
   EXPECT_FALSE(home_.Has("target/.tsly-unpack-live"));
 }
 
-TEST_F(ArchiveUnzipTest, UnpacksTheFileThatIsHeldOpen) {
+TEST_F(ArchiveUnzipTest, UnpacksTheOpenFile) {
   for (const bool is_replaced : {true, false}) {
     Pack(Raw{"x", "verified"});
     std::shared_ptr<OpenFile> held;
@@ -403,7 +403,7 @@ TEST_F(ArchiveUnzipTest, UnpacksTheFileThatIsHeldOpen) {
   }
 }
 
-TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
+TEST_F(ArchiveUnzipTest, ReplacesARunningProgram) {
   std::filesystem::create_directory(home_.NativePath("target"));
   std::filesystem::copy("/bin/sleep", home_.NativePath("target/tool"));
   const pid_t running = fork();
@@ -417,7 +417,7 @@ TEST_F(ArchiveUnzipTest, AProgramThatRunsIsReplaced) {
   EXPECT_EQ(chown(path.c_str(), owner, static_cast<gid_t>(-1)) + chmod(path.c_str(), 0750), 0);
   EXPECT_EQ(Extract(), kDone) << unzip_->FailureText();
   EXPECT_EQ(home_.Read("target/tool"), "new");
-  EXPECT_EQ(RightsOf("target/tool"), 0750U) << "its rights stay";
+  EXPECT_EQ(RightsOf("target/tool"), 0750U) << "rights are kept";
   struct stat replaced {};
   EXPECT_EQ(stat(path.c_str(), &replaced), 0);
   EXPECT_EQ(replaced.st_uid, owner);
@@ -435,7 +435,7 @@ TEST_F(ArchiveUnzipTest, ReportsMissingRightsAndTheTextForThem) {
   EXPECT_EQ(home_.Read("target/x"), "mine");
   EXPECT_EQ(Extract("pack.zip", ""), kCannotWrite);
   EXPECT_EQ(unzip_->FailureText(), "The file or folder \"\" can't be written (No such file or directory).");
-  EXPECT_TRUE(Describe({kDiskFull, "x", std::string(300, 'p') + "\nend"}).ends_with("p end).")) << "nothing is cut";
+  EXPECT_TRUE(Describe({kDiskFull, "x", std::string(300, 'p') + "\nend"}).ends_with("p end).")) << "not truncated";
   EXPECT_EQ(Describe({kWrongChecksum, "a\nb", ""}), "The file \"a?b\" in the pack has a wrong checksum.");
 }
 
@@ -448,7 +448,7 @@ TEST_F(ArchiveUnzipTest, TheRecordingComponentLooksTheSameToACaller) {
   EXPECT_EQ(Extract(), UnzipResult{7});
 }
 
-TEST(FolderChain, RemovesWhatItMadeWhileSomebodyElseMakesAndRemovesSomeOfIt) {
+TEST(FolderChain, RemovesItsFoldersWhileAnotherProcessChangesThem) {
   const TempFolder folder;
   FolderChain chain(Descriptor(open(folder.NativePath().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
   on_call = [&](std::string_view call) {

@@ -19,8 +19,8 @@ const std::string kNothing = "[Versions]\r\nA=0\r\n";
 const char kNotDue[] = "Entering VerifyVersion()\nNo search for updates.\nExiting VerifyVersion()\n";
 const char kArmed[] = "Entering VerifyVersion()\nSearching for updates.\nExiting VerifyVersion()\n";
 
-// A process that was started for clients. What they do is written down first, by the time after the start; then it runs
-// to its end.
+// A process started for clients. Tests first schedule the clients' actions by the time after the start; then it runs to
+// its end.
 class ServingApp : public HeadlessApp {
  public:
   ServingApp() : HeadlessApp("", 1) { SetVersionValue(kValueCheckedEvery, kCheckAtEveryStart); }
@@ -76,8 +76,8 @@ TEST(CheckNew, DecidesFromTheStoredValues) {
   }
 }
 
-TEST(CheckNew, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
-  for (const int code : {32, 30, 1009}) {  // the last one stays
+TEST(CheckNew, TemporarilyUnreadableSettingsStartNoCheck) {
+  for (const int code : {32, 30, 1009}) {  // the last one is permanent
     OneObject app;
     app.registry.locked = code;
     app.Run([&] { app.object->VerifyVersion(); });
@@ -85,7 +85,7 @@ TEST(CheckNew, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
   }
 }
 
-TEST(CheckNew, TakesAStatusOfTheTableOnly) {
+TEST(CheckNew, IgnoresInvalidStatusValues) {
   OneObject app;
   for (const std::int32_t value : {2, 0, 1, 3, -1, INT32_MAX, INT32_MIN}) {
     app.object->SetStatus(value);
@@ -96,14 +96,14 @@ TEST(CheckNew, TakesAStatusOfTheTableOnly) {
   }
 }
 
-TEST(CheckNew, AFailedSetUpEndsEveryCallAlsoForAClientThatLetGoMeanwhile) {
+TEST(CheckNew, AFailedSetUpEndsEveryCallEvenForAReleasedObject) {
   ServingApp app;
   std::filesystem::remove_all(app.folder.NativePath("app"));
   app.toolkit.answers = {kAnswerOk};
   app.toolkit.during_message = [&] { app.automation.held.clear(); };
   app.After(seconds(1), [&] {
     app.automation.Create("client");
-    const auto object = app.automation.held.at("client");  // a call holds it
+    const auto object = app.automation.held.at("client");  // kept alive by a call
     object->VerifyVersion();
     EXPECT_EQ(object->GetStatus(), StatusIdle);
     EXPECT_TRUE(app.dialog().Loaded());
@@ -121,7 +121,7 @@ TEST(CheckNew, AFailedSetUpEndsEveryCallAlsoForAClientThatLetGoMeanwhile) {
   EXPECT_FALSE(app.dialog().Loaded());
 }
 
-TEST(CheckNew, CallsInTheMiddleOfALoadAreAnsweredWhenItEnds) {
+TEST(CheckNew, CallsDuringALoadTakeEffectAfterIt) {
   for (const bool usable : {true, false}) {
     ServingApp app;
     std::filesystem::remove_all(app.folder.NativePath("app\\Languages"));
@@ -130,7 +130,7 @@ TEST(CheckNew, CallsInTheMiddleOfALoadAreAnsweredWhenItEnds) {
     app.toolkit.during_message = [&] {
       app.automation.Create("second").VerifyVersion();
       app.automation.Create("third").ConfigureUpdater();
-      app.dialog().Unload(Form::kUnloadByUser);  // as at the session's end
+      app.dialog().Unload(Form::kUnloadByUser);  // as at the end of the session
       EXPECT_TRUE(app.dialog().Loaded() && !app.dialog().Visible());
       EXPECT_FALSE(app.dialog().tmrVerifyVersion.Enabled() || app.dialog().UpdaterObject);
     };
@@ -149,7 +149,7 @@ TEST(CheckNew, CallsInTheMiddleOfALoadAreAnsweredWhenItEnds) {
   }
 }
 
-TEST(CheckNew, ACheckRunsBehindTheClientsBack) {
+TEST(CheckNew, ACheckRunsInTheBackground) {
   ServingApp app;
   app.transfer.answers = {Received(kNothing), Received(kOffer + "Stop application=yes\r\n")};
   app.transfer.answers.front().step = seconds(1);  // for each of eleven states
@@ -172,12 +172,12 @@ TEST(CheckNew, ACheckRunsBehindTheClientsBack) {
     app.automation.held.clear();
   });
   app.Serve();
-  EXPECT_EQ(app.Age(), seconds(55)) << "an armed check keeps the process";
+  EXPECT_EQ(app.Age(), seconds(55)) << "a scheduled check keeps the process";
   EXPECT_EQ(app.toolkit.opened, 2);
   EXPECT_TRUE(app.Prompts().empty());
 }
 
-TEST(CheckNew, TheDialogTellsTheClientThatCameLast) {
+TEST(CheckNew, TheDialogReportsToTheLastClient) {
   ServingApp app;
   app.transfer.answers = {Received(kOffer + "Stop application=yes\r\n")};
   app.After(seconds(1), [&] { app.automation.Create("first").VerifyVersion(); });
@@ -187,14 +187,14 @@ TEST(CheckNew, TheDialogTellsTheClientThatCameLast) {
     EXPECT_EQ(app.Client("first").GetStatus(), StatusPending);
     EXPECT_EQ(app.Client("second").GetStatus(), StatusStopRequired);
     EXPECT_EQ(app.Client("third").GetStatus(), StatusPending);
-    EXPECT_EQ(app.toolkit.opened, 1) << "armed once more, not loaded once more";
+    EXPECT_EQ(app.toolkit.opened, 1) << "scheduled again, but not loaded again";
     app.automation.held.clear();
   });
   app.Serve();
 }
 
 TEST(CheckNew, ConfigureUpdaterShowsTheDialogInAnyStateOfACheck) {
-  for (const int after : {0, 5, 17}) {  // before a check, while it is armed, while it searches
+  for (const int after : {0, 5, 17}) {  // before a check, while it is scheduled, while it searches
     SCOPED_TRACE(after);
     ServingApp app;
     app.transfer.answers = {Received(kNothing)};
@@ -210,14 +210,14 @@ TEST(CheckNew, ConfigureUpdaterShowsTheDialogInAnyStateOfACheck) {
     });
     app.After(seconds(40), [&] {
       EXPECT_EQ(app.Client("client").GetStatus(), StatusIdle);
-      EXPECT_FALSE(app.dialog().Loaded()) << "nothing on offer closes the open dialog too";
+      EXPECT_FALSE(app.dialog().Loaded()) << "without updates the open dialog closes too";
       app.automation.held.clear();
     });
     app.Serve();
   }
 }
 
-TEST(CheckNew, ASearchByHandInsideASilentOneKeepsItsOffer) {
+TEST(CheckNew, AManualSearchDuringABackgroundSearchKeepsItsResult) {
   ServingApp app;
   app.transfer.answers = {Silent(1, 2), Received(kOffer)};
   app.After(seconds(1), [&] { app.automation.Create("client").VerifyVersion(); });
@@ -248,7 +248,8 @@ TEST(CheckNew, AnOpenDialogOutlivesItsClient) {
 
 TEST(CheckNew, TheProcessEndsWithItsLastClient) {
   using enum AutomationStart;
-  // When the first client comes and goes, and one that comes while the process is leaving goes: seconds; 0: never.
+  // When the first client connects and disconnects, and when one that connects while the process ends disconnects:
+  // seconds; 0: never.
   const std::tuple<AutomationStart, int, int, int, int, int> rows[] = {
       {kServing,      0,  0,  0,  30, 1},
       {kServing,      29, 90, 0,  90, 1},
@@ -274,12 +275,12 @@ TEST(CheckNew, TheProcessEndsWithItsLastClient) {
     EXPECT_EQ(reached, start != kNotReachable);
     EXPECT_EQ(std::chrono::floor<seconds>(app.clock.Steady() - born), seconds(age));
     EXPECT_EQ(app.automation.leaves, leaves);
-    EXPECT_EQ(app.folder.Has(log), start != kServing) << "only a serving process begins its log";
+    EXPECT_EQ(app.folder.Has(log), start != kServing) << "only a serving process starts a new log";
   }
 }
 
 TEST(CheckNew, QuitEndsTheProcessAtOnceInEveryState) {
-  for (const int at : {1, 5, 17, 60}) {  // loaded, armed, searching, offer
+  for (const int at : {1, 5, 17, 60}) {  // loaded, scheduled, searching, offer
     SCOPED_TRACE(at);
     ServingApp app;
     app.transfer.answers = {Received(kOffer)};

@@ -10,7 +10,7 @@
 namespace tsly {
 namespace {
 
-// "yyyy-mm-dd", and the time behind it or 00:00.
+// "yyyy-mm-dd" with an optional time.
 DateTime At(const char* text) {
   DateFields at;
   at.hour = at.minute = at.second = 0;
@@ -18,7 +18,7 @@ DateTime At(const char* text) {
   return MakeDateTime(at);
 }
 
-TEST(CheckSchedule, FallsDueWithTheDay) {
+TEST(CheckSchedule, IsDueFromMidnight) {
   const DateTime evening = At("2014-03-10 18:30");
   const std::tuple<std::int32_t, const char*, const char*, const char*> rows[] = {
       {kCheckWeekly,  "2014-03-10 18:30", "2014-03-16 23:59:59", "2014-03-17"         },
@@ -42,9 +42,9 @@ TEST(CheckSchedule, FallsDueWithTheDay) {
   for (const std::int32_t other : {-1, 4, 7}) EXPECT_TRUE(IsCheckDue(other, evening, evening));
   EXPECT_FALSE(IsCheckDue(kCheckWeekly, evening + 10, evening)) << "a last check in the future";
   const DateTime not_a_number = std::numeric_limits<double>::quiet_NaN();
-  for (const DateTime moment : {1e300, -1e300, At("9999-12-31 12:00"), not_a_number}) {
+  for (const DateTime when : {1e300, -1e300, At("9999-12-31 12:00"), not_a_number}) {
     for (const auto frequency : {kCheckWeekly, kCheckMonthly})
-      EXPECT_TRUE(IsCheckDue(frequency, moment, evening)) << moment;
+      EXPECT_TRUE(IsCheckDue(frequency, when, evening)) << when;
   }
 }
 

@@ -27,7 +27,7 @@ TEST(DialogFlow, ShowsTheStoredFrequencyAndStoresItAtEveryUnload) {
     EXPECT_EQ(app.controls().lblInfo103.Text(), app.dialog().FrequencyTexts[frequency]);
     app.Click(app.controls().cmdOK);
     EXPECT_EQ(app.VersionValue(kValueCheckedEvery), std::to_string(frequency));
-    EXPECT_FALSE(app.dialog().Loaded() || app.HasVersionValue(kValueCheckedOn)) << "no search, no time of one";
+    EXPECT_FALSE(app.dialog().Loaded() || app.HasVersionValue(kValueCheckedOn)) << "no search, so no time of one";
   }
 }
 
@@ -45,7 +45,7 @@ TEST(DialogFlow, ClicksStepThroughTheFrequencies) {
   EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery)) << "nothing is stored before the unload";
 }
 
-TEST(DialogFlow, ShowsTheLastCheckInTheUsersForm) {
+TEST(DialogFlow, ShowsTheLastCheckInTheUsersFormat) {
   const std::pair<RegData, const char*> rows[] = {
       {60060630,              "Last: 03.10.2014|10.03.2014|18h30"},
       {std::string("-1440"),  "Last: 12.29.1899|29.12.1899|00h00"},
@@ -67,7 +67,7 @@ TEST(DialogFlow, ShowsTheLastCheckInTheUsersForm) {
   }
 }
 
-TEST(DialogFlow, FitsTheWindowToItsPanelAndPlacesTheFrequencyBehindItsLeadIn) {
+TEST(DialogFlow, FitsTheWindowToItsPanelAndPlacesTheFrequencyAfterItsLeadIn) {
   for (const Twips twips : {15, 20}) {
     HeadlessApp app;
     app.toolkit.twips_per_pixel = twips;
@@ -82,7 +82,7 @@ TEST(DialogFlow, FitsTheWindowToItsPanelAndPlacesTheFrequencyBehindItsLeadIn) {
   }
 }
 
-TEST(DialogFlow, ASearchByHandWithNothingNewStoresItsMoment) {
+TEST(DialogFlow, AManualSearchWithNothingNewStoresItsTime) {
   StartedApp app;
   app.clock.now = MakeDateTime({.year = 2014, .month = 3, .day = 10, .hour = 18, .minute = 30});
   app.transfer.answers = {Received(kNothing)};
@@ -94,7 +94,7 @@ TEST(DialogFlow, ASearchByHandWithNothingNewStoresItsMoment) {
   EXPECT_EQ(app.VersionValue(kValueCheckedOn), "60060630");
 }
 
-TEST(DialogFlow, TheLinkShowsTheSearchAndKeepsASecondOneOut) {
+TEST(DialogFlow, TheLinkShowsTheSearchAndPreventsASecondOne) {
   StartedApp app;
   const Label& link = app.controls().lblInfo105;
   const auto look = [&] {
@@ -107,7 +107,7 @@ TEST(DialogFlow, TheLinkShowsTheSearchAndKeepsASecondOneOut) {
   app.transfer.answers[0].step = std::chrono::seconds(1);
   for (std::size_t i = 0; i < 8; ++i) {
     app.loop.After(std::chrono::milliseconds(500 + 1000 * i), [&, i] {
-      // The first text is there before the first state, too.
+      // The first text is also shown before the first state.
       EXPECT_EQ(look(), std::tuple(texts[std::max<std::size_t>(i, 1)], kPointerHourglass, false, false));
       app.dialog().ShowTheResults();
     });
@@ -119,7 +119,7 @@ TEST(DialogFlow, TheLinkShowsTheSearchAndKeepsASecondOneOut) {
   EXPECT_EQ(app.toolkit.screen_pointers, (std::vector<std::int32_t>{kPointerHourglass, kPointerDefault}));
 }
 
-TEST(DialogFlow, BothWaysOutOfAnOfferKeepTheCheckDue) {
+TEST(DialogFlow, LeavingAnOfferKeepsTheCheckDue) {
   for (const bool by_button : {true, false}) {
     HeadlessApp app("/showupdates");
     app.SetVersionValue(kValueCheckedOn, std::string("60060630"));
@@ -131,7 +131,7 @@ TEST(DialogFlow, BothWaysOutOfAnOfferKeepTheCheckDue) {
   }
 }
 
-TEST(DialogFlow, AWindowClosedDuringASearchEndsItAndOneLoadedAnewIsLeftAlone) {
+TEST(DialogFlow, ClosingTheWindowEndsItsSearchButNotThatOfTheNextLoad) {
   for (const bool anew : {false, true}) {
     StartedApp app;
     app.transfer.answers = {Silent(1, 2, 3)};
@@ -139,15 +139,15 @@ TEST(DialogFlow, AWindowClosedDuringASearchEndsItAndOneLoadedAnewIsLeftAlone) {
       app.dialog().Unload(Form::kUnloadByUser);
       if (anew) app.dialog().Show();
     });
-    int stored_behind_the_response = 0;  // which keeps room on the disk
+    int stored_after_cancelling = 0;  // the response used disk space
     app.registry.before_call = [&](const std::string& call) {
-      stored_behind_the_response += call == "Set" && app.transfer.cancelled == 1;
+      stored_after_cancelling += call == "Set" && app.transfer.cancelled == 1;
     };
     app.Click(app.controls().lblInfo105);
     EXPECT_EQ(app.dialog().Loaded() && app.dialog().Visible(), anew);
     EXPECT_TRUE(app.toolkit.messages.empty());
     EXPECT_EQ(app.transfer.cancelled, 1);
-    EXPECT_EQ(stored_behind_the_response, 1);
+    EXPECT_EQ(stored_after_cancelling, 1);
     EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "3") << "settings are stored";
     EXPECT_EQ(app.loop.RunningTimers(), 0u);
     if (!anew) continue;
@@ -156,7 +156,7 @@ TEST(DialogFlow, AWindowClosedDuringASearchEndsItAndOneLoadedAnewIsLeftAlone) {
   }
 }
 
-TEST(DialogFlow, ASettingThatCannotBeReadForNowIsNotReplaced) {
+TEST(DialogFlow, ATemporarilyUnreadableSettingIsNotReplaced) {
   for (const bool chosen : {false, true}) {
     HeadlessApp app;
     app.SetVersionValue(kValueCheckedEvery, 0);
@@ -176,7 +176,7 @@ TEST(DialogFlow, ASettingThatCannotBeReadForNowIsNotReplaced) {
   }
 }
 
-TEST(DialogFlow, EachControlBearsItsOwnText) {
+TEST(DialogFlow, EachControlHasItsOwnText) {
   StartedApp app;
   const VerifyControls& c = app.controls();
   const auto text = [&](const std::string& key) { return app.program->localization.GetResString(key); };
@@ -232,16 +232,16 @@ TEST(DialogFlow, TheDialogHasItsDesignsColoursAndWidths) {
   }
 }
 
-// A client's process, without its automation object.
+// A process for clients, without an automation object.
 class Client : public StatusReceiver {
  public:
   void SetStatus(std::int32_t value) override { status = value; }
   std::int32_t status = StatusPending;
 };
 
-TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
+TEST(DialogFlow, ABackgroundCheckReportsItsResult) {
   const std::string stop = kOffer + "Stop application=";
-  // With the time that is stored; "": shown instead, or not at all.
+  // With the stored time; "": not stored.
   const std::tuple<Answer, std::int32_t, const char*, std::size_t> rows[] = {
       {Received(kNothing), StatusIdle,        "64800720",                 0          },
       {Silent(1),          StatusIdle,        "1440",                     0          },
@@ -259,7 +259,7 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
       app.dialog().Load();
       app.dialog().UpdaterObject = client;
       app.dialog().PrepareVerifyVersion();
-      app.dialog().CheckedOn = 1;  // as after a search by hand
+      app.dialog().CheckedOn = 1;  // as after a manual search
     });
     app.Pass(std::chrono::milliseconds(14999));
     EXPECT_TRUE(app.transfer.requests.empty());
@@ -271,10 +271,10 @@ TEST(DialogFlow, ASilentCheckEndsByItsOutcome) {
     EXPECT_EQ(app.dialog().Visible(), shown);
     if (shown) EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]) << "no state is shown";
     EXPECT_EQ(app.toolkit.topmost.size(), shown ? 1u : 0u) << "above all other windows for a client";
-    EXPECT_FALSE(app.toolkit.took_keyboard) << "from a user who types in another program";
+    EXPECT_FALSE(app.toolkit.took_keyboard) << "the user may type in another program";
     EXPECT_EQ(app.VersionValue(kValueCheckedOn), checked_on);
     EXPECT_EQ(app.toolkit.messages.size(), messages);
-    EXPECT_EQ(app.transfer.requests.size(), 1u) << "one search for one arming";
+    EXPECT_EQ(app.transfer.requests.size(), 1u) << "one search per call";
   }
 }
 

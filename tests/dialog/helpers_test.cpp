@@ -14,7 +14,7 @@ class HelpersTest : public testing::Test {
   MGlobal& global = app.program->global;
 };
 
-TEST_F(HelpersTest, FilesExistOnlyAsNormalFiles) {
+TEST_F(HelpersTest, OnlyNormalFilesExist) {
   app.folder.Write("data\\One.txt", "1");
   app.folder.Write("data\\.hidden", "1");
   for (const char* name : {"data\\One.txt", "data\\ONE.TXT", "data\\*.txt", "data\\on?.*", "data\\.hidden"}) {
@@ -34,7 +34,7 @@ TEST_F(HelpersTest, ExpandsTheProgramsFolder) {
   EXPECT_EQ(global.ExpandAppPath("[AppPath]x"), "[AppPath]x");
 }
 
-TEST_F(HelpersTest, NoValueIsEverCut) {
+TEST_F(HelpersTest, NoValueIsTruncated) {
   for (const std::size_t length : {0u, 1u, 253u, 254u, 255u, 256u, 510u, 511u, 512u, 70000u}) {
     const std::string value(length, 'x');
     const std::string file = app.folder.Write("long.ini", "[s]\r\nk=" + value + "\r\n");
@@ -44,7 +44,7 @@ TEST_F(HelpersTest, NoValueIsEverCut) {
 }
 
 TEST_F(HelpersTest, ListsOfNamesComeBackComplete) {
-  // Lists whose length lies round the sizes of the buffer, where one that is cut looks like one that fits.
+  // Lengths near the buffer sizes, where a truncated list looks like a complete one.
   for (const std::size_t length : {10u, 237u, 238u, 239u, 240u, 241u, 250u, 251u, 252u, 253u, 254u, 255u, 256u, 509u}) {
     const std::string last(length, 'k');
     const std::string file = app.folder.Write("names.ini", "[s]\r\na=1\r\n" + last + "=2\r\n[empty]\r\n");
@@ -55,7 +55,7 @@ TEST_F(HelpersTest, ListsOfNamesComeBackComplete) {
   }
 }
 
-TEST_F(HelpersTest, TellsAnEmptyValueFromAMissingKey) {
+TEST_F(HelpersTest, DistinguishesAnEmptyValueFromAMissingKey) {
   const std::string file = app.folder.Write("empty.ini", "[s]\r\nempty=\r\n");
   EXPECT_EQ(global.ReadProfileString("s", "empty", "default", file), "");
   EXPECT_EQ(global.ReadProfileString("s", "missing", nullptr, file), "");
@@ -76,7 +76,7 @@ TEST(Launcher, OnlyQuotesProtectABlank) {
   }
 }
 
-TEST(Launcher, WritesWhatItDoesAndLetsFiveSecondsPass) {
+TEST(Launcher, LogsTheStartAndWaitsFiveSeconds) {
   StartedApp app("", 1);
   int events = 0;
   app.loop.After(std::chrono::milliseconds(4999), [&] { ++events; });
@@ -91,7 +91,7 @@ TEST(Launcher, WritesWhatItDoesAndLetsFiveSecondsPass) {
   EXPECT_EQ(app.Log(), "Command line: \\a b\\x.exe\nParameters: /q\nReturn code: 1223\n");
 }
 
-TEST(Launcher, AGivenParameterLeavesTheCommandWhole) {
+TEST(Launcher, GivenParametersLeaveTheCommandUnsplit) {
   StartedApp app("", 1);
   app.shell.next_fault = {5, "shell", "No process can be made."};
   app.shell.next_error = 8;

@@ -21,14 +21,14 @@ TEST(Presentation, TheListMakesRoomForItsScrollBar) {
   const char* const line = "Short.";
   // 57 characters: one line at 5295 twips, two at 5010.
   const char* const longer = "Twelve words of a summary that is just as long as a line..";
-  // How many, with which text; whether there is a bar, how far it goes; the width, and the heights of the first ones
+  // Number and text of the items; whether there is a scroll bar, and its maximum; width, and heights of the first items
   // and the last.
   const std::tuple<int, const char*, bool, std::int16_t, Twips, Twips, Twips> rows[] = {
       {1,  line,   false, 0,     5790, 1005, 1005},
       {2,  line,   false, 0,     5790, 1050, 1005},
       {3,  line,   true,  960,   5505, 1050, 1005},
       {30, line,   true,  29310, 5505, 1050, 1005},
-      {40, line,   true,  32505, 5505, 1050, 1005}, // what doesn't fit 16 bits keeps the last number that did
+      {40, line,   true,  32505, 5505, 1050, 1005}, // beyond 16 bits the last valid number stays
       {3,  longer, true,  1545,  5505, 1245, 1200},
   };
   for (const auto& [count, summary, bar, maximum, width, first, last] : rows) {
@@ -49,7 +49,7 @@ TEST(Presentation, TheListMakesRoomForItsScrollBar) {
   }
 }
 
-TEST(Presentation, ADefaultThatHasNoTextCostsNoValue) {
+TEST(Presentation, AMissingDefaultLosesNoValue) {
   HeadlessApp app("/showupdates");
   app.folder.Write("app\\Languages\\English.ini",
                    kLanguageHead + "[Software updates]\r\nVersion information=[VERSION], [RELEASED]\r\n");
@@ -78,7 +78,7 @@ TEST(Presentation, TheListFollowsTheScrollBar) {
   EXPECT_EQ(app.dialog().FocusRequest(), c.txtFocus.Id());
 }
 
-TEST(Presentation, AListBuiltAnewDropsTheFormerItems) {
+TEST(Presentation, ANewListReplacesTheFormerItems) {
   StartedApp app("/showupdates", {Received(Modules(2))});
   VerifyControls& c = app.controls();
   c.picUpdates.SetHeight(1050 + 1005);
@@ -123,7 +123,7 @@ TEST(Presentation, FillsOneItemFromTheFile) {
   EXPECT_EQ(all(1),
             "4|stop|Designer|Mise a jour|Corrects printing.|http://maker/info|7.0.1300.0|http://maker/d.zip|1048576|"
             "0A1B2C3D|unzip:{app}|||Version 7.0.1300.0, released 12/2005")
-      << "a line behind a gap is never read";
+      << "lines after a gap aren't read";
   EXPECT_EQ(all(2), "3||Bare||||1||0|||||Version 1, released (no date given)");
 
   app.Click(app.controls().UpdateItem(1).lblMoreInfo);
@@ -178,7 +178,7 @@ TEST(AvailableUpdateItem, LaysItselfOut) {
   EXPECT_EQ(tops, (std::vector<Twips>{90, 300, 510, 720, 1035, 1050}));
   EXPECT_EQ(item.lblItem.Width(), 5295);
   item.SetHeight(10);
-  EXPECT_EQ(item.Height(), 1050) << "the texts say how high";
+  EXPECT_EQ(item.Height(), 1050) << "the height follows the texts";
   item.SetVersion("a version that is far longer than the line has room for, so that its end is not seen any more");
   EXPECT_EQ(item.Height(), 1050);
   item.SetExplanation(std::string(40, 'a') + " " + std::string(40, 'b'));

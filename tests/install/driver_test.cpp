@@ -13,7 +13,7 @@ constexpr const char* kPack = "123456789";
 
 struct Module {
   std::string name;
-  std::string lines;  // below those that every module has
+  std::string lines;  // after those that every module has
 };
 
 using Modules = std::vector<Module>;
@@ -38,7 +38,7 @@ Modules Two(const std::string& lines = "") {
   };
 }
 
-// The program with its offer on the screen.
+// The program with its list of updates on the screen.
 struct Offer : HeadlessApp {
   explicit Offer(const std::vector<Module>& modules, std::string command_line = "/showupdates")
       : HeadlessApp(std::move(command_line)) {
@@ -83,7 +83,7 @@ TEST(Driver, OneUpdateFromTheOfferToTheRecordedVersion) {
   EXPECT_EQ(app.unzip.objects, std::vector(1, calls));
   const RecordingShell::Launch launch{app.ProductFolder() + "setup.sh", "/q", 1};
   EXPECT_EQ(app.shell.launched, std::vector{launch});
-  EXPECT_EQ(app.dialog().CheckedOn, 41000) << "a run of one update leaves it alone";
+  EXPECT_EQ(app.dialog().CheckedOn, 41000) << "an installation doesn't change it";
 
   EXPECT_FALSE(app.controls().cmdLater.Visible() || app.controls().cmdInstall.Visible());
   EXPECT_TRUE(app.controls().txtProcessing.Visible() && !app.controls().picUpdates.Visible());
@@ -91,18 +91,18 @@ TEST(Driver, OneUpdateFromTheOfferToTheRecordedVersion) {
   app.Click(app.controls().cmdClose);
   EXPECT_FALSE(app.dialog().Loaded());
   for (const char* file : {"A.zip", "updates.ini"}) EXPECT_FALSE(app.files.Delete(app.ProductFolder() + file) == 0);
-  // A deleted file that is held keeps its room on the disk.
+  // An open deleted file still uses disk space.
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    std::error_code gone;  // the listing's own
+    std::error_code gone;  // for the directory listing's own descriptor
     const std::string file = std::filesystem::read_symlink(entry, gone);
     EXPECT_FALSE(file.starts_with(app.folder.NativePath().string())) << file;
   }
 }
 
-TEST(Driver, WhatWasVerifiedIsWhatIsUsed) {
-  for (const bool at_unzip : {true, false}) {  // or while the user is asked for his consent to a start
+TEST(Driver, OnlyTheVerifiedFileIsUsed) {
+  for (const bool at_unzip : {true, false}) {  // or while the user is asked for permission to start the program
     Offer app(One("Action 1=unzip:{app}\r\nAction 2=run:{current}A.zip /q\r\n"));
-    const auto replace = [&] {  // by another process, whose pack has the same name
+    const auto replace = [&] {  // by another process with a pack of the same name
       app.real_files.Delete(app.ProductFolder() + "A.zip");
       app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\A.zip", "another pack");
     };
@@ -129,7 +129,7 @@ TEST(Driver, AProgramThatDeletesItselfIsInstalled) {
   EXPECT_EQ(app.Recorded(), "A") << app.Transcript();
 }
 
-TEST(Driver, AFailedUpdateStopsItselfAlone) {
+TEST(Driver, AFailedUpdateDoesNotStopOthers) {
   const Answer good = Received(kPack), wrong = Received("12345678X"), none = Silent(1);
   const std::tuple<std::deque<Answer>, const char*, std::string, bool> rows[] = {
       {{good, good, good},   "Finished. Updates installed: 3.",                                          "ABC", true },
@@ -160,18 +160,18 @@ TEST(Driver, AFailedUpdateStopsItselfAlone) {
     app.Install(packs);
     EXPECT_TRUE(app.Transcript().ends_with(transcript)) << app.Transcript();
     EXPECT_EQ(app.Recorded(), recorded);
-    EXPECT_EQ(app.unzip.objects.size(), recorded.size()) << "a bad pack runs none of its lines";
+    EXPECT_EQ(app.unzip.objects.size(), recorded.size()) << "no action line of a bad pack runs";
     EXPECT_EQ(app.dialog().CheckedOn > 41000, checked);
     app.Click(app.controls().cmdClose);
     EXPECT_EQ(app.HasVersionValue(kValueCheckedOn), checked);
   }
 }
 
-TEST(Driver, ASilentCheckLeavesOfferInstallationAndTranscriptAlone) {
+TEST(Driver, ABackgroundCheckWaitsDuringOfferAndInstallation) {
   Offer app(One("Action 1=run:x\r\n"));
   app.dialog().PrepareVerifyVersion();
   app.Pass(std::chrono::seconds(40));
-  EXPECT_EQ(app.transfer.requests.size(), 1u) << "no search under an offer";
+  EXPECT_EQ(app.transfer.requests.size(), 1u) << "no search during an offer";
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(10);
   app.Install({slow});
@@ -181,7 +181,7 @@ TEST(Driver, ASilentCheckLeavesOfferInstallationAndTranscriptAlone) {
   EXPECT_TRUE(app.controls().cmdClose.Visible());
 }
 
-TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
+TEST(Driver, ClosingTheWindowDependsOnTheState) {
   Offer app(Two());
   Answer slow = Received(kPack);
   slow.step = std::chrono::seconds(1);
@@ -195,10 +195,10 @@ TEST(Driver, ClosingTheWindowMeansWhatTheStateSays) {
   EXPECT_NE(app.dialog().CheckedOn, 0);
   app.CloseWindow();
   EXPECT_FALSE(app.dialog().Loaded());
-  EXPECT_FALSE(app.HasVersionValue(kValueCheckedOn)) << "only the button keeps the moment";
+  EXPECT_FALSE(app.HasVersionValue(kValueCheckedOn)) << "only the button stores the time";
 }
 
-TEST(Driver, AsksBeforeTheHostProductIsStopped) {
+TEST(Driver, AsksBeforeItStopsTheHostProduct) {
   using Styles = std::vector<std::int32_t>;
   const Styles none, question{36}, warning{48}, both{36, 48};
   const char *host = "/showupdates /window:5", *asked = "Tessaly Studio has to be closed";
@@ -225,11 +225,11 @@ TEST(Driver, AsksBeforeTheHostProductIsStopped) {
     EXPECT_EQ(app.shell.closed_windows, Styles(static_cast<std::size_t>(closed), 5));
     EXPECT_EQ(app.transfer.requests.size(), installed ? 3u : 1u);
     EXPECT_EQ(app.Recorded(), installed ? "AB" : "");
-    EXPECT_EQ(app.dialog().Loaded(), installed) << "No takes the road of the later button";
+    EXPECT_EQ(app.dialog().Loaded(), installed) << "No acts like the later button";
   }
 }
 
-TEST(Driver, ActionsThatFailEndTheirUpdate) {
+TEST(Driver, AFailedActionEndsItsUpdate) {
   const Fault no_memory{8, "", "No memory."};
   // clang-format off
   const std::tuple<const char*, std::int32_t, Fault, const char*, std::size_t> rows[] = {
@@ -294,7 +294,7 @@ TEST(Driver, EachVerbStartsItsProgram) {
   EXPECT_TRUE(app.folder.Has("CommonAppData\\Quillon Systems\\Tessaly Studio"));
 }
 
-TEST(Driver, ExecuteEndsTheProcessInTheMiddle) {
+TEST(Driver, ExecuteEndsTheProcess) {
   Offer app(Two("Action 1=execute:{app}setup.sh\r\nAction 2=run:x\r\n"));
   const SteadyTime begun = app.clock.Steady();
   app.Install();

@@ -56,7 +56,7 @@ class FeedbackTest : public testing::Test {
   HeadlessApp app;
 };
 
-TEST_F(FeedbackTest, DotsComeAndGoWithTheirLine) {
+TEST_F(FeedbackTest, DotsBelongToTheirLine) {
   Say(fbBegin, {""});
   EXPECT_EQ(Lines(), "Begin");
   EXPECT_EQ(app.controls().txtProcessing.Look().rect, app.controls().picUpdates.Look().rect);
@@ -81,22 +81,22 @@ TEST_F(FeedbackTest, DotsComeAndGoWithTheirLine) {
   EXPECT_EQ(app.Log(), "Begin\n\n\nVerifying\nVerifying ok\nUnzipping\nInstalled\nThe end\n");
 }
 
-TEST_F(FeedbackTest, SlowStepsHaveDotsAndOthersEndThemAndAllButDownloadsAreLogged) {
+TEST_F(FeedbackTest, OnlySlowStepsHaveDotsAndAllButDownloadsAreLogged) {
   for (std::int32_t state = fbBegin; state <= fbFinished; ++state) {
     const bool slow = state == fbDownload || state == fbVerifying || state == fbUnzipping || state == fbExecuting ||
                       state == fbUnregistering || state == fbRegistering;
     Say(fbBegin);
     Say(fbDownload, {"Pack", "1"});
-    if (state == fbPrintDot || state == fbBegin) continue;  // a dot by hand changes nothing; a run begins without any
+    if (state == fbPrintDot || state == fbBegin) continue;  // a manual dot changes nothing; a run starts without dots
     const std::string log = app.Log();
     Say(state, {"Pack", "1"});
-    EXPECT_EQ(app.Log() != log, state != fbDownload) << state << ": a line of the log";
+    EXPECT_EQ(app.Log() != log, state != fbDownload) << state << ": a log line";
     Dots(3);
     EXPECT_EQ(Lines().ends_with("..."), slow) << state;
   }
 }
 
-TEST_F(FeedbackTest, FailuresShowTheirReasonAndMissingValuesLeaveTheirPlaceholders) {
+TEST_F(FeedbackTest, FailuresShowTheirReasonAndMissingValuesKeepTheirPlaceholders) {
   const std::pair<std::vector<std::string>, std::string> rows[] = {
       {{"folder", "{x}"},                  "<{x}>"                            },
       {{"launch", "a.exe", "5", "denied"}, "a.exe/5/denied"                   },
@@ -109,7 +109,7 @@ TEST_F(FeedbackTest, FailuresShowTheirReasonAndMissingValuesLeaveTheirPlaceholde
   }
 }
 
-TEST_F(FeedbackTest, OddCallsDoNoHarm) {
+TEST_F(FeedbackTest, UnexpectedCallsAreHarmless) {
   Say(fbInstalled);  // before any run
   EXPECT_EQ(Lines(), "Installed");
   Say(fbBegin);
@@ -119,12 +119,12 @@ TEST_F(FeedbackTest, OddCallsDoNoHarm) {
   EXPECT_EQ(Lines(), "Begin");
   Say(fbDownload, {"Pack", "much"});
   EXPECT_EQ(Lines(), "Begin\nPack 0 bytes ");
-  Say(fbDownloadFailed);  // its text is in no language file
+  Say(fbDownloadFailed);  // no language file has its text
   EXPECT_EQ(Lines(), "Begin\nPack 0 bytes\n");
   Say(fbFinished, {""});
   EXPECT_EQ(Lines(), "Begin\nPack 0 bytes\n\n");
   Say(fbBegin);
-  EXPECT_EQ(Lines(), "Begin") << "a new run drops the lines of the one before";
+  EXPECT_EQ(Lines(), "Begin") << "a new run removes the lines of the former one";
 }
 
 }  // namespace

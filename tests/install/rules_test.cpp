@@ -1,4 +1,4 @@
-// The rules below the installation: path macros and checksums.
+// The rules of the installation: path macros and checksums.
 #include <gtest/gtest.h>
 
 #include "base/runtime_error.h"
@@ -63,7 +63,7 @@ TEST_F(ChecksumTest, FilesOfAllLengths) {
 }
 
 TEST_F(ChecksumTest, EventsRunWhileAFileIsRead) {
-  // Each event brings about the next, so that each byte's turn is needed.
+  // Each event posts the next, so every byte processes one.
   int events = 0;
   std::function<void()> event = [&] {
     ++events;
@@ -71,7 +71,7 @@ TEST_F(ChecksumTest, EventsRunWhileAFileIsRead) {
   };
   app.loop.Post(event);
   checksum.GetFileCrc32(app.folder.Write("data", std::string(100, 'x')));
-  EXPECT_EQ(events, 101) << "before the chunk and before each byte";
+  EXPECT_EQ(events, 101) << "once before the chunk and once before each byte";
 }
 
 TEST_F(ChecksumTest, AFileThatCannotBeReadMatchesNothing) {
@@ -80,15 +80,15 @@ TEST_F(ChecksumTest, AFileThatCannotBeReadMatchesNothing) {
     app.files.failures = std::vector(1, FailingFiles::Failure{call, 0, 5});
     const std::int32_t crc = checksum.GetFileCrc32(file);
     EXPECT_NE(crc, static_cast<std::int32_t>(0xCBF43926));
-    EXPECT_NE(crc, 0) << "which a missing checksum reads as";
+    EXPECT_NE(crc, 0) << "the value of a missing checksum";
 
-    // Packs end in zeros, which is what is easily taken for the bytes that didn't come.
+    // Zeros at the end of a pack could be mistaken for missing bytes.
     const std::string zeros = app.folder.Write("zeros", std::string(8194, '\0'));
     EXPECT_NE(checksum.GetFileCrc32(zeros), Slowly(std::string(8194, '\0')));
   }
 }
 
-TEST_F(ChecksumTest, ArraysEndWhereTheirIndexesDo) {
+TEST_F(ChecksumTest, ArraysAreLimitedToTheirIndexes) {
   const std::vector<std::uint8_t> bytes(32769, 1);
   EXPECT_EQ(checksum.GetByteArrayCrc32({}), 0);
   EXPECT_EQ(checksum.GetByteArrayCrc32(std::span(bytes).first(32768)), Slowly(std::string(32768, '\1')));

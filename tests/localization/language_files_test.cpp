@@ -1,4 +1,4 @@
-// The product's own language files, and files that are none.
+// The product's own language files, and invalid ones.
 #include <gtest/gtest.h>
 #include <iconv.h>
 
@@ -31,7 +31,7 @@ std::set<std::string> AllMatches(const std::string& text, const char* pattern) {
   return found;
 }
 
-TEST(TextKeys, TheCodeAndItsListHoldTheSame) {
+TEST(TextKeys, TheCodeAndItsListMatch) {
   const fs::path list = kSource / "src/localization/MLocalizationText.h";
   std::string code;
   for (const auto& entry : fs::recursive_directory_iterator(kSource / "src")) {
@@ -41,8 +41,7 @@ TEST(TextKeys, TheCodeAndItsListHoldTheSame) {
   const std::set<std::string> declared = AllMatches(header, R"(ResourceKey (k\w+)\{)");
   EXPECT_EQ(declared, AllMatches(header, R"(&(k\w+))"));
   EXPECT_EQ(declared, AllMatches(code, R"(text_key::(k\w+))"));
-  EXPECT_EQ(AllMatches(code, R"re(("\d\d:[A-Z][^"]*"))re"), std::set<std::string>())
-      << "a key that the list doesn't know";
+  EXPECT_EQ(AllMatches(code, R"re(("\d\d:[A-Z][^"]*"))re"), std::set<std::string>()) << "a key that isn't in the list";
 
   std::set<std::string> keys, filled;
   for (const ResourceKey* key : text_key::kAll) {
@@ -51,7 +50,7 @@ TEST(TextKeys, TheCodeAndItsListHoldTheSame) {
   }
   EXPECT_EQ(keys.size(), 70u);
   std::set<std::string> in_code = AllMatches(code, R"re("(\[[A-Z][A-Z/:_-]+\])")re");
-  in_code.erase("[MODULE]");  // of a registry value's name
+  in_code.erase("[MODULE]");  // in the name of a registry value
   EXPECT_EQ(in_code, filled);
 }
 
@@ -71,12 +70,12 @@ TEST(LanguageFiles, EveryLetterExistsInTheCodePageOfItsCountry) {
   EXPECT_EQ(std::distance(fs::directory_iterator(kSource / "resources/Languages"), {}), files);
 }
 
-// The file of the language or the skin in use: the program says what is wrong, and goes on if it can.
-TEST(LanguageFiles, WhatIsNoLanguageOrSkinFileIsReportedAndHarmless) {
+// The language or skin file in use: the program reports what is wrong and continues if it can.
+TEST(LanguageFiles, InvalidLanguageAndSkinFilesAreReported) {
   std::string again = kLanguageHead + "[Software updates]\r\n";
   for (int i = 0; i < 1000; ++i) again += "Title=" + std::to_string(i) + "\r\n";
   const std::string texts = kLanguageHead + "[Software updates]\r\nTitle=";
-  // The file, whether it is valid, and the title that the dialog shows.
+  // The file, whether it is valid, and the title of the dialog.
   const std::tuple<std::string, bool, const char*> rows[] = {
       {"",                                          false,                                     ""},
       {std::string(1000,                            '\0'),                                     false,""},
@@ -120,7 +119,7 @@ TEST(LanguageFiles, SettingsOfAWrongTypeAreReadAsText) {
     app.toolkit.answers = {kAnswerOk};
     app.Start();
     EXPECT_TRUE(app.dialog().Visible());
-    EXPECT_EQ(app.controls().cmdClose.Text(), "Close") << "the English file serves";
+    EXPECT_EQ(app.controls().cmdClose.Text(), "Close") << "from the English file";
     EXPECT_EQ(app.toolkit.messages.size(), 1u);
   }
 }

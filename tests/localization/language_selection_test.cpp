@@ -25,12 +25,12 @@ TEST(LanguageVersions, Accepted) {
   EXPECT_FALSE(FitsVersionPart("abc", "a*d*c"));
 }
 
-TEST(LanguageSelection, EachPairOfFilesHasItsOutcome) {
+TEST(LanguageSelection, EachPairOfFilesHasItsResult) {
   enum File { kNone, kBad, kGood };
   const std::string verify = "Please verify or reinstall the software.";
   const std::string repair = "It would be a great idea to repair the installation.";
   const std::string stop = "The program can't continue. Please reinstall the software.";
-  // The files of the language and of English, the message's icon, beginning and end. "": none.
+  // The selected and the English file; the message's icon, beginning and end. "": none.
   const std::tuple<const char*, File, File, int, const char*, std::string> rows[] = {
       {"English", kNone, kNone, 16, "The english language file (EN) can't be found. The program",            stop  },
       {"French",  kNone, kNone, 16,
@@ -99,13 +99,13 @@ TEST(LanguageSelection, AFirstRunCopiesTheMachinesLanguage) {
   }
 }
 
-TEST(LanguageSelection, PendingFilesAreTakenIntoUseOnce) {
+TEST(LanguageSelection, PendingFilesAreInstalledOnce) {
   const std::string folder = "app\\Languages\\", pending = kValid + "Language=New\r\n";
-  for (const bool rename_fails : {false, true}) {  // a copy does the same work
+  for (const bool rename_fails : {false, true}) {  // then it copies instead
     HeadlessApp app;
     app.folder.Write(folder + "English.NEW.ini", pending);
     app.folder.Write(folder + "German.new.ini", kValid);
-    // One that can't be taken is left for the next start, and the others are taken all the same.
+    // A file that can't be installed is left for the next start; the others are installed.
     std::filesystem::create_directory(app.folder.NativePath(folder + "Danish.ini"));
     app.folder.Write(folder + "Danish.new.ini", kValid);
     if (rename_fails) app.files.failures.push_back({FileCall::kRename, 0, 5});

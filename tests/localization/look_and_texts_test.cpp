@@ -11,10 +11,10 @@ const std::string kValidSkin =
     "[General]\r\nDescription=Tessaly Studio Skin description file\r\nVersion=7.0.1400.1\r\n";
 const std::string kInvalidSkin = "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1400.1\r\n";
 
-TEST(Skins, SelectionAndItsOutcomes) {
+TEST(Skins, SelectionAndItsResults) {
   using Icons = std::vector<std::int32_t>;
-  // The settings of the user and the machine; the skins that are there, small letters for invalid ones; the one in
-  // force; the messages, and the skin that they name.
+  // The settings of the user and the machine; the existing skins, in lower case if invalid; the selected one; the
+  // messages, and the skin that they name.
   const std::tuple<std::string, std::string, std::string, std::string, Icons, std::string> rows[] = {
       {"",    "",  "D",   "Default", {},       ""       },
       {"",    "B", "BD",  "B",       {},       ""       },
@@ -78,12 +78,12 @@ TEST(Fonts, FollowTheLanguagesCharacterSetOrTheSystems) {
       EXPECT_EQ(font.charset, chosen) << line;
       EXPECT_EQ(font.name, name) << line;
     }
-    EXPECT_TRUE(app.controls().lblInfo100.GetFont().bold) << "size and weight stay";
+    EXPECT_TRUE(app.controls().lblInfo100.GetFont().bold) << "size and weight are kept";
     EXPECT_EQ(app.controls().UpdateItem(0).lblItem.GetFont().name, "Tahoma") << "the list keeps its design";
   }
 }
 
-TEST(DialogTexts, AMissingKeyAbandonsItsStatementAlone) {
+TEST(DialogTexts, AMissingKeyAffectsOnlyItsStatement) {
   HeadlessApp app;
   app.folder.Write(
       "app\\Languages\\English.ini",
@@ -93,8 +93,8 @@ TEST(DialogTexts, AMissingKeyAbandonsItsStatementAlone) {
   app.Start();
   EXPECT_EQ(app.controls().lblInfo100.Text(), "The title");
   EXPECT_EQ(app.controls().cmdInstall.Text(), "Go");
-  EXPECT_EQ(app.controls().cmdOK.Text(), "OK") << "the design's caption stays";
-  EXPECT_TRUE(app.dialog().FrequencyTexts.empty()) << "one lookup failed, so the whole list is abandoned";
+  EXPECT_EQ(app.controls().cmdOK.Text(), "OK") << "keeps the design's caption";
+  EXPECT_TRUE(app.dialog().FrequencyTexts.empty()) << "one look-up failed, so the list stays empty";
   EXPECT_TRUE(app.dialog().CheckLinkTexts.empty());
   EXPECT_EQ(app.controls().lblInfo105.Text(), "");
   EXPECT_EQ(app.controls().lblInfo103.Tag(), "3");
@@ -104,7 +104,7 @@ TEST(DialogTexts, AMissingKeyAbandonsItsStatementAlone) {
 
 class ResourceStringsTest : public testing::Test {
  protected:
-  // Sets the language files and runs the set-up; messages about their validity are answered.
+  // Writes the language files and runs the set-up; answers messages about invalid files.
   void SetUp(const std::string& french, const std::string& english) {
     app.folder.Write("app\\Languages\\French.ini", french);
     app.folder.Write("app\\Languages\\English.ini", english);
@@ -147,7 +147,7 @@ TEST_F(ResourceStringsTest, TextsAreCleanedUp) {
                                "C:\\New|C:\\New",
                                "say \"x\"|say \"x\"",
                                "\"   \"|   ",
-                               "' \"  x \" '|  x "};  // the reader takes the outer pair
+                               "' \"  x \" '|  x "};  // the reader removes the outer pair
   std::string file = kLanguageHead + "[Software updates]\r\n";
   for (std::size_t i = 0; i < std::size(cases); ++i) file += std::to_string(i) + "=" + Split(cases[i], "|")[0] + "\r\n";
   SetUp(file, kLanguageHead);
@@ -156,12 +156,12 @@ TEST_F(ResourceStringsTest, TextsAreCleanedUp) {
   }
 }
 
-TEST_F(ResourceStringsTest, TheNotFoundTextIsAResourceItself) {
+TEST_F(ResourceStringsTest, TheNotFoundTextIsAResourceToo) {
   SetUp(kLanguageHead + "Resource missing=no [resource_number]\\n[RESOURCE_SECTION]\r\n", kLanguageHead);
   EXPECT_EQ(Text("49:Key"), "<no Key\r\nSoftware updates>");
 }
 
-TEST_F(ResourceStringsTest, LanguageInfoHoldsWhatTheSelectedFileSays) {
+TEST_F(ResourceStringsTest, LanguageInfoComesFromTheSelectedFile) {
   SetUp(kLanguageHead + "Language=Fran\u00E7ais\r\nLanguage, abbreviated=FR\r\nDefault skin=Blue\r\n", kLanguageHead);
   const char* kExpected[] = {"French", "Fran\u00E7ais", "FR", "7.0.1576", "Blue"};
   for (std::int32_t i = 0; i < 5; ++i) EXPECT_EQ(app.program->localization.GetLanguageInfo(i), kExpected[i]);

@@ -10,7 +10,7 @@
 namespace tsly {
 namespace {
 
-TEST(Display, IsTrustedOnlyWhereAWindowCanBeShown) {
+TEST(Display, IsFoundOnlyIfItCanShowWindows) {
   const TempFolder folder;
   folder.Write("no-socket", "");
   const std::string no_socket = folder.NativePath("no-socket").string();

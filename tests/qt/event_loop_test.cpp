@@ -43,7 +43,7 @@ TEST_F(QtEventLoopTest, OtherThreadsPost) {
   poster.join();
 }
 
-TEST_F(QtEventLoopTest, DescriptorsAreWatchedUntilToldOtherwise) {
+TEST_F(QtEventLoopTest, DescriptorsAreWatchedUntilStopped) {
   std::array<int, 2> ends{};
   ASSERT_EQ(pipe(ends.data()), 0);
   int reads = 0, writes = 0;
@@ -51,7 +51,7 @@ TEST_F(QtEventLoopTest, DescriptorsAreWatchedUntilToldOtherwise) {
     EXPECT_FALSE(readable);
     EXPECT_TRUE(writable);
     ++writes;
-    loop.Watch(ends[1], false, false, {});  // out of its own call
+    loop.Watch(ends[1], false, false, {});  // inside its own call
   });
   EXPECT_EQ(writes, 0);
   EXPECT_TRUE(RunUntil([&] { return writes == 1; }));

@@ -43,7 +43,7 @@ RegData Text(std::string text) { return text; }
 std::string Zero(std::string text) { return text + '\0'; }
 
 TEST_F(MRegistryTest, JoinsPaths) {
-  // The key, the subkey and the path, which loses one backslash at each end of the key.
+  // The key, the subkey and the path, without one backslash at each end of the key.
   for (const char* row :
        {"||", "A||A", "|B|B", "A|B|A\\B", "A\\|B|A\\B", "\\A|B|A\\B", "A\\\\\\\\|B|A\\\\\\B", "\\\\A||A"}) {
     const std::vector<std::string> parts = Split(row, "|");
@@ -75,7 +75,7 @@ TEST_F(MRegistryTest, WritesEachTypeInItsForm) {
   EXPECT_FALSE(registry.RegValueExists(kCurrentUser, kKey, "Other", ""));
 }
 
-TEST_F(MRegistryTest, AnExplicitTypeSendsTheTextForm) {
+TEST_F(MRegistryTest, AnExplicitTypeWritesTheTextForm) {
   const std::string nought(4, '\0'), number("\2\1\0\0", 4);
   const std::tuple<RegData, std::uint32_t, std::optional<std::uint32_t>, std::string> cases[] = {
       {Text("abc"), kRegSz,       std::nullopt, "abc"      },
@@ -91,7 +91,7 @@ TEST_F(MRegistryTest, AnExplicitTypeSendsTheTextForm) {
   }
 }
 
-TEST_F(MRegistryTest, ReadsEachTypeAndGivesTheDefaultForOthers) {
+TEST_F(MRegistryTest, ReadsEachTypeAndReturnsTheDefaultForOthers) {
   const RegData fallback = Text("default");
   const std::string with_zeros("\0a\0", 3), eight(8, '\1');
   const std::tuple<std::uint32_t, std::string, RegData> cases[] = {
@@ -113,7 +113,7 @@ TEST_F(MRegistryTest, ReadsEachTypeAndGivesTheDefaultForOthers) {
   }
 }
 
-TEST_F(MRegistryTest, TellsFailuresInItsRecordAlone) {
+TEST_F(MRegistryTest, ReportsFailuresOnlyInItsRecord) {
   Store("There", kRegSz, Zero("x"));
   const char* const unopened = "Unable to open registry key";
   const std::tuple<const char*, int, const char*, const char*, RegData, const char*> reads[] = {
@@ -156,7 +156,7 @@ TEST_F(MRegistryTest, ListsNamesFromIndexOne) {
   EXPECT_FALSE(registry.RegValueExists(kCurrentUser, kKey, "On", ""));
 
   Store(std::string(5000, 'n'), kRegSz, Zero("3"));
-  EXPECT_EQ(registry.GetRegValueNames(kCurrentUser, kKey, names), 0) << "a name beyond the buffer ends the walk";
+  EXPECT_EQ(registry.GetRegValueNames(kCurrentUser, kKey, names), 0) << "a name longer than the buffer ends the list";
   EXPECT_EQ(registry.RegErrorNumber, kMoreData);
   EXPECT_EQ(registry.RegErrorText, "Unable to read the value names for the Registry");
   EXPECT_EQ(names, std::vector<std::string>{""});
@@ -169,7 +169,7 @@ TEST_F(MRegistryTest, AnUnknownRootIsTheCurrentUsers) {
   EXPECT_EQ(registry.GetRegValue(kLocalMachine, kKey, "Value", 0), RegData(0));
 }
 
-TEST_F(MRegistryTest, ARemoteComputerIsOutOfReach) {
+TEST_F(MRegistryTest, RemoteComputersAreNotSupported) {
   EXPECT_EQ(registry.GetRegValue(kCurrentUser, kKey, "Value", 5, "far"), RegData());
   EXPECT_EQ(registry.RegErrorText, "Cannot open Registry for computer far");
   EXPECT_EQ(registry.SetRegValue(kCurrentUser, kKey, "Value", 5, "\\\\far"), kBadNetworkPath);

@@ -20,7 +20,7 @@ std::string LogLines(const std::string& file) {
   std::string lines;
   for (std::string line; std::getline(log, line);) {
     EXPECT_TRUE(line.ends_with('\r')) << line;
-    // A text that holds line ends goes on without a stamp.
+    // The following lines of a multi-line text have no stamp.
     const std::size_t stamp = line.size() > 21 && line[4] == '-' ? 21 : 0;
     lines += line.substr(stamp, line.size() - stamp - 1) + "\n";
   }
@@ -38,7 +38,7 @@ HeadlessApp::HeadlessApp(std::string command_line, std::int32_t start_mode)
 
 HeadlessApp::~HeadlessApp() {
   for (const RuntimeError& fault : dialog().UnhandledErrors()) {
-    ADD_FAILURE() << "a fault that nobody skipped: " << fault.source << ": " << fault.description;
+    ADD_FAILURE() << "an unhandled error: " << fault.source << ": " << fault.description;
   }
 }
 
@@ -54,7 +54,7 @@ void HeadlessApp::Run(const std::function<void()>& deed) {
     deed();
   } catch (const ProcessEnded&) {
     ended = true;
-    EXPECT_EQ(WaitsAndWrites(), at_end_) << "something went on after the end of the process";
+    EXPECT_EQ(WaitsAndWrites(), at_end_) << "the program continued after the end of the process";
   } catch (const StuckWait&) {
     ADD_FAILURE() << "a wait that nothing can end";
   }

@@ -18,7 +18,7 @@ TimerId VirtualLoop::StartTimer(milliseconds interval, std::function<void()> tic
 
 void VirtualLoop::Post(std::function<void()> event) { events_.push_back(std::move(event)); }
 
-// The oldest event, or else the first timer that is due by `latest`, to whose moment the clock then moves.
+// Runs the oldest event, or else the first timer that is due by `latest`, after moving the clock to its time.
 bool VirtualLoop::ServeOne(SteadyTime latest) {
   if (!events_.empty()) {
     const auto event = std::move(events_.front());
@@ -53,7 +53,7 @@ void VirtualLoop::RunFor(milliseconds time) {
   if (clock_.Steady() < end) clock_.Advance(end - clock_.Steady());
 }
 
-// What waits now; what these events bring about waits for the next turn.
+// Processes the events pending now; those that they post wait for the next turn.
 bool VirtualLoop::ProcessPendingEvents() {
   bool served = false;
   for (std::size_t left = events_.size(); left > 0 && !events_.empty(); --left) served = ServeOne(clock_.Steady());

@@ -1,5 +1,5 @@
-// Time and events of the tests: nothing passes on its own. The clock stands until a wait moves it to the next timer or
-// to its end, and a wait that nothing could ever end fails the test instead of hanging.
+// Virtual time and events for tests. Only a wait moves the clock, to the next timer or to the end of the wait. A wait
+// that nothing can end fails the test instead of hanging.
 #pragma once
 
 #include <chrono>
@@ -35,9 +35,9 @@ class VirtualLoop : public EventLoop {
 
   int waits = 0;
 
-  // What a user or another process does at a time from now.
+  // Schedules an action of a user or another process.
   void After(std::chrono::milliseconds delay, std::function<void()> deed);
-  // Serves everything that happens within a time from now.
+  // Processes everything that happens within `time`.
   void RunFor(std::chrono::milliseconds time);
 
   void Wait(SteadyTime until) override;
