@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t kSizeLimit = std::int64_t{256} << 20;
 constexpr std::size_t kCachedFiles = 8;
 
-// Two writes within one tick of the file system's clock leave the same stamp; ticks are 10 ms at most.
+// Two writes within one tick of the file system's clock (at most 10 ms) have the same stamp.
 constexpr std::int64_t kSettlingTime = 20'000'000;
 
 std::int64_t Now() {
@@ -29,12 +29,12 @@ std::uint32_t CopyText(std::string_view text, std::span<char> buffer) {
   return static_cast<std::uint32_t>(length);
 }
 
-// A list of names in a buffer. One whose last zero would be the buffer's last character counts as cut, too.
+// A list of names in a buffer. Counts as truncated even if its last zero would be the last character of the buffer.
 class NameList {
  public:
   explicit NameList(std::span<char> buffer) : buffer_(buffer) {}
 
-  // False when nothing more fits.
+  // False if the name doesn't fit.
   bool Add(std::string_view name) {
     is_empty_ = false;
     if (buffer_.size() < 2) return false;
@@ -99,7 +99,7 @@ int CachedIniReader::ReadText(File& file, std::int64_t size, std::string& text) 
   return kSuccess;
 }
 
-// A document above the limit reads as one without sections, as a file does.
+// A document above the limit counts as empty, like a file.
 int CachedIniReader::ReadDocument(OpenFile& document, std::string& text) {
   std::int64_t length = 0;
   if (const int code = document.Length(length); code != kSuccess) return code;
@@ -107,7 +107,7 @@ int CachedIniReader::ReadDocument(OpenFile& document, std::string& text) {
 }
 
 int CachedIniReader::Pin(const std::string& file, OpenFile* document) {
-  // First the memory of what was read before goes.
+  // First frees the memory of the former contents.
   pinned_.erase(file);
   cache_.remove_if([&](const CachedFile& cached) { return cached.path == file; });
   std::string text;
@@ -142,7 +142,7 @@ const IniIndex* CachedIniReader::Load(const std::string& path) {
   std::string text;
   if (!stamp || stamp->size > kSizeLimit || ReadText(*file, stamp->size, text) != kSuccess) return nullptr;
   ++read_count_;
-  // The time of change alone tells the age: the time of modification can be set to anything.
+  // Uses the time of change, because the modification time can be set to anything.
   const bool settled = file->Stamp() == stamp && begin - stamp->changed > kSettlingTime;
   cache_.push_front(
       {path, native, files_->IsExact(path, native), settled, *stamp, std::make_unique<IniIndex>(std::move(text))});

@@ -18,8 +18,8 @@ namespace tsly {
 
 class CachedIniReader : public ProfileReader {
  public:
-  // The code page that files are in. Without one (or with 65001) they are UTF-8, and bytes that are no UTF-8 pass as
-  // they are; with one, bytes that it doesn't know become U+FFFD. UTF-16LE with its mark is read in either case.
+  // The code page of the files. Without one (or with 65001) files are UTF-8, and other bytes pass unchanged; with one,
+  // invalid bytes become U+FFFD. UTF-16LE with a byte order mark is always recognised.
   CachedIniReader(std::unique_ptr<IniFiles> files, std::optional<std::uint32_t> code_page)
       : files_(std::move(files)), code_page_(code_page) {}
 
@@ -28,7 +28,7 @@ class CachedIniReader : public ProfileReader {
   int Pin(const std::string& file, OpenFile* document) override;
   void Unpin(const std::string& file) override { pinned_.erase(file); }
 
-  // How many times a file was read, so that tests and measurements see what the cache saves.
+  // How many times files were read, for tests and benchmarks of the cache.
   int ReadCount() const { return read_count_; }
 
  private:

@@ -1,5 +1,4 @@
-// What the reader of INI files asks of an edition: files with the marks by which a change shows, and code pages. One
-// thread.
+// The interface of an edition for the INI reader: files with change stamps, and code pages. One thread.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +22,7 @@ struct IniStamp {
 class IniFile {
  public:
   virtual ~IniFile() = default;
-  // Nothing for what isn't a regular file.
+  // Nothing if it isn't a regular file.
   virtual std::optional<IniStamp> Stamp() = 0;
   // As OpenFile::ReadAt (ports/files.h).
   virtual int ReadAt(std::int64_t offset, std::span<char> buffer, std::size_t& got) = 0;
@@ -34,11 +33,11 @@ class IniFiles {
   virtual ~IniFiles() = default;
   // The system's form of a core path.
   virtual std::string NativePath(const std::string& path) = 0;
-  // The native path is the path letter for letter, so that no file which is made later can come before it.
+  // The native path matches exactly, so no file created later can take precedence.
   virtual bool IsExact(const std::string& path, const std::string& native) = 0;
-  // Without opening it; nothing as above, and when there is none.
+  // Without opening it; nothing as above, and if there is none.
   virtual std::optional<IniStamp> Stamp(const std::string& native) = 0;
-  // Null when it can't be opened.
+  // Null if it can't be opened.
   virtual std::unique_ptr<IniFile> Open(const std::string& native) = 0;
   virtual std::unique_ptr<CodePageConverter> OpenCodePage(std::uint32_t code_page) = 0;
 };

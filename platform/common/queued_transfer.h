@@ -1,6 +1,6 @@
-// What the transfer controls of all editions share: one request at a time; spools the response to disk and delivers
-// states through the event loop. Owned by the program, on its only thread. Tests of the core use ScriptedTransfer
-// instead; one contract suite tests both.
+// Shared by the transfer controls of all editions: handles one request at a time, spools the response to disk and
+// delivers states through the event loop. Owned by the program, on its only thread. Tests of the core use
+// ScriptedTransfer instead; one contract suite tests both.
 #pragma once
 
 #include <chrono>
@@ -16,11 +16,11 @@
 namespace tsly {
 
 inline constexpr int kMostRedirects = 10;
-inline constexpr std::chrono::milliseconds kBetweenProgress{50};  // the least between two calls of ReceiveMore
+inline constexpr std::chrono::milliseconds kBetweenProgress{50};  // the minimum between two calls of ReceiveMore
 std::string UserAgent();
 
-// One GET. It ends at its end or its destruction, whichever comes first. It adds to the states and to the spool, and
-// clears the spool before it adds a failure.
+// One GET, until its end or its destruction. Adds to the states and to the spool, and clears the spool before it adds a
+// failure.
 class TransferRequest {
  public:
   virtual ~TransferRequest() = default;
@@ -47,7 +47,7 @@ class QueuedTransfer : public TransferControl {
 
  protected:
   struct Start {
-    std::string address;                 // as UsableAddress gave it
+    std::string address;                 // as returned by UsableAddress
     std::chrono::seconds idle_time_out;  // without a byte; 0: none
     ResponseSpool& spool;
     TransferStates& states;
@@ -57,7 +57,7 @@ class QueuedTransfer : public TransferControl {
  private:
   struct Delivery;
 
-  // Sets `address` to the form for a request; a fault for one that isn't usable (12005, 12006).
+  // Sets `address` to the form for a request; a fault for an invalid one (12005, 12006).
   virtual Fault UsableAddress(const std::string& given, std::string& address) = 0;
   virtual std::unique_ptr<TransferRequest> Begin(const Start& start) = 0;
 

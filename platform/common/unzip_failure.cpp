@@ -8,7 +8,7 @@
 namespace tsly {
 namespace {
 
-// Without characters that would change the line that it is part of.
+// Replaces characters that would break the line.
 std::string InOneLine(std::string text, char line_end) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = c == '\n' ? line_end : '?';
@@ -16,7 +16,7 @@ std::string InOneLine(std::string text, char line_end) {
   return TrimEnd(text);
 }
 
-// A name of moderate length.
+// Truncates a long name.
 std::string Shown(std::string name) {
   constexpr std::size_t kLongest = 200;
   if (name.size() > kLongest) {
@@ -31,7 +31,7 @@ std::string Shown(std::string name) {
 
 std::string Describe(const UnzipFailure& failure) {
   static constexpr struct {
-    const char* before;  // the name in quotes follows, if there is one
+    const char* before;  // followed by the name in quotes, if any
     const char* after;
   } kTexts[] = {
       {"",                                ""                                                              },

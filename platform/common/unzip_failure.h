@@ -6,7 +6,7 @@
 
 namespace tsly {
 
-// The numbers that Extract gives, one for each reason.
+// The results of Extract, one for each reason.
 enum class UnzipResult : std::int32_t {
   kDone = 0,
   kCannotOpen = 1,
@@ -29,8 +29,8 @@ enum class UnzipResult : std::int32_t {
 // Why an extraction failed.
 struct UnzipFailure {
   UnzipResult reason = UnzipResult::kDone;
-  std::string name;    // the entry, or the file or folder that the reason is about
-  std::string detail;  // what the system or the library said, where that says more
+  std::string name;    // the entry, file or folder of the reason
+  std::string detail;  // the message of the system or the library, if useful
 };
 
 // One sentence for the user; "" without a failure.

@@ -1,4 +1,4 @@
-// Between UTF-8 and UTF-16 with the least significant byte first, without a mark. Pure functions on values.
+// Converts between UTF-8 and little-endian UTF-16, without a byte order mark. Pure functions on values.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,7 @@ class Utf16Converter : public CodePageConverter {
   void Flush(std::string&) override {}
 };
 
-// Nothing for text that the other form can't hold.
+// Nothing for invalid text.
 std::optional<std::string> Utf16BytesOf(std::string_view utf8);
 std::optional<std::string> Utf8OfUtf16Bytes(std::string_view bytes);
 

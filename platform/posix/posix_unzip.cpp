@@ -16,7 +16,7 @@ namespace {
 
 using enum UnzipResult;
 
-// libarchive gives names in the codeset of the thread's locale, and none at all in the C locale.
+// libarchive returns names in the codeset of the thread's locale, and none in the C locale.
 class Utf8Names {
  public:
   Utf8Names() : utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)), former_(uselocale(utf8_)) {}

@@ -51,7 +51,7 @@ class SqliteStore {
   // Whether there are rows for a key or below it.
   int HasTree(const std::string& key, bool& any);
 
-  // 5: the file is there and can't be written.
+  // 5: the file exists and isn't writable.
   int CheckWritable() { return connection_.CheckWritable(); }
 
   // Runs `changes`, which uses the routines below, and commits all of it, or nothing if it returns a code. 5: no right

@@ -41,7 +41,7 @@ std::int32_t ScrolledBy(const ScrollBar& bar, Key key);
 // control itself if the item is higher than the panel; 0: it is visible.
 Twips DistanceIntoView(const ScrollBar& bar, const Control& control);
 
-// Twips for a turn of the wheel: three lines of text for each notch of 120 units. Positive: upwards.
+// Twips for a turn of the mouse wheel: three lines of text for each notch of 120 units. Positive: upwards.
 Twips WheelDistance(std::int32_t units);
 
 }  // namespace tsly

@@ -1,6 +1,6 @@
-// What tests, fuzz targets and tools take from the edition that they are built for: its files, special folders and
-// reader of INI files. Each edition has such a header, with these names, in a folder of its own; CMake puts the one of
-// the edition on the include path, so that nobody else names an edition.
+// The parts of the edition for tests, fuzz targets and tools: files, special folders and INI reader. Each edition has
+// such a header, with these names, in its own folder; CMake adds the folder of the edition to the include path, so that
+// no other code names an edition.
 #pragma once
 
 #include "posix/home.h"
