@@ -96,7 +96,7 @@ class UnattendedToolkit final : public HeadlessToolkit {
   void SetScreenPointer(std::int32_t) override { pointer_set = std::chrono::steady_clock::now(); }
 
  private:
-  std::int32_t ShowMessage(const std::string& prompt, std::int32_t, const std::optional<std::string>&) override {
+  std::int32_t DoShowMessage(const std::string& prompt, std::int32_t, const std::optional<std::string>&) override {
     last_message = prompt;
     return kAnswerOk;
   }

@@ -9,7 +9,7 @@ namespace {
 
 std::string ReadValue(IniReader& reader, const std::string& file, const std::string& section, const char* key) {
   std::vector<char> buffer(16 << 20);
-  const std::uint32_t length = reader.GetPrivateProfileString(section.c_str(), key, "", buffer, file);
+  const std::uint32_t length = reader.Read(section.c_str(), key, "", buffer, file);
   return {buffer.data(), length};
 }
 
@@ -37,7 +37,7 @@ void MeasureAll() {
     std::size_t found = 0;
     std::vector<char> buffer(256);
     for (int i = 0; i < 10000; ++i) {
-      found += reader.GetPrivateProfileString(("Section " + std::to_string(i * 2)).c_str(), "Key 9", "", buffer, file);
+      found += reader.Read(("Section " + std::to_string(i * 2)).c_str(), "Key 9", "", buffer, file);
     }
     return found;
   });

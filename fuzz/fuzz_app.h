@@ -74,16 +74,11 @@ class MemoryFiles : public Files {
 class KnownFolders : public TestFolders {
  public:
   using TestFolders::TestFolders;
-  int GetFolderPath(int csidl, std::span<char> buffer) override {
-    std::string& path = paths_[csidl];
-    if (path.empty()) {
-      std::vector<char> room(buffer.size());
-      const int code = TestFolders::GetFolderPath(csidl, room);
-      if (code != 0) return code;
-      path = room.data();
-    }
-    buffer[path.copy(buffer.data(), buffer.size() - 1)] = '\0';
-    return 0;
+  int SpecialFolder(int csidl, std::string& path) override {
+    std::string& known = paths_[csidl];
+    const int code = known.empty() ? TestFolders::SpecialFolder(csidl, known) : 0;
+    if (code == 0) path = known;
+    return code;
   }
 
  private:

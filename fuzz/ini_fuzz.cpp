@@ -39,14 +39,14 @@ class Question {
   // All sizes near the length of the result, and one other.
   template <typename Expected>
   void Ask(std::size_t length, Expected expected) {
-    HOLDS(reader_.GetPrivateProfileString(section_, key_, "fallback", {}, kFile) == 0);
+    HOLDS(reader_.Read(section_, key_, "fallback", {}, kFile) == 0);
     const std::size_t other = 1 + chosen_ % (length + 4), end = length + (is_list_ ? 3 : 2);
     AskWith(other, expected(other));
     for (std::size_t size = std::max<std::size_t>(length, 1); size < end; ++size) AskWith(size, expected(size));
   }
   void AskWith(std::size_t size, const std::string& expected) {
     std::string buffer(size, '#');
-    const std::size_t result = reader_.GetPrivateProfileString(section_, key_, "fallback", buffer, kFile);
+    const std::size_t result = reader_.Read(section_, key_, "fallback", buffer, kFile);
     const bool is_cut =
         is_list_ && size >= 2 && expected.size() == size && expected[size - 2] == '\0' && result == size - 2;
     HOLDS(result + 1 == expected.size() || is_cut);

@@ -61,8 +61,8 @@ class NameList {
 
 }  // namespace
 
-std::uint32_t CachedIniReader::GetPrivateProfileString(const char* section, const char* key, const char* fallback,
-                                                       std::span<char> buffer, const std::string& file) {
+std::uint32_t CachedIniReader::Read(const char* section, const char* key, const char* fallback, std::span<char> buffer,
+                                    const std::string& file) {
   if (buffer.empty()) return 0;
   const std::string_view otherwise = fallback != nullptr ? fallback : "";
   const IniIndex* index = Open(file);

@@ -23,8 +23,8 @@ class CachedIniReader : public ProfileReader {
   CachedIniReader(std::unique_ptr<IniFiles> files, std::optional<std::uint32_t> code_page)
       : files_(std::move(files)), code_page_(code_page) {}
 
-  std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
-                                        std::span<char> buffer, const std::string& file) override;
+  std::uint32_t Read(const char* section, const char* key, const char* fallback, std::span<char> buffer,
+                     const std::string& file) override;
   int Pin(const std::string& file, OpenFile* document) override;
   void Unpin(const std::string& file) override { pinned_.erase(file); }
 

@@ -3,6 +3,11 @@
 //
 // Whoever waits calls Wait; whoever only wants to stay alive calls ProcessPendingEvents. Both can be called inside an
 // event.
+//
+// A modal loop of the system (a message, a menu, a window that is being dragged) counts as a wait inside the event that
+// opened it. It may deliver posted events and ticks, one at a time, and these may wait in turn; it may deliver nothing
+// else to the core: what the system reports in its own way meanwhile is posted first. A Wait or ProcessPendingEvents
+// that was called before it returns after it has ended, however late that is.
 #pragma once
 
 #include <chrono>

@@ -10,7 +10,7 @@ namespace tsly {
 struct Fault {
   std::int32_t number = 0;  // 0: the call raised nothing
   std::string source;
-  std::string description;  // for a person
+  std::string description;  // UTF-8, for a person
 
   explicit operator bool() const { return number != 0; }
 };

@@ -1,9 +1,10 @@
 // Files and folders.
 //
-// One thread. Every call gives one of the platform's result codes (system_codes.h), 0 for success. Paths are in the
-// core's form (folders.h); letter case in a path doesn't matter where no name fits exactly. Wildcards ("*", "?") mean
-// something to Find alone: in every other call they are plain characters of a name. Folders are never hidden files, nor
-// are names that begin with a dot.
+// One thread. Every call gives one of the platform's result codes (system_codes.h), 0 for success. Paths and names are
+// UTF-8 (bytes that are none pass as they are), in the core's form (folders.h); what files hold is bytes, never
+// converted. Letter case in a path doesn't matter where no name fits exactly. Wildcards ("*", "?") mean something to
+// Find alone: in every other call they are plain characters of a name. Folders are never hidden files, nor are names
+// that begin with a dot.
 #pragma once
 
 #include <cstdint>

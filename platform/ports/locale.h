@@ -1,8 +1,8 @@
-// The user's and the system's regional settings.
+// The user's and the system's regional settings. One thread. Texts are UTF-8.
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <optional>
 #include <string>
 
 namespace tsly {
@@ -11,12 +11,11 @@ class Locale {
  public:
   virtual ~Locale() = default;
 
-  // Fills `buffer` with the number of the system's default code page as decimal text and a zero. The result is the
-  // number of characters with the zero, 0 on failure.
-  virtual int DefaultCodePage(std::span<char> buffer) = 0;
+  // The number of the system's default code page; none when the system doesn't say.
+  virtual std::optional<std::uint32_t> DefaultCodePage() = 0;
 
-  // The font character set (LOGFONT numbers, wingdi.h) that belongs to a code page; false when there is none.
-  virtual bool TranslateCodePage(std::uint32_t code_page, std::int32_t& charset) = 0;
+  // The font character set (LOGFONT numbers, wingdi.h) that belongs to a code page; none when there is none.
+  virtual std::optional<std::int32_t> CharsetOf(std::uint32_t code_page) = 0;
 
   virtual std::string DateSeparator() = 0;
   virtual std::string TimeSeparator() = 0;

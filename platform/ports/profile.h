@@ -1,8 +1,9 @@
-// The reader of INI files: one call, with the buffer rules of the system call it is named after
-// (GetPrivateProfileString, code page form).
+// The reader of INI files: one call, with the buffer rules of the system's own (GetPrivateProfileString), which its
+// callers rely on and its contract suite pins.
 //
-// One thread. A file rewritten between two calls is seen at the second. A file that is missing, unreadable, a folder or
-// above 256 MiB counts as one without sections.
+// One thread. Names, values and paths are UTF-8, whatever the file's code page; lengths and buffer sizes count its
+// bytes, and a cut may fall inside a letter. A file rewritten between two calls is seen at the second. A file that is
+// missing, unreadable, a folder or above 256 MiB counts as one without sections.
 #pragma once
 
 #include <cstdint>
@@ -28,8 +29,8 @@ class ProfileReader {
   //
   // Names match without regard to letter case, blanks round them left out; values lose blanks and tabs at both ends and
   // then one pair of equal quotes round them. An empty text for `section` or `key` names nothing: `fallback` is copied.
-  virtual std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* fallback,
-                                                std::span<char> buffer, const std::string& file) = 0;
+  virtual std::uint32_t Read(const char* section, const char* key, const char* fallback, std::span<char> buffer,
+                             const std::string& file) = 0;
 
   // Reads `document` once, whole. From now on look-ups in `file`, by this spelling of the path, are answered from that
   // reading, whatever happens to the file, until the path is pinned anew or unpinned. Null: a file without sections.

@@ -3,8 +3,9 @@
 // One thread. Every call gives one of the platform's result codes (system_codes.h), 0 for success, and leaves its out
 // arguments alone on failure unless told otherwise. Key paths are parts joined by single backslashes, without one in
 // front (87 for any other path, a zero byte or a name that is too long); names of keys and values compare without
-// regard to letter case and keep the case of their first writing. A handle that isn't open gives 6. A write that gave 0
-// is on disk, whole, whatever happens next; two processes may write at the same moment. Tests stand on
+// regard to letter case and keep the case of their first writing. A handle that isn't open gives 6. Names, paths and
+// the data of text values are UTF-8, and lengths and sizes count its bytes, whatever the store keeps. A write that gave
+// 0 is on disk, whole, whatever happens next; two processes may write at the same moment. Tests stand on
 // tests/support/memory_registry.h, held to the same contract suite as the real one.
 #pragma once
 
@@ -54,8 +55,8 @@ class Registry {
   virtual int Set(RegKey key, const std::string& name, std::uint32_t type, std::span<const char> data) = 0;
 
   // The name of value number `index`, from 0, with a terminating zero behind it. `length` is filled without the zero.
-  // The order holds as long as nothing is written; what others write meanwhile shows from the next index 0 on.
-  // 259: behind the last. 234: the buffer is too small.
+  // In any order, which holds as long as nobody writes to the key; after a write, start again from index 0. 259: behind
+  // the last. 234: the buffer is too small.
   virtual int Enumerate(RegKey key, std::uint32_t index, std::span<char> name, std::uint32_t& length) = 0;
 
   // Gives a handle back. 6: no open handle; predefined roots answer 0 and stay.

@@ -1,6 +1,7 @@
 // What the program asks of the system's shell: start a program, open an address, close a window, end.
 //
-// One thread. Nothing here passes through a command interpreter.
+// One thread. Texts are UTF-8 (in paths, bytes that are none pass as they are). Nothing here passes through a command
+// interpreter.
 #pragma once
 
 #include <cstdint>

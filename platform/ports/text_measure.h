@@ -1,4 +1,4 @@
-// Fonts as the dialog names them, and the room that a text takes in one.
+// The room that a text takes in a font. One thread. Texts are UTF-8; lengths are twips.
 #pragma once
 
 #include <cstdint>

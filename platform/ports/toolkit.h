@@ -3,7 +3,7 @@
 // One thread. The toolkit reads the models (controls/form.h) and never writes them: what the user does becomes a
 // UiEvent that the event loop delivers to the form, and the form decides what it means. What changed in a model is
 // drawn at the loop's next turn, or at once by Refresh; where and as what follows from controls/layout.h, focus.h and
-// description.h.
+// description.h. Texts are UTF-8; bytes that are none show as replacement characters.
 #pragma once
 
 #include <cstdint>
@@ -60,16 +60,16 @@ class Toolkit : public TextMeasure {
   virtual void SetScreenPointer(std::int32_t pointer) = 0;
 
   // Shows a message and waits for the answer, serving events. Without a title it bears the program's.
-  std::int32_t MessageBox(const std::string& prompt, std::int32_t style, const std::optional<std::string>& title) {
+  std::int32_t ShowMessage(const std::string& prompt, std::int32_t style, const std::optional<std::string>& title) {
     const OpenMessage open(open_messages_);
-    return ShowMessage(prompt, style, title);
+    return DoShowMessage(prompt, style, title);
   }
   // While one is open, a form drops what its user does to it: an event that was queued before would run below the
   // message.
   bool MessageIsOpen() const { return open_messages_ > 0; }
 
  private:
-  virtual std::int32_t ShowMessage(const std::string& prompt, std::int32_t style,
+  virtual std::int32_t DoShowMessage(const std::string& prompt, std::int32_t style,
                                    const std::optional<std::string>& title) = 0;
 
   struct OpenMessage {

@@ -4,7 +4,8 @@
 // Belongs to the program's one thread. States are queued and delivered by the event loop, in order, one delivery at a
 // time, never inside a call of this interface; a handler may call anything here and may let events run. The response is
 // spooled to disk as it arrives; memory doesn't grow with it. The room on the disk is given back as soon as the
-// response has been read to its end, and at once when the transfer fails or is abandoned.
+// response has been read to its end, and at once when the transfer fails or is abandoned. Addresses and error texts are
+// UTF-8; the response is bytes, never converted.
 #pragma once
 
 #include <cstdint>

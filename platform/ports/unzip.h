@@ -1,6 +1,7 @@
 // The ZIP extraction component, with the members that its caller sets and calls.
 //
-// One thread; Extract blocks it. An object serves one archive.
+// One thread; Extract blocks it. An object serves one archive. Paths and texts are UTF-8 (in paths, bytes that are none
+// pass as they are).
 #pragma once
 
 #include <cstdint>

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <iterator>
 
 #include "base/text.h"
@@ -82,22 +81,16 @@ int FolderFor(const Home& home, const FolderRow& row, fs::path& folder) {
   return row.own == nullptr && Lasts(code) ? code : kSuccess;
 }
 
-// With a zero behind it; false if both don't fit.
-bool CopyOut(const std::string& text, std::span<char> buffer) {
-  if (text.size() >= buffer.size()) return false;
-  std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
-  return true;
-}
-
 }  // namespace
 
-int PosixFolders::GetFolderPath(int csidl, std::span<char> buffer) {
+int PosixFolders::SpecialFolder(int csidl, std::string& path) {
   for (const FolderRow& row : kFolders) {
     if (row.csidl != csidl) continue;
     fs::path folder;
     if (const int code = FolderFor(home_, row, folder); code != kSuccess) return code;
     if (!HasCoreForm(folder.string())) return kPathNotFound;
-    return CopyOut(CorePath(folder.string()), buffer) ? kSuccess : kMoreData;
+    path = CorePath(folder.string());
+    return kSuccess;
   }
   return kInvalidParameter;
 }
@@ -107,20 +100,19 @@ std::string PosixFolders::ProgramFolder() {
   return CorePath(fs::read_symlink("/proc/self/exe", failure).parent_path().string());
 }
 
-std::uint32_t PosixFolders::GetTempPath(std::span<char> buffer) {
+int PosixFolders::TempFolder(std::string& path) {
   fs::path native = home_.temp;
   if (native.empty()) {
     native = private_temp_.Below(SystemTempFolder());
   } else if (MakeWithParents(native, Rights::kUserAlone) != kSuccess || !IsWrittenByUserAlone(native)) {
     native = private_temp_.Below(native);
   }
-  if (native.empty() || !HasCoreForm(native.string())) return 0;
-  const std::string folder = WithBackslash(CorePath(native.string()));
-  return CopyOut(folder, buffer) ? static_cast<std::uint32_t>(folder.size()) : 0;
+  if (native.empty() || !HasCoreForm(native.string())) return kPathNotFound;
+  path = WithBackslash(CorePath(native.string()));
+  return kSuccess;
 }
 
-std::uint32_t PosixFolders::GetTempFileName(const std::string& folder, const std::string& prefix,
-                                            std::span<char> buffer) {
+int PosixFolders::MakeTempFile(const std::string& folder, const std::string& prefix, std::string& path) {
   // The numbers go round once, from one that two processes of the same moment hardly share; 0 is none.
   constexpr std::uint32_t kNumbers = 0xFFFF;
   const std::string native = NativePath(folder) + "/";
@@ -128,12 +120,13 @@ std::uint32_t PosixFolders::GetTempFileName(const std::string& folder, const std
   for (std::uint32_t i = 0; i < kNumbers; ++i) {
     const std::uint32_t number = static_cast<std::uint32_t>((moment + i) % kNumbers) + 1;
     const std::string name = prefix + Hex(static_cast<std::int32_t>(number)) + ".tmp";
-    const std::string path = WithBackslash(folder) + name;
-    if (!CopyOut(path, buffer)) return 0;
-    if (Descriptor(open((native + name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600))) return number;
-    if (errno != EEXIST) return 0;
+    if (Descriptor(open((native + name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600))) {
+      path = WithBackslash(folder) + name;
+      return kSuccess;
+    }
+    if (errno != EEXIST) return CodeOf(errno, kPathNotFound);
   }
-  return 0;
+  return kFileExists;
 }
 
 }  // namespace tsly

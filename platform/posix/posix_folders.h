@@ -11,10 +11,10 @@ class PosixFolders : public Folders {
  public:
   explicit PosixFolders(const Home& home) : home_(home) {}
 
-  int GetFolderPath(int csidl, std::span<char> buffer) override;
+  int SpecialFolder(int csidl, std::string& path) override;
   std::string ProgramFolder() override;
-  std::uint32_t GetTempPath(std::span<char> buffer) override;
-  std::uint32_t GetTempFileName(const std::string& folder, const std::string& prefix, std::span<char> buffer) override;
+  int TempFolder(std::string& path) override;
+  int MakeTempFile(const std::string& folder, const std::string& prefix, std::string& path) override;
 
  private:
   Home home_;

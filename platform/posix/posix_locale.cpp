@@ -4,7 +4,6 @@
 
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <string_view>
@@ -73,11 +72,11 @@ constexpr CharsetRow kCharsets[] = {
     {1250,  238},
 };
 
-std::uint32_t CodePageOf(std::string_view codeset) {
+std::optional<std::uint32_t> CodePageOf(std::string_view codeset) {
   for (const CodesetRow& row : kCodesets) {
     if (row.codeset == codeset) return row.code_page;
   }
-  return 0;
+  return std::nullopt;
 }
 
 locale_t EnvironmentLocale() {
@@ -102,20 +101,15 @@ std::optional<std::uint32_t> CodePageFromEnvironment() {
 PosixLocale::PosixLocale(std::optional<std::uint32_t> code_page)
     : code_page_(code_page), locale_(EnvironmentLocale(), freelocale) {}
 
-int PosixLocale::DefaultCodePage(std::span<char> buffer) {
-  const std::uint32_t code_page = code_page_ ? *code_page_ : CodePageOf(nl_langinfo_l(CODESET, locale_.get()));
-  if (code_page == 0) return 0;
-  const int length = std::snprintf(buffer.data(), buffer.size(), "%u", code_page);
-  return static_cast<std::size_t>(length) < buffer.size() ? length + 1 : 0;
+std::optional<std::uint32_t> PosixLocale::DefaultCodePage() {
+  return code_page_ ? code_page_ : CodePageOf(nl_langinfo_l(CODESET, locale_.get()));
 }
 
-bool PosixLocale::TranslateCodePage(std::uint32_t code_page, std::int32_t& charset) {
+std::optional<std::int32_t> PosixLocale::CharsetOf(std::uint32_t code_page) {
   for (const CharsetRow& row : kCharsets) {
-    if (row.code_page != code_page) continue;
-    charset = row.charset;
-    return true;
+    if (row.code_page == code_page) return row.charset;
   }
-  return false;
+  return std::nullopt;
 }
 
 std::string PosixLocale::DateSeparator() { return SeparatorIn("%x", "/"); }

@@ -20,8 +20,8 @@ class PosixLocale : public Locale {
   // Without a code page the locale's codeset tells it.
   explicit PosixLocale(std::optional<std::uint32_t> code_page);
 
-  int DefaultCodePage(std::span<char> buffer) override;
-  bool TranslateCodePage(std::uint32_t code_page, std::int32_t& charset) override;
+  std::optional<std::uint32_t> DefaultCodePage() override;
+  std::optional<std::int32_t> CharsetOf(std::uint32_t code_page) override;
   std::string DateSeparator() override;
   std::string TimeSeparator() override;
 

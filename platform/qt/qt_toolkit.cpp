@@ -158,7 +158,7 @@ void QtToolkit::SetScreenPointer(std::int32_t pointer) {
   if (pointer_set_) QGuiApplication::setOverrideCursor(Qt::WaitCursor);
 }
 
-std::int32_t QtToolkit::ShowMessage(const std::string& prompt, std::int32_t style,
+std::int32_t QtToolkit::DoShowMessage(const std::string& prompt, std::int32_t style,
                                     const std::optional<std::string>& title) {
   const bool yes_no = (style & kButtonMask) == kButtonsYesNo;
   if (interaction_ == Interaction::kHeadless) return yes_no ? kAnswerNo : kAnswerOk;

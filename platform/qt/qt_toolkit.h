@@ -37,7 +37,7 @@ class QtToolkit final : public Toolkit {
   void RepaintAll();
 
  private:
-  std::int32_t ShowMessage(const std::string& prompt, std::int32_t style,
+  std::int32_t DoShowMessage(const std::string& prompt, std::int32_t style,
                            const std::optional<std::string>& title) override;
   FormWindow* WindowOf(const Form& form) const;
   FormWindow* VisibleWindow() const;

@@ -18,7 +18,7 @@ constexpr std::size_t kListMargin = 16;
 
 std::int32_t MGlobal::ShowMessage(const std::string& prompt, std::int32_t buttons,
                                   const std::optional<std::string>& title) {
-  return needs_.toolkit.MessageBox(prompt, buttons, title);
+  return needs_.toolkit.ShowMessage(prompt, buttons, title);
 }
 
 bool MGlobal::FileExists(const std::string& filename) {
@@ -32,8 +32,7 @@ std::string MGlobal::ReadProfileString(const std::string& section, const char* k
                                        const std::string& filename) {
   const bool list = section.empty() || key == nullptr || *key == '\0';
   for (std::vector<char> buffer(kFirstBuffer);; buffer.assign(buffer.size() * 2, '\0')) {
-    const std::size_t length =
-        needs_.profiles.GetPrivateProfileString(section.c_str(), key, fallback, buffer, filename);
+    const std::size_t length = needs_.profiles.Read(section.c_str(), key, fallback, buffer, filename);
     const bool value_was_cut = length == buffer.size() - 1;
     const bool list_was_cut = list && length == buffer.size() - 2;
     if (length == 0 || (!value_was_cut && !list_was_cut)) return std::string(buffer.data(), length);
@@ -43,7 +42,7 @@ std::string MGlobal::ReadProfileString(const std::string& section, const char* k
 bool MGlobal::ProfileKeyExists(const std::string& section, const std::string& key, const std::string& filename) {
   const std::string wanted = LowerCase(key);
   for (std::vector<char> buffer(kFirstBuffer);; buffer.assign(buffer.size() * 2, '\0')) {
-    const std::size_t length = needs_.profiles.GetPrivateProfileString(section.c_str(), nullptr, "", buffer, filename);
+    const std::size_t length = needs_.profiles.Read(section.c_str(), nullptr, "", buffer, filename);
     if (length == 0) return false;
     if (length > buffer.size() - kListMargin) continue;
     for (const std::string& name : Split(std::string_view(buffer.data(), length), std::string_view("\0", 1))) {

@@ -1,17 +1,13 @@
-#include <algorithm>
-#include <vector>
-
 #include "base/date_time.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
 #include "ports/clock.h"
 #include "ports/files.h"
 #include "ports/folders.h"
+#include "ports/system_codes.h"
 
 namespace tsly {
 namespace {
-
-constexpr std::size_t kFolderBuffer = 2048;
 
 int PlatformFolder(std::int32_t folder_code) {
   switch (folder_code) {
@@ -52,12 +48,10 @@ void MGlobal::WriteLog(std::int32_t enable, const std::string& text) {
 
 std::string MGlobal::GetSpecialFolder(std::int32_t folder_code, const std::optional<std::string>& fallback,
                                       const std::optional<std::string>& sub_path) {
-  std::vector<char> buffer(kFolderBuffer, '\0');
-  const int result = needs_.folders.GetFolderPath(PlatformFolder(folder_code), buffer);
-  const auto end = std::find(buffer.begin(), buffer.end(), '\0');
-  if (result != 0 || end == buffer.end()) return WithBackslash(fallback.value_or(AppPath));
-
-  std::string path(buffer.begin(), end);
+  std::string path;
+  if (needs_.folders.SpecialFolder(PlatformFolder(folder_code), path) != kSuccess) {
+    return WithBackslash(fallback.value_or(AppPath));
+  }
   for (const std::string& piece : Split(sub_path.value_or(""), "\\")) {
     if (Trim(piece).empty()) continue;
     path = WithBackslash(path).append(piece);

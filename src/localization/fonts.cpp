@@ -1,5 +1,3 @@
-#include <array>
-
 #include "base/step.h"
 #include "base/text.h"
 #include "controls/form.h"
@@ -25,12 +23,8 @@ std::int32_t MLocalization::GetLanguageCharset() {
 }
 
 std::int32_t MLocalization::GetSystemCharset() {
-  std::array<char, 10> buffer{};
-  const int count = locale_.DefaultCodePage(buffer);
-  if (count <= 0 || static_cast<std::size_t>(count) > buffer.size()) return 0;
-  const std::int32_t code_page = LeadingInt32(std::string(buffer.data(), static_cast<std::size_t>(count) - 1));
-  std::int32_t charset = 0;
-  return locale_.TranslateCodePage(static_cast<std::uint32_t>(code_page), charset) ? charset : 0;
+  const std::optional<std::uint32_t> code_page = locale_.DefaultCodePage();
+  return code_page ? locale_.CharsetOf(*code_page).value_or(0) : 0;
 }
 
 void MLocalization::ChooseDialogFont(std::string& font_name, std::int32_t& charset) {

@@ -13,7 +13,6 @@
 namespace tsly {
 namespace {
 
-constexpr std::size_t kPathBuffer = 2048;
 constexpr int kCountedNames = 100000;
 constexpr const char* kPrefix = "tsl";
 
@@ -66,16 +65,15 @@ void MTempFiles::AddToList(char mark, const std::string& path) {
 std::string MTempFiles::Folder() {
   const std::string folder = global_.GetSpecialFolder(kFolderAppData, "", kProductSubPath);
   if (folder != "\\") return folder;
-  std::vector<char> buffer(kPathBuffer, '\0');
-  if (const std::uint32_t length = folders_.GetTempPath(buffer); length > 0) return std::string(buffer.data(), length);
+  std::string temp;
+  if (folders_.TempFolder(temp) == kSuccess) return temp;
   files_.MakeFolder("C:\\TEMP\\", FolderUse::kUserAlone);
   return "C:\\TEMP\\";
 }
 
 std::string MTempFiles::PlatformTempFile(const std::string& folder) {
-  std::vector<char> buffer(kPathBuffer, '\0');
-  if (folders_.GetTempFileName(folder, kPrefix, buffer) == 0) return folder + CountedName(0, "tmp");
-  return std::string(buffer.begin(), std::find(buffer.begin(), buffer.end(), '\0'));
+  std::string path;
+  return folders_.MakeTempFile(folder, kPrefix, path) == kSuccess ? path : folder + CountedName(0, "tmp");
 }
 
 std::string MTempFiles::CountedFile(const std::string& folder, const std::string& extension) {

@@ -39,9 +39,9 @@ Home HomeBelow(const TempFolder& folder) {
 }
 
 std::string FolderPath(Folders& folders, int csidl) {
-  std::string buffer(2048, '\0');
-  const int code = folders.GetFolderPath(csidl, buffer);
-  return code == 0 ? buffer.c_str() : "code " + std::to_string(code);
+  std::string path;
+  const int code = folders.SpecialFolder(csidl, path);
+  return code == 0 ? path : "code " + std::to_string(code);
 }
 
 TEST(Home, LiesInTheUsualPlaces) {
@@ -121,13 +121,11 @@ TEST_F(FoldersContract, MakesEachFolderWhenAskedForItWithTheRightsOfItsUse) {
 }
 
 TEST_F(FoldersContract, TellsWhenThereIsNone) {
-  std::string buffer(FolderPath(folders, kCsidlAppData).size() + 1, '#');
-  EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, buffer), 0);
-  EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, std::span(buffer).subspan(1)), kMoreData);
-  EXPECT_EQ(folders.GetFolderPath(kCsidlAppData, {}), kMoreData);
-  EXPECT_NE(folders.GetFolderPath(1, buffer), 0);
+  std::string path = "as it was";
+  EXPECT_NE(folders.SpecialFolder(1, path), kSuccess);
   folder.Write("home\\folders\\Documents", "a file in the folder's place");
-  EXPECT_NE(folders.GetFolderPath(kCsidlPersonal, buffer), 0);
+  EXPECT_NE(folders.SpecialFolder(kCsidlPersonal, path), kSuccess);
+  EXPECT_EQ(path, "as it was");
 }
 
 TEST_F(FoldersContract, GivesACommonFolderThatCanNotBeWrittenAsTheUsersOwn) {
@@ -169,16 +167,14 @@ TEST_F(FoldersContract, AFailureNamesNoOtherPlace) {
 }
 
 TEST_F(FoldersContract, MakesTemporaryFiles) {
-  std::string buffer(2048, '#');
-  ASSERT_NE(folders.GetTempPath(buffer), 0u);
-  const std::string temp = buffer.c_str();
+  std::string temp, path;
+  ASSERT_EQ(folders.TempFolder(temp), kSuccess);
   EXPECT_EQ(temp, folder.CorePath("home\\temp\\"));
-  EXPECT_EQ(folders.GetTempPath(std::span(buffer).first(temp.size())), 0u);
 
   std::set<std::string> names;
   for (int i = 0; i < 100; ++i) {
-    ASSERT_NE(folders.GetTempFileName(i % 2 == 0 ? temp : folder.CorePath("home\\TEMP"), "tsl", buffer), 0u);
-    const std::string name = fs::path(Replace(buffer.c_str(), "\\", "/")).filename();
+    ASSERT_EQ(folders.MakeTempFile(i % 2 == 0 ? temp : folder.CorePath("home\\TEMP"), "tsl", path), kSuccess);
+    const std::string name = fs::path(Replace(path, "\\", "/")).filename();
     EXPECT_TRUE(name.starts_with("tsl") && name.ends_with(".tmp") && name.size() > 7) << name;
     EXPECT_EQ(name.find_first_not_of("0123456789ABCDEF", 3), name.size() - 4) << name;
     EXPECT_EQ(folder.Read("home\\temp\\" + name), "");
@@ -186,11 +182,8 @@ TEST_F(FoldersContract, MakesTemporaryFiles) {
   }
   EXPECT_EQ(names.size(), 100u);
 
-  EXPECT_EQ(folders.GetTempFileName(folder.CorePath("missing"), "tsl", buffer), 0u);
-  EXPECT_EQ(folders.GetTempFileName("f:\\", "tsl", buffer), 0u);
-  fs::create_directories(folder.NativePath("empty"));
-  EXPECT_EQ(folders.GetTempFileName(folder.CorePath("empty"), "tsl", std::span(buffer).first(8)), 0u);
-  EXPECT_TRUE(fs::is_empty(folder.NativePath("empty")));
+  EXPECT_NE(folders.MakeTempFile(folder.CorePath("missing"), "tsl", path), kSuccess);
+  EXPECT_NE(folders.MakeTempFile("f:\\", "tsl", path), kSuccess);
 }
 
 // What others can write to holds nothing of the user's but a folder that is closed to them.
@@ -200,11 +193,11 @@ TEST_F(FoldersContract, KeepsTemporaryFilesWhereOnlyTheUserWrites) {
   const fs::path native = folder.NativePath("shared") / name;
   const auto temp_path = [this] {
     PosixFolders process(home);
-    std::string buffer(2048, '\0');
-    buffer.resize(process.GetTempPath(buffer));
-    const fs::path made = Replace(buffer, "\\", "/");
-    const bool is_closed = buffer.empty() || fs::symlink_status(made.parent_path()).permissions() == fs::perms(0700);
-    return is_closed ? buffer : "open to others: " + buffer;
+    std::string path;
+    process.TempFolder(path);
+    const fs::path made = Replace(path, "\\", "/");
+    const bool is_closed = path.empty() || fs::symlink_status(made.parent_path()).permissions() == fs::perms(0700);
+    return is_closed ? path : "open to others: " + path;
   };
   const auto share = [&] {
     fs::remove_all(folder.NativePath("shared"));
@@ -254,9 +247,9 @@ TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
     }));
     const std::string app_data = FolderPath(odd, kCsidlAppData);
     EXPECT_EQ(NativePath(app_data), root / "folders/AppData");
-    std::string buffer(2048, '\0');
-    EXPECT_NE(odd.GetTempFileName(app_data, "tsl", buffer), 0u);
-    EXPECT_TRUE(fs::exists(NativePath(buffer.c_str()))) << buffer;
+    std::string path;
+    EXPECT_EQ(odd.MakeTempFile(app_data, "tsl", path), kSuccess);
+    EXPECT_TRUE(fs::exists(NativePath(path))) << path;
     PosixFiles files;
     std::vector<std::string> found;
     std::ofstream(root / "folders/AppData/a\\b") << "x";
@@ -266,14 +259,15 @@ TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
         files.Rename(app_data + "\\" + found[0], app_data + "\\" + "A" + found[0].substr(1, found[0].size() - 2) + "B"),
         0);
     EXPECT_TRUE(fs::exists(root / "folders/AppData/A\\B"));
-    EXPECT_EQ(odd.GetTempPath(buffer), CorePath(root.string() + "/temp/").size());
+    EXPECT_EQ(odd.TempFolder(path), kSuccess);
+    EXPECT_EQ(path, CorePath(root.string() + "/temp/"));
   }
   PosixFolders nameless(HomeFrom({
       {"TSLY_HOME", folder.NativePath("\xEF\x81\x9C").string()}
   }));
-  std::string buffer(2048, '\0');
+  std::string path;
   EXPECT_EQ(FolderPath(nameless, kCsidlAppData), "code 3");
-  EXPECT_EQ(nameless.GetTempPath(buffer), 0u);
+  EXPECT_EQ(nameless.TempFolder(path), kPathNotFound);
   // Only this home's own folders were made.
   for (const auto& entry : fs::directory_iterator(folder.NativePath())) {
     EXPECT_TRUE(fs::exists(entry.path() / "folders/AppData")) << entry.path();

@@ -49,7 +49,7 @@ struct Argument {
 
 std::string Value(ProfileReader& reader, const std::string& file, const char* section = "s", const char* key = "k") {
   std::string buffer(200, '#');
-  const auto length = reader.GetPrivateProfileString(section, key, "DEF", buffer, file);
+  const auto length = reader.Read(section, key, "DEF", buffer, file);
   return buffer.substr(0, length);
 }
 
@@ -79,8 +79,7 @@ TEST_F(ProfileContract, Cases) {
     const Argument section(column[2]), key(column[3]), fallback(column[4]);
     std::string buffer(std::stoul(column[5]), '#');
     const std::string written = Unescaped(column[7]);
-    EXPECT_EQ(reader.GetPrivateProfileString(section.get(), key.get(), fallback.get(), buffer, file),
-              std::stoul(column[6]));
+    EXPECT_EQ(reader.Read(section.get(), key.get(), fallback.get(), buffer, file), std::stoul(column[6]));
     EXPECT_EQ(buffer, written + std::string(buffer.size() - written.size(), '#'));
   }
   EXPECT_GE(cases, 82);
@@ -113,8 +112,7 @@ TEST_F(ProfileContract, CodePages) {
   for (int i = 0; i < 70000; ++i) coded_text += "\x83\x5C", text += "ソ";
   IniReader coded(932);
   std::string buffer(300000, '#');
-  const auto length =
-      coded.GetPrivateProfileString("s", "odd", "", buffer, folder.Write("x.ini", "[s]\nodd=" + coded_text));
+  const auto length = coded.Read("s", "odd", "", buffer, folder.Write("x.ini", "[s]\nodd=" + coded_text));
   EXPECT_TRUE(buffer.substr(0, length) == text);
 }
 

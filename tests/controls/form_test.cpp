@@ -114,7 +114,7 @@ TEST(Form, AnEventThatComesTooLateIsDropped) {
       {"below a message", [](ListForm& form, const Event& click) {
          form.toolkit.during_message = click;
          form.toolkit.answers = {kAnswerOk};
-         form.toolkit.MessageBox("Text", 0, std::nullopt); }, ""},
+         form.toolkit.ShowMessage("Text", 0, std::nullopt); }, ""},
   };
   // clang-format on
   for (const auto& row : kCases) {

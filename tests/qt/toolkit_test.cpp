@@ -332,7 +332,7 @@ TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
       EXPECT_TRUE(toolkit.MessageIsOpen());
       QTest::keyClick(box, pressed);
     });
-    EXPECT_EQ(toolkit.MessageBox("<b>Text</b>", style, std::nullopt), answer) << style;
+    EXPECT_EQ(toolkit.ShowMessage("<b>Text</b>", style, std::nullopt), answer) << style;
     EXPECT_EQ(ticks, 2);
     loop.StopTimer(timer);
   }
@@ -340,8 +340,8 @@ TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
 
 TEST_F(QtToolkitTest, WhenHeadlessNothingWaitsForAnAnswer) {
   QtToolkit unseen(loop, QtToolkit::Interaction::kHeadless);
-  EXPECT_EQ(unseen.MessageBox("Text", kIconStop, std::nullopt), kAnswerOk);
-  EXPECT_EQ(unseen.MessageBox("Text", kButtonsYesNo, std::nullopt), kAnswerNo);
+  EXPECT_EQ(unseen.ShowMessage("Text", kIconStop, std::nullopt), kAnswerOk);
+  EXPECT_EQ(unseen.ShowMessage("Text", kButtonsYesNo, std::nullopt), kAnswerNo);
   SampleForm offered(unseen);
   offered.Show();
   Serve();

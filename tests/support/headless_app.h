@@ -34,12 +34,12 @@ class FixedLocale : public Locale {
   std::uint32_t code_page = 1252;  // 0: the system doesn't tell
   std::string date_separator = "/";
   std::string time_separator = ":";
-  int DefaultCodePage(std::span<char> buffer) override {
-    return code_page == 0 ? 0 : std::snprintf(buffer.data(), buffer.size(), "%u", code_page) + 1;
+  std::optional<std::uint32_t> DefaultCodePage() override {
+    return code_page == 0 ? std::nullopt : std::optional(code_page);
   }
-  bool TranslateCodePage(std::uint32_t page, std::int32_t& charset) override {
-    charset = page == 932 ? 128 : 0;
-    return page == 1252 || page == 932;
+  std::optional<std::int32_t> CharsetOf(std::uint32_t page) override {
+    if (page == 932) return 128;
+    return page == 1252 ? std::optional(0) : std::nullopt;
   }
   std::string DateSeparator() override { return date_separator; }
   std::string TimeSeparator() override { return time_separator; }
@@ -52,14 +52,12 @@ class TestFolders : public SystemFolders {
       : SystemFolders(Home::In(root.NativePath())), program_(root.CorePath("app")) {}
   bool nowhere = false;  // the system names no special folder
   bool no_temp = false;  // nor one for temporary files
-  int GetFolderPath(int csidl, std::span<char> buffer) override {
-    return nowhere ? 1 : SystemFolders::GetFolderPath(csidl, buffer);
+  int SpecialFolder(int csidl, std::string& path) override {
+    return nowhere ? 1 : SystemFolders::SpecialFolder(csidl, path);
   }
-  std::uint32_t GetTempPath(std::span<char> buffer) override {
-    return no_temp ? 0 : SystemFolders::GetTempPath(buffer);
-  }
-  std::uint32_t GetTempFileName(const std::string& in, const std::string& prefix, std::span<char> buffer) override {
-    return no_temp ? 0 : SystemFolders::GetTempFileName(in, prefix, buffer);
+  int TempFolder(std::string& path) override { return no_temp ? 1 : SystemFolders::TempFolder(path); }
+  int MakeTempFile(const std::string& in, const std::string& prefix, std::string& path) override {
+    return no_temp ? 1 : SystemFolders::MakeTempFile(in, prefix, path);
   }
   std::string ProgramFolder() override { return program_; }
 

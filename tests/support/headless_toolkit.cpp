@@ -22,7 +22,7 @@ int LinesOf(const std::string& paragraph, std::size_t characters) {
 
 }  // namespace
 
-std::int32_t HeadlessToolkit::ShowMessage(const std::string& prompt, std::int32_t style,
+std::int32_t HeadlessToolkit::DoShowMessage(const std::string& prompt, std::int32_t style,
                                           const std::optional<std::string>& title) {
   EXPECT_FALSE(title.has_value()) << "no message of this program bears a title of its own";
   messages.push_back({prompt, style});

@@ -52,7 +52,7 @@ class HeadlessToolkit : public Toolkit {
   TextSize MeasureText(const std::string& text, const Font& font, std::optional<Twips> wrap_width) const override;
 
  private:
-  std::int32_t ShowMessage(const std::string& prompt, std::int32_t style,
+  std::int32_t DoShowMessage(const std::string& prompt, std::int32_t style,
                            const std::optional<std::string>& title) override;
 };
 
