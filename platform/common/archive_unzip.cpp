@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "common/archive_judge.h"
+#include "common/archive_validation.h"
 #include "common/zip_table.h"
 #include "ports/files.h"
 
@@ -287,16 +287,16 @@ UnzipFailure ArchiveUnzip::Run() const {
     return About(extract_folder_, std::move(failure));
   }
   limits.free_bytes = target->FreeBytes();
-  const ArchiveVerdict verdict = JudgeArchive(entries, limits, keep_folders_);
-  if (verdict.reason != kDone) return {verdict.reason, verdict.name, ""};
+  const ValidationResult result = ValidateArchive(entries, limits, keep_folders_);
+  if (result.reason != kDone) return {result.reason, result.name, ""};
   if (UnzipFailure failure = target->MakeStaging(); failure.reason != kDone) {
     return About(extract_folder_, std::move(failure));
   }
-  if (UnzipFailure failure = UnpackAll(*file_, table, entries, verdict.targets, *target); failure.reason != kDone) {
+  if (UnzipFailure failure = UnpackAll(*file_, table, entries, result.targets, *target); failure.reason != kDone) {
     return failure;
   }
   std::size_t index = 0;
-  UnzipFailure failure = target->Place(verdict.targets, replace_files_, index);
+  UnzipFailure failure = target->Place(result.targets, replace_files_, index);
   return About(index < entries.size() ? entries[index].name : extract_folder_, std::move(failure));
 }
 

@@ -1,6 +1,6 @@
-// The unzip component on libarchive: holds what the library finds against the archive's table (zip_table.h), judges the
-// whole of it (archive_judge.h), unpacks everything into a staging folder, and only when every size and checksum held
-// lets the edition move it into place (unpacking.h). Each edition has its own on its folders.
+// The unzip component on libarchive: holds what the library finds against the archive's table (zip_table.h), validates
+// the whole of it (archive_validation.h), unpacks everything into a staging folder, and only when every size and
+// checksum held lets the edition move it into place (unpacking.h). Each edition has its own on its folders.
 //
 // Regular files and folders only. Executable bits and times are kept; owners and all other bits of the mode are not.
 #pragma once

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "common/archive_judge.h"
+#include "common/archive_validation.h"
 
 namespace tsly {
 

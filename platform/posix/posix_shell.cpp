@@ -27,20 +27,20 @@ constexpr std::int32_t kErrorOutOfMemory = 7;
 
 bool HasFolder(const std::string& program) { return program.find_first_of("\\/") != program.npos; }
 
-// What stands before the program, and whether its end tells that the user refused.
-struct Raising {
+// The words that precede the program, and whether the end of what they start says that the user refused.
+struct ElevationPrefix {
   std::vector<std::string> words;
   bool asks_user = false;
 };
 
-Raising ChooseRaising(const std::string& raiser) {
+ElevationPrefix ChooseElevationPrefix(const std::string& helper) {
   if (const char* words = std::getenv("TSLY_RUNAS")) {
-    Raising raising{Split(words, " "), false};
-    std::erase(raising.words, "");
-    return raising;
+    ElevationPrefix prefix{Split(words, " "), false};
+    std::erase(prefix.words, "");
+    return prefix;
   }
   if (geteuid() == 0) return {};
-  return {{raiser}, true};
+  return {{helper}, true};
 }
 
 int CodeOfExec(int error) {
@@ -82,7 +82,7 @@ Fault PosixShell::StartElevated(const std::string& file, const std::string& para
     return {};
   }
 
-  auto [argv, asks_user] = ChooseRaising(options_.raiser);
+  auto [argv, asks_user] = ChooseElevationPrefix(options_.elevation_helper);
   if (!argv.empty() && !HasFolder(argv[0])) {
     argv[0] = FindInPath(argv[0]);
     if (argv[0].empty()) {
@@ -97,7 +97,7 @@ Fault PosixShell::StartElevated(const std::string& file, const std::string& para
   return Start(argv, asks_user);
 }
 
-Fault PosixShell::Start(const std::vector<std::string>& argv, bool await_raiser) {
+Fault PosixShell::Start(const std::vector<std::string>& argv, bool await_helper) {
   ReapChildren();
   const StartedProcess started = StartProcess(argv);
   if (started.made_no_process) {
@@ -109,28 +109,28 @@ Fault PosixShell::Start(const std::vector<std::string>& argv, bool await_raiser)
     return {};
   }
   children_.push_back(started.id);
-  last_error_ = await_raiser ? static_cast<std::uint32_t>(AwaitRaiser(started.id)) : kSuccess;
+  last_error_ = await_helper ? static_cast<std::uint32_t>(AwaitElevationHelper(started.id)) : kSuccess;
   return {};
 }
 
-// Until the raiser has become the program, or has ended without. For a moment after its start a process still bears the
+// Until the helper has become the program, or has ended without. For a moment after its start a process still bears the
 // name of the one that made it.
-int PosixShell::AwaitRaiser(pid_t id) {
-  const std::string raiser = ShortName(options_.raiser);
+int PosixShell::AwaitElevationHelper(pid_t id) {
+  const std::string helper = ShortName(options_.elevation_helper);
   const std::string maker = RunningName(gettid());
-  bool is_raiser = false;
+  bool is_helper = false;
   const Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));  // the C library lacks it in C++
   using Clock = std::chrono::steady_clock;
   auto last_repaint = Clock::now();
   for (int pause = 1;; pause = std::min(pause * 2, 50)) {
     // Asked before the name: what has ended keeps its name until it is reaped, so that a program that ends at once
-    // isn't taken for the raiser.
+    // isn't taken for the helper.
     pollfd ended{end.Get(), POLLIN, 0};
     const bool has_ended = !end || poll(&ended, 1, 0) > 0;
     // A name that can't be read (other users' processes may be hidden) leaves nothing to wait for.
     const std::string name = RunningName(id);
-    is_raiser |= name == raiser;
-    if (name != raiser && (is_raiser || name != maker)) return kSuccess;
+    is_helper |= name == helper;
+    if (name != helper && (is_helper || name != maker)) return kSuccess;
     if (const std::optional<int> exit = has_ended ? ExitOf(id) : std::nullopt) {
       std::erase(children_, id);
       return *exit == 126 ? kCancelled : *exit == 127 ? kAccessDenied : kSuccess;

@@ -15,16 +15,16 @@ namespace tsly {
 class PosixShell : public Shell {
  public:
   struct Options {
-    std::function<void()> repaint;  // called about every 50 ms inside a wait; lets no event in
-    std::string raiser = "pkexec";  // starts a program with raised rights: a name in $PATH, or a path
+    std::function<void()> repaint;            // called about every 50 ms inside a wait; lets no event in
+    std::string elevation_helper = "pkexec";  // a name in $PATH, or a path
     std::chrono::milliseconds longest_close{30'000};
   };
 
   PosixShell() = default;
   explicit PosixShell(Options options) : options_(std::move(options)) {}
 
-  // Raised rights: the words of $TSLY_RUNAS stand before the program where that is set, empty meaning none; else root
-  // starts it directly, and everybody else through the raiser, for whose question to the user the call waits.
+  // The words of $TSLY_RUNAS precede the program where that is set, empty meaning none; else root starts it directly,
+  // and everybody else through the elevation helper, for whose question to the user the call waits.
   Fault StartElevated(const std::string& file, const std::string& parameters, std::int32_t show_command) override;
   void OpenAddress(const std::string& url) override;
   void CloseWindow(std::int32_t window) override;
@@ -33,8 +33,8 @@ class PosixShell : public Shell {
  private:
   [[noreturn]] void DoEndProcess() override;
 
-  Fault Start(const std::vector<std::string>& argv, bool await_raiser);
-  int AwaitRaiser(pid_t id);
+  Fault Start(const std::vector<std::string>& argv, bool await_helper);
+  int AwaitElevationHelper(pid_t id);
   void ReapChildren();
 
   Options options_;

@@ -178,7 +178,7 @@ TEST_F(PosixShellTest, WaitsForTheUsersAnswerRepainting) {
       const auto answer_once = [&] {
         if (!std::exchange(has_answered, true)) std::ofstream(home_.NativePath("asked")) << "go\n";
       };
-      PosixShell shell({.repaint = answer_once, .raiser = home_.NativePath("raise").string()});
+      PosixShell shell({.repaint = answer_once, .elevation_helper = home_.NativePath("raise").string()});
       const Fault fault = shell.StartElevated(home_.CorePath("program"), "x", 1);
       return fault || !has_answered ? 98 : static_cast<int>(shell.LastError() % 1000);
     };

@@ -1,10 +1,10 @@
-// The judge of archives. Input: a character for the options, then a line for each entry: its kind, its size up to a
-// blank, its name.
+// The validation of archives. Input: a character for the options, then a line for each entry: its kind, its size up to
+// a blank, its name.
 #include <map>
 #include <set>
 
 #include "base/text.h"
-#include "common/archive_judge.h"
+#include "common/archive_validation.h"
 #include "fuzz.h"
 
 namespace tsly {
@@ -48,9 +48,9 @@ void Try(std::string_view bytes) {
   Input input(bytes);
   const bool keep_folders = input.Byte() % 2 == 0;
   const std::vector<ArchiveEntry> entries = EntriesOf(input);
-  const ArchiveVerdict verdict = JudgeArchive(entries, {.archive_bytes = 1000, .free_bytes = kRoom}, keep_folders);
-  if (verdict.reason != UnzipResult::kDone) {
-    HOLDS(verdict.targets.empty());
+  const ValidationResult result = ValidateArchive(entries, {.archive_bytes = 1000, .free_bytes = kRoom}, keep_folders);
+  if (result.reason != UnzipResult::kDone) {
+    HOLDS(result.targets.empty());
     std::set<std::string> names;
     for (const ArchiveEntry& entry : entries) {
       if (!IsPlainlyGood(entry) || !names.insert(entry.name).second) return;
@@ -58,11 +58,11 @@ void Try(std::string_view bytes) {
     const bool faultless_archive_was_refused = true;
     HOLDS(!faultless_archive_was_refused);
   }
-  HOLDS(verdict.targets.size() == entries.size());
+  HOLDS(result.targets.size() == entries.size());
   std::int64_t total = 0;
   std::map<std::string, std::string> spelled;  // what stands where, capitals aside
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    const std::string& target = verdict.targets[i];
+    const std::string& target = result.targets[i];
     total += entries[i].size;
     HOLDS(entries[i].kind == ArchiveEntry::Kind::kFile || entries[i].kind == ArchiveEntry::Kind::kFolder);
     HOLDS(!entries[i].encrypted && entries[i].size >= 0);

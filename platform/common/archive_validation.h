@@ -1,5 +1,5 @@
-// Judges the table of contents of an archive before a byte of it is unpacked: what leaves the target folder, what isn't
-// a plain file or folder, which names exclude each other there, and what is too much. A pure function on values.
+// Validates the table of contents of an archive before a byte of it is unpacked: what leaves the target folder, what
+// isn't a plain file or folder, which names exclude each other there, and what is too much. A pure function on values.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ struct ArchiveLimits {
   bool deflated_only = true;       // no entry is packed by a method that packs better
 };
 
-struct ArchiveVerdict {
+struct ValidationResult {
   UnzipResult reason = UnzipResult::kDone;
   std::string name;  // the entry that was refused, "" when it is the archive as a whole
 
@@ -37,6 +37,6 @@ struct ArchiveVerdict {
 };
 
 // `keep_folders` false: every file goes straight into the target, under the last part of its name.
-ArchiveVerdict JudgeArchive(std::span<const ArchiveEntry> entries, const ArchiveLimits& limits, bool keep_folders);
+ValidationResult ValidateArchive(std::span<const ArchiveEntry> entries, const ArchiveLimits& limits, bool keep_folders);
 
 }  // namespace tsly

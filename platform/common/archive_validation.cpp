@@ -1,4 +1,4 @@
-#include "common/archive_judge.h"
+#include "common/archive_validation.h"
 
 #include <algorithm>
 #include <optional>
@@ -88,7 +88,7 @@ class TargetNames {
 };
 
 // The path of one entry below the target, or why it is refused.
-UnzipResult JudgeEntry(const ArchiveEntry& entry, bool keep_folders, std::string& target) {
+UnzipResult ValidateEntry(const ArchiveEntry& entry, bool keep_folders, std::string& target) {
   const auto parts = GoodParts(entry.name);
   if (!parts) return UnzipResult::kBadName;
   if (entry.kind == Kind::kLink || entry.kind == Kind::kOther) return UnzipResult::kNotAFile;
@@ -108,22 +108,23 @@ UnzipResult JudgeEntry(const ArchiveEntry& entry, bool keep_folders, std::string
 
 }  // namespace
 
-ArchiveVerdict JudgeArchive(std::span<const ArchiveEntry> entries, const ArchiveLimits& limits, bool keep_folders) {
+ValidationResult ValidateArchive(std::span<const ArchiveEntry> entries, const ArchiveLimits& limits,
+                                 bool keep_folders) {
   if (entries.size() > limits.entries) return {UnzipResult::kTooManyEntries, "", {}};
   const bool bounded = limits.deflated_only && limits.archive_bytes <= INT64_MAX / kBestRatio;
   const std::int64_t plausible = bounded ? std::max(kAlwaysFine, limits.archive_bytes * kBestRatio) : INT64_MAX;
   std::int64_t room = std::min(limits.free_bytes, plausible);
-  ArchiveVerdict verdict;
+  ValidationResult result;
   TargetNames names;
   for (const ArchiveEntry& entry : entries) {
-    std::string& target = verdict.targets.emplace_back();
-    UnzipResult result = JudgeEntry(entry, keep_folders, target);
-    if (result == UnzipResult::kDone && !target.empty()) result = names.Add(target);
-    if (result == UnzipResult::kDone && entry.size > room) result = UnzipResult::kTooLarge;
-    if (result != UnzipResult::kDone) return {result, entry.name, {}};
+    std::string& target = result.targets.emplace_back();
+    UnzipResult reason = ValidateEntry(entry, keep_folders, target);
+    if (reason == UnzipResult::kDone && !target.empty()) reason = names.Add(target);
+    if (reason == UnzipResult::kDone && entry.size > room) reason = UnzipResult::kTooLarge;
+    if (reason != UnzipResult::kDone) return {reason, entry.name, {}};
     room -= entry.size;
   }
-  return verdict;
+  return result;
 }
 
 }  // namespace tsly

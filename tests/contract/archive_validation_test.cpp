@@ -1,4 +1,4 @@
-#include "common/archive_judge.h"
+#include "common/archive_validation.h"
 
 #include <gtest/gtest.h>
 
@@ -9,33 +9,33 @@ using enum UnzipResult;
 using Kind = ArchiveEntry::Kind;
 using Texts = std::vector<std::string>;
 
-ArchiveVerdict Judge(const std::vector<ArchiveEntry>& entries, bool keep_folders = true) {
-  return JudgeArchive(entries, {.archive_bytes = 1000, .free_bytes = 1 << 30}, keep_folders);
+ValidationResult Validate(const std::vector<ArchiveEntry>& entries, bool keep_folders = true) {
+  return ValidateArchive(entries, {.archive_bytes = 1000, .free_bytes = 1 << 30}, keep_folders);
 }
 
 ArchiveEntry File(const std::string& name, std::int64_t size = 0) { return {name, Kind::kFile, size, false}; }
 ArchiveEntry Folder(const std::string& name, std::int64_t size = 0) { return {name, Kind::kFolder, size, false}; }
 
-TEST(ArchiveJudge, GoodNames) {
-  EXPECT_EQ(Judge({}).targets, Texts());
-  EXPECT_EQ(Judge({File("a/b\\c"), Folder("a/"), File("a\\e\\"), Folder("./"), File("./x//y"), File("Ä.b")}).targets,
+TEST(ArchiveValidation, GoodNames) {
+  EXPECT_EQ(Validate({}).targets, Texts());
+  EXPECT_EQ(Validate({File("a/b\\c"), Folder("a/"), File("a\\e\\"), Folder("./"), File("./x//y"), File("Ä.b")}).targets,
             (Texts{"a/b/c", "a/", "a/e/", "", "x/y", "Ä.b"}));
   const Texts odd = {"console.txt", "com0", "com10", "a b", ".hidden", "c..d", "lpt"};
-  for (const std::string& name : odd) EXPECT_EQ(Judge({File(name)}).targets, Texts{name});
-  EXPECT_EQ(Judge({Folder("a/"), File("a/x"), File("b/y")}, false).targets, (Texts{"", "x", "y"}));
+  for (const std::string& name : odd) EXPECT_EQ(Validate({File(name)}).targets, Texts{name});
+  EXPECT_EQ(Validate({Folder("a/"), File("a/x"), File("b/y")}, false).targets, (Texts{"", "x", "y"}));
 }
 
 void ExpectRefused(const ArchiveEntry& entry, UnzipResult reason, std::vector<bool> keep_folders = {true, false}) {
   for (const bool keep : keep_folders) {
-    const ArchiveVerdict verdict = Judge({File("good"), entry, File("also good")}, keep);
-    EXPECT_EQ(verdict.reason, reason) << entry.name;
-    EXPECT_EQ(verdict.name, entry.name);
-    EXPECT_EQ(verdict.targets, Texts()) << entry.name;
+    const ValidationResult result = Validate({File("good"), entry, File("also good")}, keep);
+    EXPECT_EQ(result.reason, reason) << entry.name;
+    EXPECT_EQ(result.name, entry.name);
+    EXPECT_EQ(result.targets, Texts()) << entry.name;
   }
 }
 
 // Which names and kinds are refused, the zoo of archives shows; here is what no archive can say, or not in each way.
-TEST(ArchiveJudge, RefusedEntriesAreNamed) {
+TEST(ArchiveValidation, RefusedEntriesAreNamed) {
   ExpectRefused(File("a/../../x"), kBadName);
   ExpectRefused(File(std::string("a\0b", 3)), kBadName);
   ExpectRefused(File(std::string(4097, 'x')), kBadName);
@@ -47,14 +47,14 @@ TEST(ArchiveJudge, RefusedEntriesAreNamed) {
 }
 
 // Others that exclude each other are in the zoo too.
-TEST(ArchiveJudge, AFolderHasOneSpelling) {
-  EXPECT_EQ(Judge({File("\u00e9/x"), File("b"), File("\u00c9/y")}).reason, kSameName);
-  EXPECT_EQ(Judge({Folder("a/"), File("b"), Folder("A/")}).reason, kSameName);
-  EXPECT_EQ(Judge({File("a/b/c"), File("x"), File("a/b")}).reason, kInTheWay);
-  EXPECT_EQ(Judge({Folder("a/"), File("a/x"), File("b/x"), File("a/y"), Folder("a/")}).reason, kDone);
+TEST(ArchiveValidation, AFolderHasOneSpelling) {
+  EXPECT_EQ(Validate({File("\u00e9/x"), File("b"), File("\u00c9/y")}).reason, kSameName);
+  EXPECT_EQ(Validate({Folder("a/"), File("b"), Folder("A/")}).reason, kSameName);
+  EXPECT_EQ(Validate({File("a/b/c"), File("x"), File("a/b")}).reason, kInTheWay);
+  EXPECT_EQ(Validate({Folder("a/"), File("a/x"), File("b/x"), File("a/y"), Folder("a/")}).reason, kDone);
 }
 
-TEST(ArchiveJudge, CountsAndSizes) {
+TEST(ArchiveValidation, CountsAndSizes) {
   constexpr std::int64_t kMega = 1 << 20;
   const std::vector<ArchiveEntry> two = {File("a", 60 * kMega), File("b", 40 * kMega)};
   const std::pair<ArchiveLimits, UnzipResult> rows[] = {
@@ -66,12 +66,12 @@ TEST(ArchiveJudge, CountsAndSizes) {
       {{2, 1000, 100 * kMega, false}, kDone          }, // by another method
   };
   for (const auto& [limits, reason] : rows) {
-    const ArchiveVerdict verdict = JudgeArchive(two, limits, true);
-    EXPECT_EQ(verdict.reason, reason);
-    EXPECT_EQ(verdict.name, reason == kTooLarge ? "b" : "");
+    const ValidationResult result = ValidateArchive(two, limits, true);
+    EXPECT_EQ(result.reason, reason);
+    EXPECT_EQ(result.name, reason == kTooLarge ? "b" : "");
   }
   const std::vector<ArchiveEntry> endless = {File("a", INT64_MAX), File("b", INT64_MAX)};
-  EXPECT_EQ(JudgeArchive(endless, {200, INT64_MAX, INT64_MAX}, true).reason, kTooLarge);
+  EXPECT_EQ(ValidateArchive(endless, {200, INT64_MAX, INT64_MAX}, true).reason, kTooLarge);
 }
 
 }  // namespace
