@@ -8,7 +8,6 @@
 #include "posix/curl_transfer.h"
 #include "posix/home.h"
 #include "posix/ini_reader.h"
-#include "posix/paths.h"
 #include "posix/posix_files.h"
 #include "posix/posix_folders.h"
 #include "posix/posix_locale.h"
@@ -43,9 +42,7 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Interaction i
   PosixShell shell({.repaint = [&] { toolkit.RepaintAll(); }});
   PosixUnzipFactory unzip;
   DbusAutomation automation(loop, QDBusConnection::sessionBus());
-  // The program goes before the transfer control that it stands on.
-  Program* running = nullptr;
-  CurlTransfer transfer(loop, loop, [&] { return NativePath(running->temp_files.Folder()); });
+  CurlTransfer transfer(loop, loop);
   Program program({.registry = registry,
                    .profiles = profiles,
                    .folders = folders,
@@ -58,8 +55,7 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Interaction i
                    .toolkit = toolkit,
                    .loop = loop,
                    .automation = automation},
-                  start.mode, start.command_line);
-  running = &program;
+                  start.mode == StartMode::kForClients ? 1 : 0, start.command_line);
   if (program.Run()) return 0;
   std::cerr << "tslyCheckNew: no session bus to serve clients on\n";
   return kNoSessionBus;
@@ -69,11 +65,12 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Interaction i
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a server or a child that hangs up is an error code, not the end
-  const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv);
+  const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv, tsly::kStartSwitches);
+  const bool for_clients = start.mode == tsly::StartMode::kForClients;
   auto interaction =
-      start.mode == 0 ? tsly::QtToolkit::Interaction::kForeground : tsly::QtToolkit::Interaction::kBackground;
+      for_clients ? tsly::QtToolkit::Interaction::kBackground : tsly::QtToolkit::Interaction::kForeground;
   if (!tsly::DisplayIsThere()) {
-    if (start.mode == 0) {
+    if (!for_clients) {
       std::cerr << "tslyCheckNew: no display to show a window on\n";
       return kNoDisplay;
     }

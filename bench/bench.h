@@ -72,6 +72,7 @@ class TimedTransfer final : public TransferControl {
   }
   void SetRequestTimeout(std::int32_t seconds) override { inner_.SetRequestTimeout(seconds); }
   void SetProtocol(std::int16_t protocol) override { inner_.SetProtocol(protocol); }
+  void SetSpoolFolder(const std::string& folder) override { inner_.SetSpoolFolder(folder); }
   Fault Execute(const std::string& url, const std::string& operation) override {
     begun = std::chrono::steady_clock::now();
     return inner_.Execute(url, operation);
@@ -131,7 +132,7 @@ class BenchApp {
   RecordingShell shell;
   UnzipType unzip;
   LocalAutomation automation;
-  CurlTransfer curl{loop, loop, [this] { return folder.NativePath(); }};
+  CurlTransfer curl{loop, loop};
   TimedTransfer transfer{curl};
   Program program{
       {.registry = registry,

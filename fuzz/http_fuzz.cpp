@@ -15,6 +15,7 @@
 #include "base/text.h"
 #include "fuzz.h"
 #include "posix/curl_transfer.h"
+#include "posix/paths.h"
 
 namespace tsly {
 namespace {
@@ -208,9 +209,9 @@ void Try(std::string_view bytes) {
 
   PollLoop loop;
   Server server(loop, std::max(piece, bytes.size() / 64 + 1), answers);
-  static const std::filesystem::path folder = std::filesystem::temp_directory_path();
-  CurlTransfer transfer(
-      loop, loop, [] { return folder; }, "/dev/null");
+  CurlTransfer transfer(loop, loop, "/dev/null");
+  static const std::string folder = CorePath(std::filesystem::temp_directory_path().string());
+  transfer.SetSpoolFolder(folder);
   transfer.SetRequestTimeout(0);
   std::vector<std::int16_t> states;
   bool has_ended = false;

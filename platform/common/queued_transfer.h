@@ -38,6 +38,7 @@ class QueuedTransfer : public TransferControl {
   void SetStateChanged(std::function<void(std::int16_t state)> handler) override { handler_ = std::move(handler); }
   void SetRequestTimeout(std::int32_t seconds) override { idle_time_out_ = std::chrono::seconds(seconds); }
   void SetProtocol(std::int16_t) override {}  // the address has it
+  void SetSpoolFolder(const std::string& folder) override { spool_->SetFolder(folder); }
   Fault Execute(const std::string& url, const std::string& operation) override;
   void Cancel() override;
   // Also returns parts of a response that is still arriving.

@@ -13,12 +13,17 @@ class ResponseSpool {
  public:
   virtual ~ResponseSpool() = default;
 
+  // Where the next response is kept (ports/folders.h); the folder must be there at its first byte.
+  void SetFolder(const std::string& folder) { folder_ = folder; }
   // Frees the disk space.
   void Clear();
   // 112 if the disk is full.
   int Append(std::string_view bytes);
   // The next `size` unread bytes, fewer at the end.
   int Read(std::size_t size, std::string& bytes);
+
+ protected:
+  const std::string& Folder() const { return folder_; }
 
  private:
   virtual bool IsOpen() const = 0;
@@ -31,6 +36,7 @@ class ResponseSpool {
 
   int Refill();
 
+  std::string folder_;
   std::int64_t refilled_ = 0;  // how much of the file has been read into the buffer
   std::string buffer_;
   std::size_t taken_ = 0;  // of the buffer

@@ -31,7 +31,7 @@ class Folders {
   virtual std::string ProgramFolder() = 0;
 
   // The folder for temporary files, with a backslash at its end.
-  virtual int TempFolder(std::string& path) = 0;
+  virtual int TemporaryFolder(std::string& path) = 0;
 
   // Makes an empty file of a new name, `prefix`, some digits and ".tmp", in `folder`; `path` is the whole path.
   virtual int MakeTempFile(const std::string& folder, const std::string& prefix, std::string& path) = 0;

@@ -48,6 +48,9 @@ class TransferControl {
   // Seconds without a byte after which the transfer fails (12002); not a limit on the whole.
   virtual void SetRequestTimeout(std::int32_t seconds) = 0;
   virtual void SetProtocol(std::int16_t protocol) = 0;
+  // The folder (folders.h) on whose disk responses are kept while they are read; set before the first Execute, and
+  // there when a response begins.
+  virtual void SetSpoolFolder(const std::string& folder) = 0;
 
   // Starts a request. An older one is abandoned first: none of its states is delivered any more. Clears the last error.
   // Fails at once for an address that can't be used (12005, 12006); no state follows then.

@@ -6,11 +6,8 @@
 
 namespace tsly {
 
-CurlTransfer::CurlTransfer(DescriptorWatch& watch, EventLoop& loop, std::function<std::filesystem::path()> spool_folder,
-                           std::string authorities)
-    : QueuedTransfer(loop, std::make_unique<SpoolFile>(std::move(spool_folder))),
-      watch_(watch),
-      authorities_(std::move(authorities)) {}
+CurlTransfer::CurlTransfer(DescriptorWatch& watch, EventLoop& loop, std::string authorities)
+    : QueuedTransfer(loop, std::make_unique<SpoolFile>()), watch_(watch), authorities_(std::move(authorities)) {}
 
 Fault CurlTransfer::UsableAddress(const std::string& given, std::string& address) {
   return tsly::UsableAddress(given, address);

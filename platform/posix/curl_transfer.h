@@ -1,8 +1,6 @@
 // The transfer control of the Linux edition, on libcurl.
 #pragma once
 
-#include <filesystem>
-#include <functional>
 #include <string>
 
 #include "common/queued_transfer.h"
@@ -12,10 +10,8 @@ namespace tsly {
 
 class CurlTransfer : public QueuedTransfer {
  public:
-  // Calls `spool_folder` when the first byte of a response arrives; the folder must exist by then. `authorities` is a
-  // file of trusted certificates, for tests; "": the system's.
-  CurlTransfer(DescriptorWatch& watch, EventLoop& loop, std::function<std::filesystem::path()> spool_folder,
-               std::string authorities = "");
+  // `authorities` is a file of trusted certificates, for tests; "": the system's.
+  CurlTransfer(DescriptorWatch& watch, EventLoop& loop, std::string authorities = "");
 
  private:
   Fault UsableAddress(const std::string& given, std::string& address) override;

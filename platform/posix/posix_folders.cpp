@@ -100,7 +100,7 @@ std::string PosixFolders::ProgramFolder() {
   return CorePath(fs::read_symlink("/proc/self/exe", failure).parent_path().string());
 }
 
-int PosixFolders::TempFolder(std::string& path) {
+int PosixFolders::TemporaryFolder(std::string& path) {
   fs::path native = home_.temp;
   if (native.empty()) {
     native = private_temp_.Below(SystemTempFolder());

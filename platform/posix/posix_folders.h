@@ -13,7 +13,7 @@ class PosixFolders : public Folders {
 
   int SpecialFolder(int csidl, std::string& path) override;
   std::string ProgramFolder() override;
-  int TempFolder(std::string& path) override;
+  int TemporaryFolder(std::string& path) override;
   int MakeTempFile(const std::string& folder, const std::string& prefix, std::string& path) override;
 
  private:

@@ -7,6 +7,7 @@
 
 #include "ports/system_codes.h"
 #include "posix/io.h"
+#include "posix/paths.h"
 
 namespace tsly {
 namespace {
@@ -34,7 +35,7 @@ int WriteCode(int error) {
 }  // namespace
 
 int SpoolFile::Open() {
-  const std::filesystem::path folder = folder_();
+  const std::filesystem::path folder = NativePath(Folder());
   file_ = Descriptor(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kUserFile));
   if (file_) return kSuccess;
   // Not every file system supports files without a name.

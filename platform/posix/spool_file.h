@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 
 #include "common/response_spool.h"
 #include "posix/descriptor.h"
@@ -10,10 +9,6 @@
 namespace tsly {
 
 class SpoolFile : public ResponseSpool {
- public:
-  // Calls `folder` for the first byte; the returned folder must exist.
-  explicit SpoolFile(std::function<std::filesystem::path()> folder) : folder_(std::move(folder)) {}
-
  private:
   bool IsOpen() const override { return static_cast<bool>(file_); }
   int Open() override;
@@ -23,7 +18,6 @@ class SpoolFile : public ResponseSpool {
 
   int OpenWithoutName(const std::filesystem::path& name);
 
-  std::function<std::filesystem::path()> folder_;
   Descriptor file_;
 };
 

@@ -10,7 +10,7 @@
 #include <QVariantMap>
 #include <utility>
 
-#include "ports/automation_identity.h"
+#include "base/automation_identity.h"
 #include "ports/event_loop.h"
 #include "qt/dbus_names.h"
 

@@ -18,6 +18,11 @@ namespace tsly {
 
 class EventLoop;
 
+// The service file of the installation starts the program so.
+inline constexpr StartSwitch kStartSwitches[] = {
+    {"--automation", StartMode::kForClients},
+};
+
 class DbusAutomation final : public AutomationServer {
  public:
   DbusAutomation(EventLoop& loop, const QDBusConnection& bus);

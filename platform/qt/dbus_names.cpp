@@ -1,6 +1,6 @@
 #include "qt/dbus_names.h"
 
-#include "ports/automation_identity.h"
+#include "base/automation_identity.h"
 
 namespace tsly::dbus {
 namespace {

@@ -40,6 +40,8 @@ constexpr const char* kStateLines[] = {
     "StateChanged: State = Response completed",
 };
 
+std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('\\') + 1); }
+
 const char* Word(bool truth) { return truth ? "True" : "False"; }
 
 }  // namespace
@@ -59,6 +61,7 @@ bool frmVerify::GetDocument(std::uint8_t DocumentKind, const std::string& URL, s
 
   const std::string address = Trim(URL);
   needs_.netCommand.SetRequestTimeout(kRequestTimeout);
+  needs_.netCommand.SetSpoolFolder(FolderOf(document_.DocumentFile));
   needs_.global.WriteLog(1, "GetDocument: Starting download: GET " + address);
   needs_.netCommand.SetProtocol(icHTTP);
   if (const Fault fault = needs_.netCommand.Execute(address, "GET")) {

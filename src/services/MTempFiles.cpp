@@ -66,7 +66,7 @@ std::string MTempFiles::Folder() {
   const std::string folder = global_.GetSpecialFolder(kFolderAppData, "", kProductSubPath);
   if (folder != "\\") return folder;
   std::string temp;
-  if (folders_.TempFolder(temp) == kSuccess) return temp;
+  if (folders_.TemporaryFolder(temp) == kSuccess) return temp;
   files_.MakeFolder("C:\\TEMP\\", FolderUse::kUserAlone);
   return "C:\\TEMP\\";
 }

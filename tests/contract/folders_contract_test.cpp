@@ -168,7 +168,7 @@ TEST_F(FoldersContract, AFailureNamesNoOtherPlace) {
 
 TEST_F(FoldersContract, MakesTemporaryFiles) {
   std::string temp, path;
-  ASSERT_EQ(folders.TempFolder(temp), kSuccess);
+  ASSERT_EQ(folders.TemporaryFolder(temp), kSuccess);
   EXPECT_EQ(temp, folder.CorePath("home\\temp\\"));
 
   std::set<std::string> names;
@@ -194,7 +194,7 @@ TEST_F(FoldersContract, KeepsTemporaryFilesWhereOnlyTheUserWrites) {
   const auto temp_path = [this] {
     PosixFolders process(home);
     std::string path;
-    process.TempFolder(path);
+    process.TemporaryFolder(path);
     const fs::path made = Replace(path, "\\", "/");
     const bool is_closed = path.empty() || fs::symlink_status(made.parent_path()).permissions() == fs::perms(0700);
     return is_closed ? path : "open to others: " + path;
@@ -259,7 +259,7 @@ TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
         files.Rename(app_data + "\\" + found[0], app_data + "\\" + "A" + found[0].substr(1, found[0].size() - 2) + "B"),
         0);
     EXPECT_TRUE(fs::exists(root / "folders/AppData/A\\B"));
-    EXPECT_EQ(odd.TempFolder(path), kSuccess);
+    EXPECT_EQ(odd.TemporaryFolder(path), kSuccess);
     EXPECT_EQ(path, CorePath(root.string() + "/temp/"));
   }
   PosixFolders nameless(HomeFrom({
@@ -267,7 +267,7 @@ TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
   }));
   std::string path;
   EXPECT_EQ(FolderPath(nameless, kCsidlAppData), "code 3");
-  EXPECT_EQ(nameless.TempFolder(path), kPathNotFound);
+  EXPECT_EQ(nameless.TemporaryFolder(path), kPathNotFound);
   // Only this home's own folders were made.
   for (const auto& entry : fs::directory_iterator(folder.NativePath())) {
     EXPECT_TRUE(fs::exists(entry.path() / "folders/AppData")) << entry.path();

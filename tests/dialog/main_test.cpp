@@ -141,18 +141,23 @@ TEST(SpecialFolder, FallsBackWithoutMakingAnything) {
 }
 
 TEST(StartArguments, TheModeIsASwitchOfItsOwn) {
-  const std::tuple<const char*, std::int32_t, const char*> rows[] = {
+  const std::tuple<const char*, StartMode, const char*> rows[] = {
   // words between bars
-      {"x",                                     0, ""                       },
-      {"x|/showupdates|/window:1A",             0, "/showupdates /window:1A"},
-      {"x|/window:5|--automation|/showupdates", 1, "/window:5 /showupdates" },
-      {"x|--Automation|a b|",                   0, "--Automation a b "      },
+      {"x",                                     StartMode::kOnItsOwn,   ""                       },
+      {"x|/showupdates|/window:1A",             StartMode::kOnItsOwn,   "/showupdates /window:1A"},
+      {"x|/window:5|--automation|/showupdates", StartMode::kForClients, "/window:5 /showupdates" },
+      {"x|--Automation|a b|",                   StartMode::kOnItsOwn,   "--Automation a b "      },
+      {"x|/regserver",                          StartMode::kRegister,   ""                       },
+  };
+  const StartSwitch switches[] = {
+      {"--automation", StartMode::kForClients},
+      {"/regserver",   StartMode::kRegister  },
   };
   for (const auto& [arguments, mode, line] : rows) {
     std::vector<std::string> texts = Split(arguments, "|");
     std::vector<char*> pointers;
     for (std::string& text : texts) pointers.push_back(text.data());
-    const StartArguments start = ReadStartArguments(static_cast<int>(pointers.size()), pointers.data());
+    const StartArguments start = ReadStartArguments(static_cast<int>(pointers.size()), pointers.data(), switches);
     EXPECT_EQ(start.mode, mode);
     EXPECT_EQ(start.command_line, line);
   }

@@ -29,6 +29,7 @@ TEST(Download, TheLogTellsTheWholeWay) {
                 "GetDocument: Exiting, returning True\n");
   EXPECT_EQ(app.transfer.request_timeout, 60);
   EXPECT_EQ(app.transfer.protocol, icHTTP);
+  EXPECT_EQ(app.transfer.spool_folder, app.ProductFolder());
 }
 
 TEST(Download, EachEndHasItsMessageAndItsNumber) {

@@ -179,8 +179,7 @@ class HostileServer : public testing::Test, protected RunningLoop {
   RecordingUnzipFactory unzip_;
   FixedLocale locale_;
   LocalAutomation automation_;
-  WatchedTransfer transfer_{loop, loop, [this] { return folder_.NativePath(); },
-                            folder_.NativePath("trusted").string()};
+  WatchedTransfer transfer_{loop, loop, folder_.NativePath("trusted").string()};
   Program program_{
       Platform{registry_, profiles_, folders_, files_, clock, transfer_, unzip_, shell_, locale_, toolkit_, loop,
                automation_},

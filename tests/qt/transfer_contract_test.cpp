@@ -30,7 +30,7 @@ class TransferTest : public testing::Test, protected RunningLoop {
   TransferTest() {
     // Nobody listens there; whoever obeyed these would fail.
     for (const char* name : {"http_proxy", "ALL_PROXY"}) ::setenv(name, "http://127.0.0.1:1", 1);
-    Use(std::make_unique<CurlTransfer>(loop, loop, [this] { return folder_.NativePath(); }));
+    Use(std::make_unique<CurlTransfer>(loop, loop));
   }
   ~TransferTest() override {
     control_.reset();
@@ -41,6 +41,7 @@ class TransferTest : public testing::Test, protected RunningLoop {
     control_ = std::move(control);
     control_->SetProtocol(icHTTP);
     control_->SetRequestTimeout(60);
+    control_->SetSpoolFolder(folder_.CorePath(""));
     control_->SetStateChanged([this](std::int16_t state) {
       // A 7 that repeats another says nothing new.
       if (state != icReceivingResponse || states_.empty() || states_.back() != state) states_.push_back(state);

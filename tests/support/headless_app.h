@@ -55,7 +55,7 @@ class TestFolders : public SystemFolders {
   int SpecialFolder(int csidl, std::string& path) override {
     return nowhere ? 1 : SystemFolders::SpecialFolder(csidl, path);
   }
-  int TempFolder(std::string& path) override { return no_temp ? 1 : SystemFolders::TempFolder(path); }
+  int TemporaryFolder(std::string& path) override { return no_temp ? 1 : SystemFolders::TemporaryFolder(path); }
   int MakeTempFile(const std::string& in, const std::string& prefix, std::string& path) override {
     return no_temp ? 1 : SystemFolders::MakeTempFile(in, prefix, path);
   }

@@ -42,6 +42,7 @@ class ScriptedTransfer : public TransferControl {
   std::vector<std::string> requests;  // the addresses, as given
   std::int32_t request_timeout = 0;
   std::int16_t protocol = 0;
+  std::string spool_folder;
   int cancelled = 0;                             // calls of Cancel
   std::optional<std::size_t> chunk_fault_after;  // so many chunks of a response can be read, then comes a fault
   std::function<void()> before_chunk;            // called at the beginning of each GetChunk
@@ -54,6 +55,7 @@ class ScriptedTransfer : public TransferControl {
   void SetStateChanged(std::function<void(std::int16_t state)> handler) override { handler_ = std::move(handler); }
   void SetRequestTimeout(std::int32_t seconds) override { request_timeout = seconds; }
   void SetProtocol(std::int16_t number) override { protocol = number; }
+  void SetSpoolFolder(const std::string& folder) override { spool_folder = folder; }
   Fault Execute(const std::string& url, const std::string& operation) override;
   void Cancel() override;
   Fault GetChunk(std::int32_t size, ChunkType type, std::string& chunk) override;

@@ -20,7 +20,7 @@ inline constexpr const char* kProgId = "TessalyStudio.CheckNew";
 
 enum class MemberKind { kPropertyGet, kPropertyPut, kMethod };
 
-// Members of the interface in the order of their slots, behind those of the dual interface's base. The property is a
+// Members of the interface in the order of their slots, after those of the dual interface's base. The property is a
 // signed 32-bit integer; the methods have neither arguments nor results.
 struct Member {
   const char* name;
