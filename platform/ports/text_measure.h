@@ -1,23 +1,13 @@
 // The room that a text takes in a font. One thread. Texts are UTF-8; lengths are twips.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
+#include "ports/font.h"
+#include "ports/twips.h"
+
 namespace tsly {
-
-using Twips = std::int32_t;  // 1440 to the inch, 15 to the pixel at 96 dpi
-
-struct Font {
-  std::string name = "Tahoma";
-  double points = 8.25;
-  bool bold = false;
-  bool underline = false;
-  std::int32_t charset = 1;  // LOGFONT numbers (wingdi.h); 1 = default
-
-  bool operator==(const Font&) const = default;
-};
 
 struct TextSize {
   Twips width = 0;

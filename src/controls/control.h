@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "ports/text_measure.h"
+#include "ports/font.h"
+#include "ports/twips.h"
 
 namespace tsly {
 

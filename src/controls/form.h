@@ -129,4 +129,15 @@ class Form {
   std::vector<RuntimeError> unhandled_errors_;
 };
 
+// The load that a routine began in: false as soon as the form is unloaded, also after it is loaded anew.
+class SameLoad {
+ public:
+  explicit SameLoad(const Form& form) : form_(form), number_(form.LoadNumber()) {}
+  explicit operator bool() const { return form_.IsLoad(number_); }
+
+ private:
+  const Form& form_;
+  const std::uint64_t number_;
+};
+
 }  // namespace tsly

@@ -62,8 +62,8 @@ class MGlobal {
   void ResetLogFile();
   void WriteLog(std::int32_t enable, const std::string& text);  // writes only with enable 1
 
-  // The folder of one of the program's own codes (201 to 207), ending in a backslash; creates the folders of
-  // `sub_path`. Without such a folder on this system: `fallback`, or AppPath.
+  // The folder of one of the program's own codes (special_folders.cpp; 201 to 207), ending in a backslash; creates the
+  // folders of `sub_path`. Without such a folder on this system: `fallback`, or AppPath.
   std::string GetSpecialFolder(std::int32_t folder_code, const std::optional<std::string>& fallback = std::nullopt,
                                const std::optional<std::string>& sub_path = std::nullopt);
 

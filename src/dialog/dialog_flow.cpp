@@ -2,7 +2,6 @@
 #include <cmath>
 
 #include "base/date_time.h"
-#include "base/step.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
 #include "dialog/frmVerify.h"
@@ -23,13 +22,6 @@ bool IsFrequency(std::int32_t number) { return number >= 0 && number <= 3; }
 // Rounding can make a whole minute slightly too small.
 double WholeMinutes(DateTime when) { return std::trunc(when * kMinutesPerDay + 1e-6); }
 
-const std::string& TextAt(const std::vector<std::string>& texts, std::int32_t index) {
-  if (index < 0 || static_cast<std::size_t>(index) >= texts.size()) {
-    throw RuntimeError{kErrorSubscript, "frmVerify", "Subscript out of range"};
-  }
-  return texts[static_cast<std::size_t>(index)];
-}
-
 }  // namespace
 
 void frmVerify::Form_Load() {
@@ -39,22 +31,27 @@ void frmVerify::Form_Load() {
   frequency_is_known_ = needs_.registry.WasCertain();
   const double stored = LeadingDouble(needs_.registry.TextOf(every));
   const std::int32_t frequency = stored >= 0 && stored <= 3 ? static_cast<std::int32_t>(stored) : kDefaultFrequency;
-  Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
-  controls.lblInfo103.SetTag(std::to_string(frequency));
+  ShowFrequency(frequency);
 
   const RegData on = needs_.registry.GetRegSubkeyValue(kLocalMachine, SettingsKey, VersionSubkey, kValueCheckedOn, 0);
   const DateTime last_check = MRegistry::NumberOf(on).value_or(0) / kMinutesPerDay;
-  std::string text;
-  Step([&] { text = last_check != 0 ? LastCheckText(last_check) : ResString(text_key::kLastCheckNever); });
-  controls.lblInfo104.SetText(text);
+  const auto text = last_check != 0 ? LastCheckText(last_check) : ResString(text_key::kLastCheckNever);
+  controls.lblInfo104.SetText(text.value_or(""));
 }
 
-std::string frmVerify::LastCheckText(DateTime when) {
+void frmVerify::ShowFrequency(std::int32_t frequency) {
+  const auto index = static_cast<std::size_t>(frequency);
+  if (index < FrequencyTexts.size()) controls.lblInfo103.SetText(FrequencyTexts[index]);
+  controls.lblInfo103.SetTag(std::to_string(frequency));
+}
+
+std::optional<std::string> frmVerify::LastCheckText(DateTime when) {
   const std::string date_separator = needs_.locale.DateSeparator();
-  std::string text = ResString(text_key::kLastCheckDone);
-  text = Replace(text, "[MM/DD/YYYY]", MonthDayYear(when, date_separator));
-  text = Replace(text, "[DD/MM/YYYY]", DayMonthYear(when, date_separator));
-  return Replace(text, "[HH:MM]", HourMinute(when, needs_.locale.TimeSeparator()));
+  auto text = ResString(text_key::kLastCheckDone);
+  if (!text) return text;
+  text = Replace(*text, "[MM/DD/YYYY]", MonthDayYear(when, date_separator));
+  text = Replace(*text, "[DD/MM/YYYY]", DayMonthYear(when, date_separator));
+  return Replace(*text, "[HH:MM]", HourMinute(when, needs_.locale.TimeSeparator()));
 }
 
 void frmVerify::DisplayWindow() { BringUp(Keyboard::kTake); }
@@ -72,7 +69,7 @@ void frmVerify::PrepareVerifyVersion() {
 // Starts one search. During a search, an offer or an installation the tick waits for the next interval, because a
 // search would clear the list that they use.
 void frmVerify::tmrVerifyVersion_Timer() {
-  if (searches_running_ > 0 || controls.picStep200.Visible()) return;
+  if (search_ != nullptr || controls.picStep200.Visible()) return;
   tmrVerifyVersion.SetEnabled(false);
   CheckForUpdates(false);
 }
@@ -83,9 +80,8 @@ void frmVerify::lblInfo_Click(int Index) {
   if (Index == 103) {
     const auto number = ToInt32(controls.lblInfo103.Tag());
     const std::int32_t frequency = number && IsFrequency(*number) ? (*number + 1) % 4 : kDefaultFrequency;
-    controls.lblInfo103.SetTag(std::to_string(frequency));
     frequency_is_known_ = true;
-    Step([&] { controls.lblInfo103.SetText(TextAt(FrequencyTexts, frequency)); });
+    ShowFrequency(frequency);
   } else if (Index == 105) {
     if (controls.lblInfo105.MousePointer() == kPointerCustom) CheckForUpdates(true);
   }

@@ -30,7 +30,7 @@ void frmVerify::OnReset() {
 // first: the settings may need the disk space of its response.
 void frmVerify::OnUnload() {
   needs_.netCommand.Cancel();
-  document_.file.reset();
+  document_->file.reset();
   needs_.profiles.Unpin(UpdatesIniFile);
   Form_Unload();
   tmrVerifyVersion.SetEnabled(false);

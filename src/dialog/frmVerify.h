@@ -9,7 +9,9 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,8 @@
 #include "dialog/VerifyControls.h"
 #include "dialog/status.h"
 #include "discovery/document_run.h"
+#include "discovery/search_run.h"
+#include "install/action_line.h"
 #include "install/transcript.h"
 
 namespace tsly {
@@ -103,17 +107,21 @@ class frmVerify : public Form {
   void cmdLater_Click();
   void cmdClose_Click();
   void StartPrintDots();
-  std::string LastCheckText(DateTime when);
+  void ShowFrequency(std::int32_t frequency);
+  std::optional<std::string> LastCheckText(DateTime when);
   void ReportStatus(std::int32_t status);
 
   // The dialog's texts (localization/LocalizeDialog.cpp).
   void LocalizeDialog();
-  std::string ResString(const ResourceKey& key);  // throws if no file has the key
+  std::optional<std::string> ResString(const ResourceKey& key);  // none if no file has the key
+  // The answer; 0 if no file has the key: then nothing is shown.
+  std::int32_t ShowResMessage(const ResourceKey& key, std::int32_t buttons);
+  void TakeTexts(std::vector<std::string>& texts, std::initializer_list<ResourceKey> keys);
 
   // Fetching a document (discovery/download.cpp).
   bool GetDocument(std::uint8_t DocumentKind, const std::string& URL, std::string Filename,
                    const std::string& Extension, bool ShowStatus, bool DocumentIsBinary);
-  void WaitForDocument(std::uint64_t load);
+  void WaitForDocument(const SameLoad& load, const std::shared_ptr<DocumentRun>& run);
   void ReportDocumentFailure();
   void netCommand_StateChanged(std::int16_t State);
   void ShowTransferState(std::int16_t State);
@@ -121,16 +129,17 @@ class frmVerify : public Form {
   void TakeTransferError();
   bool DocumentTimedOut() const;
 
-  // A search (discovery/search.cpp) and its result (discovery/presentation.cpp).
+  // A search (discovery/search.cpp) and its list (discovery/presentation.cpp).
   void CheckForUpdates(bool Interactive);
   bool RetrieveUpdates(bool Interactive);
   bool TakeUpdatesFile();
   bool CollectNewModules();
-  void SearchByHand();
-  void SearchSilently();
+  void SearchByHand(const SearchRun& search);
+  void SearchSilently(const SearchRun& search);
   void ShowCommunicationError();
   std::string LocalizedText(const std::string& key);
-  std::string ReadUpdate(const std::string& section, const std::string& key, const ResourceKey& fallback);
+  std::optional<std::string> ReadUpdate(const std::string& section, const std::string& key,
+                                        const ResourceKey& fallback);
   void MakeRoomForScrollBar(std::int32_t last, Twips& top);
   void UpdateItem_MoreInfoClicked(std::int16_t Index, const std::string& URL);
   void vscUpdates_Change();
@@ -150,17 +159,16 @@ class frmVerify : public Form {
   bool ExpandInstallPath(const std::string& Path, std::string& Expanded);
   void BeginTranscript();
   void AddFeedbackLine(std::int32_t fbState, const std::vector<std::string>& Information);
-  std::string FeedbackText(std::int32_t fbState, const std::vector<std::string>& Information);
+  std::optional<std::string> FeedbackText(std::int32_t fbState, const std::vector<std::string>& Information);
 
   std::int32_t UpdateCount() const { return static_cast<std::int32_t>(UpdateNames.size()) - 1; }
 
   Needs needs_;
-  DocumentRun document_;
+  std::shared_ptr<DocumentRun> document_ = std::make_shared<DocumentRun>();
+  SearchRun* search_ = nullptr;  // the latest of those that run
   TranscriptRun transcript_;
   ActionRun action_;
-  bool frequency_is_known_ = false;   // read successfully or chosen by the user: may be stored
-  std::uint64_t searches_begun_ = 0;  // a search that was overtaken by another one returns
-  int searches_running_ = 0;
+  bool frequency_is_known_ = false;  // read successfully or chosen by the user: may be stored
 };
 
 }  // namespace tsly

@@ -11,9 +11,6 @@
 
 namespace tsly {
 
-// The documents that GetDocument downloads, and the values of UpdateElementDocType.
-enum DocumentKind : std::uint8_t { kUpdatesFile = 1, kDataFile = 3, kInstallationPack = 4 };
-
 class AvailableUpdate : public Control {
  public:
   AvailableUpdate(Form& form, Control* parent, std::string name, int index);

@@ -11,8 +11,10 @@ namespace tsly {
 
 class OpenFile;
 
+// What GetDocument downloads, and what UpdateElementDocType holds.
+enum DocumentKind : std::uint8_t { kUpdatesFile = 1, kDataFile = 3, kInstallationPack = 4 };
+
 struct DocumentRun {
-  std::uint64_t number = 0;           // counts the downloads of the process
   std::uint8_t DocumentReceived = 0;  // 0 nothing yet, 1 received, 2 failed
   std::uint8_t DocumentKind = 0;
   std::string DocumentFile;

@@ -8,7 +8,6 @@
 #include "localization/MLocalizationText.h"
 #include "ports/event_loop.h"
 #include "ports/shell.h"
-#include "ports/transfer.h"
 
 namespace tsly {
 namespace {
@@ -17,93 +16,10 @@ constexpr std::int32_t kSmallScroll = 60;
 
 }  // namespace
 
-void frmVerify::CheckForUpdates(bool Interactive) {
-  ++searches_running_;
-  Interactive ? SearchByHand() : SearchSilently();
-  --searches_running_;
-}
-
-void frmVerify::SearchByHand() {
-  const std::uint64_t load = LoadNumber();
-  const std::uint64_t search = ++searches_begun_;
-  Label& link = controls.lblInfo105;
-  Font font = link.GetFont();
-  link.SetForeColor(kWhite);
-  font.underline = false;
-  link.SetFont(font);
-  if (CheckLinkTexts.size() > 1) link.SetText(CheckLinkTexts[1]);
-  link.SetMousePointer(kPointerHourglass);
-
-  const bool retrieved = RetrieveUpdates(true);
-  if (!IsLoad(load) || search != searches_begun_) return;
-
-  link.SetMousePointer(kPointerCustom);
-  if (!CheckLinkTexts.empty()) link.SetText(CheckLinkTexts[0]);
-  font.underline = true;
-  link.SetFont(font);
-  link.SetForeColor(kLinkColor);
-  if (CheckedOn != 0) Step([&] { controls.lblInfo104.SetText(LastCheckText(CheckedOn)); });
-
-  if (retrieved && UpdateCount() < 1) {
-    Step([&] { needs_.global.ShowMessage(ResString(text_key::kNoUpdateAvailable), kIconInformation); });
-  } else if (retrieved) {
-    ShowAvailableUpdates();
-  } else if (document_.DocumentReceived != 2) {
-    Step([&] { ShowCommunicationError(); });
-  }
-}
-
-// Only for a failure without an error state; GetDocument reports those itself.
-void frmVerify::ShowCommunicationError() {
-  std::string text;
-  Step([&] {
-    text =
-        Replace(ResString(text_key::kCommunicationError), "[TYPE]", ResString(text_key::kCommunicationErrorVersions));
-  });
-  if (const std::int32_t code = needs_.netCommand.ResponseCode(); code != 0) {
-    text = Replace(text, "[NUMBER]", "2/" + std::to_string(code));
-    text = Replace(text, "[DESCRIPTION]", needs_.netCommand.ResponseInfo());
-  } else {
-    text = Replace(text, "[NUMBER]", "3/10012");
-    text = Replace(text, "[DESCRIPTION]", "Timeout");
-  }
-  needs_.global.ShowMessage(text, kIconWarning);
-}
-
-void frmVerify::SearchSilently() {
-  const std::uint64_t load = LoadNumber();
-  const std::uint64_t search = ++searches_begun_;
-  RetrieveUpdates(false);
-  if (!IsLoad(load)) {
-    // A dialog that was loaded again may have another client, whose check is still scheduled.
-    if (!Loaded()) ReportStatus(StatusIdle);
-    return;
-  }
-  if (search != searches_begun_) {
-    // A manual search has taken over and shows its own result; if it found nothing, the client's check is finished.
-    if (UpdateCount() < 1) ReportStatus(StatusIdle);
-    return;
-  }
-
-  if (UpdateCount() < 1) {
-    ReportStatus(StatusIdle);
-    return Unload();
-  }
-  for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
-    const std::string& name = UpdateNames[static_cast<std::size_t>(i)];
-    const std::string stop = needs_.global.ReadProfileString(name, kKeyStopApplication, "no", UpdatesIniFile);
-    if (!EndsSilentSearch(stop)) continue;
-    ReportStatus(StatusStopRequired);
-    CheckedOn = 0;
-    return Unload();
-  }
-  ShowAvailableUpdates();
-}
-
 void frmVerify::ShowAvailableUpdates() {
-  Step([&] {
-    controls.lblInfo201.SetText(ResString(UpdateCount() < 2 ? text_key::kPendingUpdates1 : text_key::kPendingUpdates2));
-  });
+  if (const auto text = ResString(UpdateCount() < 2 ? text_key::kPendingUpdates1 : text_key::kPendingUpdates2)) {
+    controls.lblInfo201.SetText(*text);
+  }
   controls.UpdateItem.UnloadAllButModel();
   Twips top = 0;
   for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
@@ -154,7 +70,8 @@ std::string frmVerify::LocalizedText(const std::string& key) {
 
 // Looks up the default in the language file only if the updates file lacks the key, so that a missing default doesn't
 // lose an existing value.
-std::string frmVerify::ReadUpdate(const std::string& section, const std::string& key, const ResourceKey& fallback) {
+std::optional<std::string> frmVerify::ReadUpdate(const std::string& section, const std::string& key,
+                                                 const ResourceKey& fallback) {
   std::string value = needs_.global.ReadProfileString(section, key.c_str(), "", UpdatesIniFile);
   if (!value.empty() || needs_.global.ProfileKeyExists(section, key, UpdatesIniFile)) return value;
   return ResString(fallback);
@@ -169,7 +86,9 @@ void frmVerify::FillUpdateDataFromIni(std::int32_t Index, bool IsLast) {
 
   item.UpdateElementName = name;
   item.SetItem(LocalizedText(name + ":Description"));
-  Step([&] { item.UpdateElementVersion = ReadUpdate(kSectionVersions, name, text_key::kDefaultVersion); });
+  if (const auto version = ReadUpdate(kSectionVersions, name, text_key::kDefaultVersion)) {
+    item.UpdateElementVersion = *version;
+  }
   item.SetExplanation(LocalizedText(name + ":Summary"));
   item.UpdateElementDesc = LocalizedText(name + ":More info");
   item.UpdateElementDocType = DocumentKindOf(read(kKeyInstallPack, "no"));
@@ -183,12 +102,13 @@ void frmVerify::FillUpdateDataFromIni(std::int32_t Index, bool IsLast) {
     if (line.empty()) break;
     item.SetUpdateElementAction(n, line);
   }
-  std::string version;
-  Step([&] { version = Replace(ResString(text_key::kVersionInformation), "[VERSION]", item.UpdateElementVersion); });
-  Step(
-      [&] { version = Replace(version, "[RELEASED]", ReadUpdate(name, kKeyReleased, text_key::kDefaultReleaseDate)); });
+  std::string version =
+      Replace(ResString(text_key::kVersionInformation).value_or(""), "[VERSION]", item.UpdateElementVersion);
+  if (const auto released = ReadUpdate(name, kKeyReleased, text_key::kDefaultReleaseDate)) {
+    version = Replace(version, "[RELEASED]", *released);
+  }
   item.SetVersion(version);
-  Step([&] { item.SetMoreInfo(ResString(text_key::kClickForMoreInfo)); });
+  if (const auto text = ResString(text_key::kClickForMoreInfo)) item.SetMoreInfo(*text);
   item.SetHideBottomLine(IsLast);
 }
 

@@ -5,9 +5,13 @@
 #include <string>
 
 #include "base/text.h"
-#include "discovery/AvailableUpdate.h"
+#include "discovery/document_run.h"
 
 namespace tsly {
+
+// The maker's addresses that are built into the program: the home page, and the updates file's.
+inline constexpr const char* kHomePage = "http://www.quillonsystems.example/";
+inline constexpr const char* kUpdatesFileAddress = "http://updates.quillonsystems.example/download/app-updates.txt";
 
 inline constexpr const char* kSectionVersions = "Versions";
 inline constexpr const char* kSectionExcludes = "Excludes";

@@ -2,7 +2,6 @@
 
 #include "base/runtime_error.h"
 #include "base/text.h"
-#include "install/transcript.h"
 
 namespace tsly {
 namespace {

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "install/transcript.h"
+
 namespace tsly {
 
 enum class ActionWork { Unzip, Run, Execute, UnregisterProgram, RegisterProgram, UnregisterLibrary, RegisterLibrary };
@@ -21,5 +23,11 @@ const ActionVerb* VerbOf(const std::string& line);
 
 // The argument of a line. A line without a second field throws error 9.
 std::string ArgumentOf(const std::string& line);
+
+// The current action line: its verb decides which state reports a fault.
+struct ActionRun {
+  std::int32_t failed_state = fbUnzipFailed;
+  std::string path;  // expanded
+};
 
 }  // namespace tsly

@@ -43,11 +43,11 @@ Start StartOf(ActionWork work, const std::string& argument) {
 }  // namespace
 
 bool frmVerify::ApplyUpdateActions(AvailableUpdate& Item) {
-  const std::uint64_t load = LoadNumber();
+  const SameLoad load(*this);
   for (std::int32_t index = 1;; ++index) {
     const std::string line = Item.UpdateElementAction(index);
     if (line.empty()) return true;
-    if (!ApplyActionLine(line) || !IsLoad(load)) return false;
+    if (!ApplyActionLine(line) || !load) return false;
   }
 }
 
@@ -62,14 +62,14 @@ bool frmVerify::ApplyActionLine(const std::string& line) {
   }
   if (verb->work == ActionWork::Unzip) return Unzip(action_.path);
 
-  const std::uint64_t load = LoadNumber();
+  const SameLoad load(*this);
   const Start start = StartOf(verb->work, action_.path);
   Fault fault = ReplacedSince(action_.path);
   if (!fault) fault = needs_.global.RunElevated(start.command, start.parameters, kShowNormal);
   // Checks again: the user may have taken minutes to consent. A program that has deleted itself meanwhile is fine.
-  if (!fault && IsLoad(load) && needs_.global.FileExists(document_.DocumentFile)) fault = ReplacedSince(action_.path);
+  if (!fault && load && needs_.global.FileExists(document_->DocumentFile)) fault = ReplacedSince(action_.path);
   if (fault) {
-    if (IsLoad(load))
+    if (load)
       ProcessFeedback(verb->failed_state, {"launch", action_.path, std::to_string(fault.number), fault.description});
     return false;
   }
@@ -83,16 +83,16 @@ bool frmVerify::ApplyActionLine(const std::string& line) {
 // A fault if the command names the downloaded document and another file has that name now: only the verified file may
 // be started.
 Fault frmVerify::ReplacedSince(const std::string& command) {
-  const std::string& name = document_.DocumentFile;
+  const std::string& name = document_->DocumentFile;
   if (LowerCase(command).find(LowerCase(name)) == std::string::npos) return {};
-  if (document_.file && document_.file->IsAt(name)) return {};
+  if (document_->file && document_->file->IsAt(name)) return {};
   return {kSharingViolation, "ApplyUpdateActions", kReplaced};
 }
 
 bool frmVerify::Unzip(const std::string& folder) {
   const std::unique_ptr<UnzipComponent> component = needs_.unzip.Create();
   if (!component) throw RuntimeError{kErrorCannotCreateObject, "ApplyUpdateActions", "Can't create object"};
-  RaiseIf(component->SetArchiveFile(document_.DocumentFile, document_.file));
+  RaiseIf(component->SetArchiveFile(document_->DocumentFile, document_->file));
   RaiseIf(component->SetExtractFolder(folder));
   RaiseIf(component->SetExtractOptionA(true));
   RaiseIf(component->SetExtractOptionB(true));
@@ -106,7 +106,7 @@ bool frmVerify::Unzip(const std::string& folder) {
 
 bool frmVerify::ExpandInstallPath(const std::string& Path, std::string& Expanded) {
   return ExpandMacros(Path,
-                      {.document_file = document_.DocumentFile,
+                      {.document_file = document_->DocumentFile,
                        .app = needs_.global.TargetAppPath,
                        .common_appdata = needs_.global.GetSpecialFolder(kFolderCommonAppData, "", kProductSubPath)},
                       Expanded);

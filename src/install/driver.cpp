@@ -28,8 +28,8 @@ std::string ChecksumText(const std::string& digits) {
 }  // namespace
 
 void frmVerify::cmdInstall_Click() {
-  const std::uint64_t load = LoadNumber();
-  if (!PrepareHostProduct() || !IsLoad(load)) return;
+  const SameLoad load(*this);
+  if (!PrepareHostProduct() || !load) return;
   controls.cmdLater.SetEnabled(false);
   controls.cmdInstall.SetEnabled(false);
   std::int32_t failed = 0;
@@ -40,7 +40,7 @@ void frmVerify::cmdInstall_Click() {
   for (std::int32_t i = 1; i <= UpdateCount(); ++i) {
     bool installed = false;
     Step([&] { installed = InstallUpdate(i); });
-    if (!IsLoad(load)) return;
+    if (!load) return;
     ++(installed ? succeeded : failed);
   }
   if (UpdateCount() > 1) CloseRun(succeeded, failed);
@@ -59,13 +59,12 @@ bool frmVerify::PrepareHostProduct() {
   }
   if (!StopNeeded) return true;
   if (!needs_.global.ShowUpdates || needs_.global.HostWindow == 0) {
-    Step([&] { needs_.global.ShowMessage(ResString(text_key::kMustBeStopped), kIconWarning); });
+    ShowResMessage(text_key::kMustBeStopped, kIconWarning);
     return true;
   }
-  const std::uint64_t load = LoadNumber();
-  std::int32_t answer = 0;
-  Step([&] { answer = needs_.global.ShowMessage(ResString(text_key::kWillBeStopped), kButtonsYesNo + kIconQuestion); });
-  if (!IsLoad(load)) return false;
+  const SameLoad load(*this);
+  const std::int32_t answer = ShowResMessage(text_key::kWillBeStopped, kButtonsYesNo + kIconQuestion);
+  if (!load) return false;
   if (answer == kAnswerNo) {
     cmdLater_Click();
     return false;
@@ -73,29 +72,29 @@ bool frmVerify::PrepareHostProduct() {
   if (answer != kAnswerYes) return true;  // the question has no text and wasn't shown
   needs_.shell.CloseWindow(needs_.global.HostWindow);
   if (needs_.shell.LastError() == kInvalidWindowHandle) {
-    Step([&] { needs_.global.ShowMessage(ResString(text_key::kCantBeStopped), kIconWarning); });
+    ShowResMessage(text_key::kCantBeStopped, kIconWarning);
   }
   return true;
 }
 
 bool frmVerify::InstallUpdate(std::int32_t i) {
-  const std::uint64_t load = LoadNumber();
+  const SameLoad load(*this);
   AvailableUpdate& item = controls.UpdateItem(i);
   ProcessFeedback(fbDownload, {item.UpdateElementName, item.UpdateElementSize});
   if (!GetDocument(item.UpdateElementDocType, item.UpdateElementUrl, "", "zip", true, true)) {
-    if (IsLoad(load)) ProcessFeedback(fbDownloadFailed);
+    if (load) ProcessFeedback(fbDownloadFailed);
     return false;
   }
   const std::int32_t size = ToInt32(item.UpdateElementSize).value_or(0);
-  const bool good = VerifyDocument(document_.file, size, item.UpdateElementCRC);
-  if (!IsLoad(load)) return false;
+  const bool good = VerifyDocument(document_->file, size, item.UpdateElementCRC);
+  if (!load) return false;
   if (!good) {
     ProcessFeedback(fbVerifyFailure);
     return false;
   }
   bool applied = false;
   const auto fault = Step([&] { applied = ApplyUpdateActions(item); });
-  if (!IsLoad(load)) return false;
+  if (!load) return false;
   if (fault) {
     // The action line has no message for this; its failed state reports the fault and ends its dots.
     const bool unzip = action_.failed_state == fbUnzipFailed;
@@ -117,16 +116,14 @@ void frmVerify::CloseRun(std::int32_t succeeded, std::int32_t failed) {
                            : succeeded == 0 ? text_key::kFinishedFailed
                                             : text_key::kFinishedMixed;
   CheckedOn = failed == 0 ? needs_.clock.Now() : 0;
-  std::string text;
-  Step([&] { text = ResString(key); });
-  text = Replace(text, "[N-SUCCESS]", std::to_string(succeeded));
+  const std::string text = Replace(ResString(key).value_or(""), "[N-SUCCESS]", std::to_string(succeeded));
   ProcessFeedback(fbFinished, {Replace(text, "[N-FAILED]", std::to_string(failed))});
 }
 
 // Verifies the document as stored, not what its name refers to now: the same bytes are unpacked later. By value: events
 // in between may start another download.
 bool frmVerify::VerifyDocument(std::shared_ptr<OpenFile> File, std::int32_t Size, std::string CRC) {
-  const std::uint64_t load = LoadNumber();
+  const SameLoad load(*this);
   ProcessFeedback(fbVerifying);
   std::int64_t length = 0;
   std::optional<std::int32_t> checksum = 0;
@@ -135,7 +132,7 @@ bool frmVerify::VerifyDocument(std::shared_ptr<OpenFile> File, std::int32_t Size
     if (File->Length(length) != 0) checksum.reset();
   }
   const bool good = checksum && ChecksumText(Hex(*checksum)) == ChecksumText(CRC) && length == Size;
-  if (IsLoad(load)) ProcessFeedback(fbVerifyResult, {good ? "ok" : "fail"});
+  if (load) ProcessFeedback(fbVerifyResult, {good ? "ok" : "fail"});
   return good;
 }
 

@@ -71,9 +71,8 @@ void frmVerify::ProcessFeedback(std::int32_t fbState, const std::vector<std::str
   } else if (fbState == fbVerifyResult) {
     tmrPrintDots.SetEnabled(false);
     const bool passed = !Information.empty() && Information[0] == "ok";
-    Step([&] {
-      transcript_.LastProcessLine += ResString(passed ? text_key::kVerificationPassed : text_key::kVerificationFailed);
-    });
+    const ResourceKey& key = passed ? text_key::kVerificationPassed : text_key::kVerificationFailed;
+    transcript_.LastProcessLine += ResString(key).value_or("");
     if (!transcript_.ProcessLines.empty()) transcript_.ProcessLines.back() = transcript_.LastProcessLine;
     needs_.global.WriteLog(1, transcript_.LastProcessLine);
     box.SetText(transcript_.Text());
@@ -89,7 +88,7 @@ void frmVerify::BeginTranscript() {
   controls.txtProcessing.Move(list.rect);
   transcript_.ProcessLines.assign(1, "");
   std::string& line = transcript_.ProcessLines[0];
-  Step([&] { line = ResString(text_key::kUpdateBegins); });
+  line = ResString(text_key::kUpdateBegins).value_or("");
   needs_.global.WriteLog(1, line);
   while (line.ends_with("\r\n")) line.resize(line.size() - 2);
   transcript_.LastProcessLine = line;
@@ -103,7 +102,7 @@ void frmVerify::AddFeedbackLine(std::int32_t fbState, const std::vector<std::str
   auto& lines = transcript_.ProcessLines;
   lines.emplace_back();
   const std::size_t n = lines.size() - 1;
-  Step([&] { lines[n] = FeedbackText(fbState, Information); });
+  lines[n] = FeedbackText(fbState, Information).value_or("");
   if (steps->log) needs_.global.WriteLog(1, lines[n]);
   if (steps->settle) Step([&] { transcript_.Line(n - 1) = transcript_.LastProcessLine; });
   transcript_.LastProcessLine = lines[n];
@@ -113,27 +112,27 @@ void frmVerify::AddFeedbackLine(std::int32_t fbState, const std::vector<std::str
   if (steps->dots == Dots::Enable) tmrPrintDots.SetEnabled(true);
 }
 
-std::string frmVerify::FeedbackText(std::int32_t fbState, const std::vector<std::string>& Information) {
+std::optional<std::string> frmVerify::FeedbackText(std::int32_t fbState, const std::vector<std::string>& Information) {
   for (const PlainText& row : kPlainTexts) {
     if (row.state == fbState) return ResString(row.key);
   }
   for (const FailureText& row : kFailureTexts) {
     if (row.state != fbState) continue;
     const bool folder = !Information.empty() && Information[0] == "folder";
-    std::string error;
-    Step([&] {
-      error = FillError(ResString(folder ? text_key::kUpdateInvalidFolder : row.error), fbState, folder, Information);
-    });
-    return Replace(ResString(row.line), "[ERROR]", error);
+    const auto line = ResString(row.line);
+    if (!line) return std::nullopt;
+    const auto error = ResString(folder ? text_key::kUpdateInvalidFolder : row.error);
+    return Replace(*line, "[ERROR]", error ? FillError(*error, fbState, folder, Information) : "");
   }
   if (fbState == fbFinished) return Information.empty() ? "" : Information[0];
 
-  std::string text = Fill(ResString(text_key::kUpdateDownload), "[NAME]", Information, 0);
+  const auto line = ResString(text_key::kUpdateDownload);
+  if (!line) return std::nullopt;
+  std::string text = Fill(*line, "[NAME]", Information, 0);
   if (Information.size() < 2) return text;
   const double bytes = ToDouble(Information[1]).value_or(0);
   const SizeText size = FormatSize(bytes);
-  std::string unit;
-  Step([&] { unit = ResString(kSizeUnits[static_cast<std::size_t>(size.unit)]); });
+  const std::string unit = ResString(kSizeUnits[static_cast<std::size_t>(size.unit)]).value_or("");
   text = Replace(text, "[SIZE-VALUE]", size.value);
   return Replace(text, "[SIZE-UNIT]", unit);
 }

@@ -50,10 +50,4 @@ struct TranscriptRun {
   std::string& Line(std::size_t index);
 };
 
-// The current action line: its verb decides which state reports a fault.
-struct ActionRun {
-  std::int32_t failed_state = fbUnzipFailed;
-  std::string path;  // expanded
-};
-
 }  // namespace tsly

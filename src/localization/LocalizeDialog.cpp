@@ -1,4 +1,3 @@
-#include "base/step.h"
 #include "controls/layout.h"
 #include "dialog/MGlobal.h"
 #include "dialog/frmVerify.h"
@@ -6,7 +5,25 @@
 #include "localization/MLocalizationText.h"
 
 namespace tsly {
-std::string frmVerify::ResString(const ResourceKey& key) { return needs_.localization.GetResString(key); }
+std::optional<std::string> frmVerify::ResString(const ResourceKey& key) {
+  return needs_.localization.FindResString(key);
+}
+
+std::int32_t frmVerify::ShowResMessage(const ResourceKey& key, std::int32_t buttons) {
+  const auto text = ResString(key);
+  return text ? needs_.global.ShowMessage(*text, buttons) : 0;
+}
+
+// All of them, or none.
+void frmVerify::TakeTexts(std::vector<std::string>& texts, std::initializer_list<ResourceKey> keys) {
+  std::vector<std::string> found;
+  for (const ResourceKey& key : keys) {
+    const auto text = ResString(key);
+    if (!text) return;
+    found.push_back(*text);
+  }
+  texts = std::move(found);
+}
 
 // Every text is a separate step: if no file has the key, the control keeps the text of its design.
 void frmVerify::LocalizeDialog() {
@@ -22,25 +39,20 @@ void frmVerify::LocalizeDialog() {
   for (Label* label : controls.AllLblInfo()) label->SetBorderStyle(0);
 
   const auto set_text = [this](Control& control, const ResourceKey& key) {
-    Step([&] { control.SetText(ResString(key)); });
+    if (const auto text = ResString(key)) control.SetText(*text);
   };
-  Step([&] { SetCaption(ResString(text_key::kWindowCaption)); });
+  if (const auto text = ResString(text_key::kWindowCaption)) SetCaption(*text);
   set_text(controls.lblInfo100, text_key::kTitle);
   set_text(controls.lblInfo101, text_key::kMainCaption);
   set_text(controls.lblInfo102, text_key::kCheckCaption);
   controls.lblInfo103.SetLeft(controls.lblInfo102.Left() + controls.lblInfo102.Width() +
                               kTextGapPixels * toolkit_.Metrics().twips_per_pixel_x);
-  Step([&] {
-    FrequencyTexts = {ResString(text_key::kFrequencyNever), ResString(text_key::kFrequencyAlways),
-                      ResString(text_key::kFrequencyWeekly), ResString(text_key::kFrequencyMonthly)};
-  });
+  TakeTexts(FrequencyTexts, {text_key::kFrequencyNever, text_key::kFrequencyAlways, text_key::kFrequencyWeekly,
+                             text_key::kFrequencyMonthly});
   if (FrequencyTexts.size() > 2) controls.lblInfo103.SetText(FrequencyTexts[2]);
-  Step([&] {
-    CheckLinkTexts = {ResString(text_key::kCheckNow),           ResString(text_key::kStatusResolvingHost),
-                      ResString(text_key::kStatusHostResolved), ResString(text_key::kStatusConnecting),
-                      ResString(text_key::kStatusConnected),    ResString(text_key::kStatusRequesting),
-                      ResString(text_key::kStatusRequested),    ResString(text_key::kStatusReceiving)};
-  });
+  TakeTexts(CheckLinkTexts, {text_key::kCheckNow, text_key::kStatusResolvingHost, text_key::kStatusHostResolved,
+                             text_key::kStatusConnecting, text_key::kStatusConnected, text_key::kStatusRequesting,
+                             text_key::kStatusRequested, text_key::kStatusReceiving});
   if (!CheckLinkTexts.empty()) controls.lblInfo105.SetText(CheckLinkTexts[0]);
   set_text(controls.cmdOK, text_key::kOk);
   set_text(controls.lblInfo200, text_key::kTitle);

@@ -5,8 +5,10 @@
 #include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tsly {
@@ -39,6 +41,8 @@ class MLocalization {
   // The text of a resource key (resource_strings.cpp). Throws error -1, source "GetResString", if neither language file
   // has the key.
   std::string GetResString(std::string_view key);
+  // The same, none for such a key.
+  std::optional<std::string> FindResString(std::string_view key);
 
   // The text of a value in a language file: replaces "\n" and "\012" by line breaks and removes outer quotes.
   static std::string TextOfValue(std::string text);
@@ -72,6 +76,7 @@ class MLocalization {
   bool SelectSkin();
   bool TakeSkin(const std::string& name);
   void ShowSkinMessage(const ResourceKey& key, const std::string& skin_name, std::int32_t icon);
+  std::pair<std::string, std::string> SectionAndName(std::string_view key) const;
   bool FindText(const std::string& section, const std::string& key, const std::string& file, std::string& text);
   std::string GeneralValue(const std::string& file, const char* key);
 

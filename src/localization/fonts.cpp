@@ -1,4 +1,3 @@
-#include "base/step.h"
 #include "base/text.h"
 #include "controls/form.h"
 #include "localization/MLocalization.h"
@@ -17,9 +16,8 @@ bool IsSystemCharset(std::int32_t charset) { return charset == 0 || charset == 1
 }  // namespace
 
 std::int32_t MLocalization::GetLanguageCharset() {
-  std::string name;
-  Step([&] { name = LowerCase(Trim(GetResString(text_key::kCharset))); });
-  return CharsetNamed(name).value_or(kDefaultCharset);
+  const std::string name = FindResString(text_key::kCharset).value_or("");
+  return CharsetNamed(LowerCase(Trim(name))).value_or(kDefaultCharset);
 }
 
 std::int32_t MLocalization::GetSystemCharset() {

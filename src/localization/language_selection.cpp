@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <set>
 
-#include "base/step.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
 #include "localization/MLocalization.h"
@@ -84,8 +83,7 @@ bool MLocalization::InitLocalization() {
   BuildSectionTable();
   SettleDefaultSkin();
   ResourceMissingText.clear();
-  std::string pattern;
-  Step([&] { pattern = GetResString(text_key::kResourceMissing); });
+  const std::string pattern = FindResString(text_key::kResourceMissing).value_or("");
   ResourceMissingText = !Trim(pattern).empty()
                             ? pattern
                             : "Resource string not found: \"[RESOURCE_NUMBER]\" in section \"[RESOURCE_SECTION]\"";

@@ -43,22 +43,32 @@ void MLocalization::BuildSectionTable() {
   }
 }
 
-std::string MLocalization::GetResString(std::string_view key) {
+std::pair<std::string, std::string> MLocalization::SectionAndName(std::string_view key) const {
   const auto colon = key.find(':');
-  const std::string name(colon == std::string_view::npos ? key : key.substr(colon + 1));
   std::size_t number = kErrorMessages;
   if (colon != std::string_view::npos && colon > 0) {
     const std::int32_t given = LeadingInt32(key.substr(0, colon));
     if (given >= 0 && static_cast<std::size_t>(given) < StringSections.size()) number = static_cast<std::size_t>(given);
   }
-  const std::string section = number < StringSections.size() ? StringSections[number] : "";
+  return {number < StringSections.size() ? StringSections[number] : "",
+          std::string(colon == std::string_view::npos ? key : key.substr(colon + 1))};
+}
 
+std::optional<std::string> MLocalization::FindResString(std::string_view key) {
+  const auto [section, name] = SectionAndName(key);
   std::string text;
   if (FindText(section, name, SelectedLanguageFile, text) || FindText(section, name, DefaultLanguageFile, text)) {
     return TextOfValue(text);
   }
-  text = Replace(Replace(ResourceMissingText, "[RESOURCE_NUMBER]", name), "[RESOURCE_SECTION]", section);
-  throw RuntimeError{-1, "GetResString", TextOfValue(text)};
+  return std::nullopt;
+}
+
+std::string MLocalization::GetResString(std::string_view key) {
+  if (auto text = FindResString(key)) return *text;
+  const auto [section, name] = SectionAndName(key);
+  const std::string missing =
+      Replace(Replace(ResourceMissingText, "[RESOURCE_NUMBER]", name), "[RESOURCE_SECTION]", section);
+  throw RuntimeError{-1, "GetResString", TextOfValue(missing)};
 }
 
 // A key with an empty value counts as found, with an empty text.

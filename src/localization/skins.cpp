@@ -1,4 +1,3 @@
-#include "base/step.h"
 #include "base/text.h"
 #include "dialog/MGlobal.h"
 #include "localization/MLocalization.h"
@@ -18,7 +17,7 @@ std::string WithoutBackslash(std::string name) {
 }  // namespace
 
 void MLocalization::SettleDefaultSkin() {
-  Step([&] { DefaultSkin = WithoutBackslash(GetResString(text_key::kDefaultSkin)); });
+  if (const auto name = FindResString(text_key::kDefaultSkin)) DefaultSkin = WithoutBackslash(*name);
   if (!global_.FileExists(ResourcePath("Skin", DefaultSkin))) DefaultSkin = "Default";
 }
 
@@ -60,7 +59,7 @@ bool MLocalization::TakeSkin(const std::string& name) {
 }
 
 void MLocalization::ShowSkinMessage(const ResourceKey& key, const std::string& skin_name, std::int32_t icon) {
-  Step([&] { global_.ShowMessage(Replace(GetResString(key), "[SKIN_NAME]", skin_name), icon); });
+  if (const auto text = FindResString(key)) global_.ShowMessage(Replace(*text, "[SKIN_NAME]", skin_name), icon);
 }
 
 }  // namespace tsly
