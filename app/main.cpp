@@ -1,4 +1,4 @@
-// The Linux edition: the ports on their libraries, and one run over them.
+// The Linux edition: creates the ports and runs the program.
 #include <QDBusConnection>
 #include <csignal>
 #include <iostream>
@@ -57,24 +57,24 @@ int RunProgram(const tsly::StartArguments& start, tsly::QtToolkit::Interaction i
                    .automation = automation},
                   start.mode == StartMode::kForClients ? 1 : 0, start.command_line);
   if (program.Run()) return 0;
-  std::cerr << "tslyCheckNew: no session bus to serve clients on\n";
+  std::cerr << "tslyCheckNew: no session bus for automation clients\n";
   return kNoSessionBus;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a server or a child that hangs up is an error code, not the end
+  std::signal(SIGPIPE, SIG_IGN);  // a closed connection or pipe becomes an error code
   const tsly::StartArguments start = tsly::ReadStartArguments(argc, argv, tsly::kStartSwitches);
   const bool for_clients = start.mode == tsly::StartMode::kForClients;
   auto interaction =
       for_clients ? tsly::QtToolkit::Interaction::kBackground : tsly::QtToolkit::Interaction::kForeground;
   if (!tsly::DisplayIsThere()) {
     if (!for_clients) {
-      std::cerr << "tslyCheckNew: no display to show a window on\n";
+      std::cerr << "tslyCheckNew: no display\n";
       return kNoDisplay;
     }
-    // A client's process goes on without: most of what it does, nobody sees.
+    // A process for clients runs without a display: it mostly works in the background.
     interaction = tsly::QtToolkit::Interaction::kHeadless;
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }

@@ -1,4 +1,4 @@
-// What the program's arguments say about how it was started.
+// Reads the program's arguments.
 #pragma once
 
 #include <span>
@@ -10,10 +10,11 @@ namespace tsly {
 
 struct StartArguments {
   StartMode mode = StartMode::kOnItsOwn;
-  std::string command_line;  // the other arguments joined by one blank, no quotes added
+  std::string command_line;  // the other arguments joined by blanks, without quotes
 };
 
-// `arguments` as main gets them, the program's name in front. A switch counts at any place; of several the last one.
+// `arguments` are those of main, including the program's name. Switches are recognised at any position; the last one
+// counts.
 StartArguments ReadStartArguments(int count, char** arguments, std::span<const StartSwitch> switches);
 
 }  // namespace tsly

@@ -60,7 +60,7 @@ void Try(std::string_view bytes) {
   }
   HOLDS(result.targets.size() == entries.size());
   std::int64_t total = 0;
-  std::map<std::string, std::string> spelled;  // what stands where, capitals aside
+  std::map<std::string, std::string> spelled;  // by name in lower case
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const std::string& target = result.targets[i];
     total += entries[i].size;
@@ -75,7 +75,7 @@ void Try(std::string_view bytes) {
     if (!target.ends_with('/')) HOLDS(spelled.emplace(LowerCase(target), target).second);
   }
   HOLDS(total <= kRoom);
-  for (const auto& [lower, name] : spelled) HOLDS(!spelled.contains(lower + "/"));  // no file where a folder is
+  for (const auto& [lower, name] : spelled) HOLDS(!spelled.contains(lower + "/"));  // no file in place of a folder
 }
 
 }  // namespace tsly

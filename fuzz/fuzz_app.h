@@ -1,4 +1,4 @@
-// The program on the tests' memory platform, started once and used for every input; documents stay in memory.
+// The program on the tests' memory platform, started once for all inputs; documents stay in memory.
 #pragma once
 
 #include <map>
@@ -70,7 +70,7 @@ class MemoryFiles : public Files {
   std::map<std::string, Found> found_;
 };
 
-// Each folder is made and looked at once: every line of the log asks for one.
+// Creates and checks each folder only once, because every log line needs one.
 class KnownFolders : public TestFolders {
  public:
   using TestFolders::TestFolders;
@@ -98,7 +98,7 @@ class FuzzApp {
     }
   }
 
-  // Forgets what one input left behind.
+  // Clears the state that an input left.
   void Reset() {
     files.contents.clear();
     toolkit.messages.clear();

@@ -1,6 +1,7 @@
-// Answers of a server to the transfer control: its states come in order and end once, it never hangs, and what it hands
-// out is the body. Input: a character for how the bytes come, then the answers, one for each request, parted by a
-// character of the number 1. There is no network: each connection is a pair of sockets, and no name is known.
+// Sends arbitrary responses to the transfer control: its states must be in order with one end, it must never hang, and
+// it must return the body. Input: a character for the timing of the bytes, then the responses, one for each request,
+// separated by a character with code 1. There is no network: each connection is a pair of sockets, and no name can be
+// resolved.
 #include <fcntl.h>
 #include <netdb.h>
 #include <poll.h>
@@ -41,7 +42,7 @@ class PollLoop : public EventLoop, public DescriptorWatch {
   }
   void StopOneShot(const void* owner) override { one_shots_.erase(owner); }
 
-  // What is due, or else the next thing that happens.
+  // Runs what is due, or else the next event.
   void Turn() {
     if (!events_.empty()) {
       const auto event = std::move(events_.front());
@@ -58,7 +59,7 @@ class PollLoop : public EventLoop, public DescriptorWatch {
   }
   bool HasEvents() const { return !events_.empty(); }
 
-  std::function<bool()> when_idle;  // whether it did something
+  std::function<bool()> when_idle;  // returns whether it did something
 
  private:
   struct Watched {
@@ -88,7 +89,7 @@ class PollLoop : public EventLoop, public DescriptorWatch {
   std::map<const void*, OneShot> one_shots_;
 };
 
-// Answers each request with the next answer and hangs up after the last, and when nothing moves any more.
+// Sends the next response to each request. Hangs up after the last, and when there is no progress.
 class Server {
  public:
   Server(PollLoop& loop, std::size_t piece, std::deque<std::string> answers)
@@ -140,7 +141,7 @@ class Server {
       WaitForRequest(peer);
     });
   }
-  // When everybody waits for somebody else.
+  // For a deadlock.
   bool HangUpAll() {
     const bool any = !open_.empty();
     while (!open_.empty()) HangUp(open_.begin()->first);
@@ -155,7 +156,7 @@ class Server {
   PollLoop& loop_;
   std::size_t piece_;
   std::deque<std::string> answers_;
-  std::map<int, std::string> open_;  // what has come of a request, or is left of an answer
+  std::map<int, std::string> open_;  // the received part of a request, or the unsent rest of a response
 };
 
 void LookAtStates(const std::vector<std::int16_t>& states) {
@@ -178,7 +179,7 @@ void LookAtStates(const std::vector<std::int16_t>& states) {
   for (std::size_t i = 0; i < reached.size(); ++i) HOLDS(reached[i] == static_cast<std::int16_t>(i + 1));
 }
 
-// Of a plain answer: what has to come of it. Nothing for others.
+// The expected result of a simple response; nothing for others.
 struct Outcome {
   bool is_whole;
   std::string body;
@@ -242,7 +243,7 @@ void Try(std::string_view bytes) {
 
 }  // namespace tsly
 
-// In place of the C library's.
+// Replaces the C library's function.
 extern "C" int connect(int descriptor, const sockaddr*, socklen_t) noexcept(false) {
   return tsly::Server::the_server->Connect(descriptor);
 }

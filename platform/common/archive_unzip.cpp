@@ -21,9 +21,9 @@ namespace {
 using enum UnzipResult;
 
 constexpr std::size_t kBlock = std::size_t{128} << 10;
-// A table of contents can name the same bytes as many names; real packs are far below this.
+// A small archive can have a huge table of contents; real packs are far below this limit.
 constexpr std::size_t kNameBytes = std::size_t{64} << 20;
-constexpr char kTableDiffers[] = "its table of contents doesn't fit what is in it";
+constexpr char kTableDiffers[] = "its table of contents doesn't match its contents";
 
 ArchiveEntry::Kind KindOf(archive_entry* entry) {
   if (archive_entry_hardlink(entry) != nullptr) return ArchiveEntry::Kind::kLink;
@@ -46,8 +46,8 @@ constexpr std::u16string_view kDosLetters =
     u"└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
     u"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00A0";
 
-// A name that isn't marked as UTF-8 is in the code page of DOS by the book; but tools of today's systems leave the mark
-// out as well, and what happens to be good UTF-8 was hardly ever meant as anything else.
+// By the standard, a name without the UTF-8 flag is in a DOS code page. But current tools omit the flag too, and valid
+// UTF-8 is almost never anything else.
 std::string NameOf(archive_entry* entry) {
   const char* given = archive_entry_pathname(entry);
   std::string name = given == nullptr ? "" : given;
@@ -60,7 +60,7 @@ std::string NameOf(archive_entry* entry) {
   return utf8;
 }
 
-// The library doesn't know a name in UTF-8 that only the table holds.
+// The library doesn't know a UTF-8 name that is only in the table.
 ArchiveEntry ValueOf(archive_entry* entry, const std::vector<ZipEntry>& table, std::size_t index) {
   const bool is_renamed = index < table.size() && !table[index].utf8_name.empty();
   return {.name = is_renamed ? table[index].utf8_name : NameOf(entry),
@@ -99,13 +99,13 @@ class ZipReader {
   }
 
   archive_entry* Entry() const { return entry_; }
-  // Whether the present entry is stored or deflated; the library says it in words.
+  // Whether the current entry is stored or deflated; the library only has a text for that.
   bool IsDeflated() const {
     const std::string_view words = archive_format_name(archive_.get());
     return words.find("deflation)") != words.npos || words.find("uncompressed)") != words.npos;
   }
 
-  // Writes the present entry's contents, which must be of the declared size.
+  // Writes the contents of the current entry, which must have the declared size.
   UnzipFailure Unpack(const ArchiveEntry& entry, UnpackedFile& file) {
     std::int64_t written = 0;
     for (;;) {
@@ -133,7 +133,7 @@ class ZipReader {
     return text == nullptr ? "" : text;
   }
 
-  // Only the texts of the library distinguish these; a text that it words anew falls back to the general reason.
+  // Only the library's messages distinguish these; an unknown message becomes the general reason.
   UnzipResult DataReason() const {
     static constexpr struct {
       const char* words;
@@ -179,8 +179,8 @@ class ZipReader {
   bool is_open_ = false;
 };
 
-// Whether a name from the library can be what the table says. The library makes "/" of "\\", adds one to a folder's
-// name, and converts names; those of plain letters stay as they are.
+// Whether a name from the library matches the table. The library replaces "\\" by "/", adds one to a folder's name, and
+// converts non-ASCII names.
 bool IsName(const ZipEntry& listed, std::string_view given) {
   const auto is_plain = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   if (!listed.unicode.empty() || !std::ranges::all_of(listed.name, is_plain)) return true;
@@ -191,7 +191,7 @@ bool IsName(const ZipEntry& listed, std::string_view given) {
   return std::ranges::equal(name, given, is_same);
 }
 
-// What the library finds, which has to be what the table lists, entry by entry.
+// Reads the entries with the library; each has to match the table.
 UnzipFailure ReadContents(OpenFile& file, ArchiveLimits& limits, std::vector<ZipEntry>& table,
                           std::vector<ArchiveEntry>& entries) {
   UnzipFailure failure = ReadZipTable(file, limits.entries, kNameBytes, table);
@@ -200,7 +200,7 @@ UnzipFailure ReadContents(OpenFile& file, ArchiveLimits& limits, std::vector<Zip
   while (reader.Next(failure)) {
     const std::size_t index = entries.size();
     const ArchiveEntry entry = ValueOf(reader.Entry(), table, index);
-    const bool is_link = entry.kind == ArchiveEntry::Kind::kLink;  // of these the library doesn't give the size
+    const bool is_link = entry.kind == ArchiveEntry::Kind::kLink;  // the library doesn't return its size
     if (index == table.size() || !IsName(table[index], entry.name) ||
         (!is_link && static_cast<std::uint64_t>(entry.size) != table[index].size)) {
       return {kDamaged, entry.name, kTableDiffers};
@@ -214,7 +214,7 @@ UnzipFailure ReadContents(OpenFile& file, ArchiveLimits& limits, std::vector<Zip
 
 UnzipFailure UnpackAll(OpenFile& file, const std::vector<ZipEntry>& table, const std::vector<ArchiveEntry>& entries,
                        const std::vector<std::string>& paths, Unpacking& target) {
-  if (entries.empty()) return {};  // the library doesn't take an archive of nothing for one
+  if (entries.empty()) return {};  // the library refuses an empty archive
   ZipReader reader(file);
   UnzipFailure failure;
   std::size_t index = 0;
@@ -237,7 +237,7 @@ UnzipFailure UnpackAll(OpenFile& file, const std::vector<ZipEntry>& table, const
   return failure;
 }
 
-// Whether a failure that names no entry happened to the pack as a whole.
+// Whether a failure without an entry is about the whole pack.
 bool IsAboutThePack(UnzipResult reason) {
   return reason == kCannotOpen || reason == kNotAnArchive || reason == kTooManyEntries || reason == kDamaged;
 }

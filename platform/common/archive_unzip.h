@@ -2,7 +2,7 @@
 // the whole of it (archive_validation.h), unpacks everything into a staging folder, and only when every size and
 // checksum held lets the edition move it into place (unpacking.h). Each edition has its own on its folders.
 //
-// Regular files and folders only. Executable bits and times are kept; owners and all other bits of the mode are not.
+// Regular files and folders only. Keeps executable bits and times, but neither owners nor other mode bits.
 #pragma once
 
 #include <memory>

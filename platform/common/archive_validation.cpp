@@ -14,12 +14,12 @@ using Kind = ArchiveEntry::Kind;
 
 constexpr std::size_t kLongestName = 4096;
 constexpr std::size_t kDeepestName = 100;
-// Deflate packs 1,032 bytes into one at best: an archive that promises more unpacks the same bytes again and again. Of
-// other methods there is no such bound; the disk's room is theirs.
+// Deflate's best ratio is 1,032: an archive that declares more unpacks the same bytes repeatedly. Other methods have no
+// such limit; the disk space limits them.
 constexpr std::int64_t kBestRatio = 1032;
 constexpr std::int64_t kAlwaysFine = std::int64_t{64} << 20;
 
-// Names of devices in every folder of Windows, whatever ending follows: packs are made for all editions.
+// Device names in every folder of Windows, with any extension: packs are for all editions.
 bool IsDeviceName(std::string_view part) {
   static constexpr std::string_view kDevices[] = {"con", "prn", "aux", "nul", "conin$", "conout$"};
   const std::string stem = TrimEnd(LowerCase(part.substr(0, part.find('.'))));
@@ -34,7 +34,7 @@ bool IsGoodPart(std::string_view part) {
   return part.back() != '.' && part.back() != ' ' && std::ranges::none_of(part, is_bad) && !IsDeviceName(part);
 }
 
-// The parts of a name, "." left out; nothing when the name is one that must not be used.
+// The parts of a name without "."; nothing for a forbidden name.
 std::optional<std::vector<std::string_view>> GoodParts(std::string_view name) {
   if (name.empty() || name.size() > kLongestName || name[0] == '/' || name[0] == '\\') return std::nullopt;
   std::vector<std::string_view> parts;
@@ -50,11 +50,10 @@ std::optional<std::vector<std::string_view>> GoodParts(std::string_view name) {
   return parts;
 }
 
-// What will be in the target, to find two names that exclude each other on any file system: on one that ignores the
-// difference of capitals, and on one that doesn't.
+// The names in the target, to find two that exclude each other on any file system, case-sensitive or not.
 class TargetNames {
  public:
-  // `path` ends in "/" for a folder. All folders above it are added too.
+  // `path` ends in "/" for a folder. Adds all parent folders too.
   UnzipResult Add(std::string_view path) {
     const bool is_folder = path.ends_with('/');
     const std::string_view bare = is_folder ? path.substr(0, path.size() - 1) : path;
@@ -87,7 +86,7 @@ class TargetNames {
   std::string last_parent_;
 };
 
-// The path of one entry below the target, or why it is refused.
+// The path of one entry below the target, or the reason for its refusal.
 UnzipResult ValidateEntry(const ArchiveEntry& entry, bool keep_folders, std::string& target) {
   const auto parts = GoodParts(entry.name);
   if (!parts) return UnzipResult::kBadName;

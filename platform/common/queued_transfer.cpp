@@ -29,11 +29,11 @@ Fault QueuedTransfer::Execute(const std::string& url, const std::string& operati
   if (Fault fault = UsableAddress(url, address)) return fault;
   if (!EqualIgnoringCase(operation, "GET")) return InternetError(kInternetInvalidOperation);
   delivery_ = std::make_shared<Delivery>();
-  const auto told = [this] {
+  const auto changed = [this] {
     error_ = request_->Error();
     Schedule(delivery_);
   };
-  request_ = Begin({address, idle_time_out_, *spool_, delivery_->states, told});
+  request_ = Begin({address, idle_time_out_, *spool_, delivery_->states, changed});
   Schedule(delivery_);
   return {};
 }

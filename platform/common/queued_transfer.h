@@ -52,7 +52,7 @@ class QueuedTransfer : public TransferControl {
     std::chrono::seconds idle_time_out;  // without a byte; 0: none
     ResponseSpool& spool;
     TransferStates& states;
-    std::function<void()> told;  // called from the loop when there are new states; must not destroy the request
+    std::function<void()> changed;  // called from the loop when there are new states; must not destroy the request
   };
 
  private:

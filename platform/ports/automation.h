@@ -1,8 +1,8 @@
-// The automation server: lets the host product, a client in another process, make objects and call them; and how the
-// system starts a process for that. What clients know the class by: base/automation_identity.h.
+// The automation server: lets the host product, a client in another process, create objects and call them; and how the
+// system starts a process for that. The names and numbers of the class: base/automation_identity.h.
 //
-// Belongs to the program's one thread. Calls are events: they arrive from the event loop one at a time, also while a
-// routine waits and lets events run. A test calls the objects in process.
+// One thread, the program's. Calls are events: the event loop delivers them one at a time, also during a wait of a
+// routine. Tests call the objects in process.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace tsly {
 
-// What a client calls on one object. Nothing here may raise.
+// A client's interface to one object. Nothing here may throw.
 class AutomationObject {
  public:
   virtual ~AutomationObject() = default;
@@ -24,36 +24,36 @@ class AutomationObject {
   virtual void Quit() = 0;
 };
 
-// What a process is started for, by its arguments.
+// The purpose of a process, from its arguments.
 enum class StartMode {
   kOnItsOwn,
-  kForClients,  // the system starts it for a client's first call
-  kRegister,    // makes this program file the one that the system starts for clients, and ends
-  kUnregister,  // takes that back, and ends
+  kForClients,  // started by the system for a client's first call
+  kRegister,    // registers this program file for clients, and ends
+  kUnregister,  // removes the registration, and ends
 };
 
-// An argument that names a mode, spelled exactly so. Each edition has a table of those that its system uses; every
-// other argument is the program's.
+// An argument that selects a mode, case-sensitive. Each edition has a table of those that its system uses; all other
+// arguments are for the program.
 struct StartSwitch {
   const char* argument;
   StartMode mode;
 };
 
-// The system's record of which program file serves the class. An edition whose installation writes that record has no
-// object of this kind, and no switches for it.
+// The system's registration of the program file for the class. An edition whose installation does that has no such
+// object and no switches for it.
 class AutomationRegistration {
  public:
   virtual ~AutomationRegistration() = default;
-  // For every user, or for this one without the right to that. Both give a result code (system_codes.h): 0, also when
-  // nothing was to do; 5: no right.
+  // For all users, or only for this user without the right to that. Both return a result code (system_codes.h): 0, also
+  // if there was nothing to do; 5: no permission.
   virtual int Register() = 0;
   virtual int Unregister() = 0;
 };
 
 enum class AutomationStart {
   kServing,
-  kTaken,         // another process serves already
-  kNotReachable,  // there is nothing to serve clients on
+  kTaken,         // another process already serves
+  kNotReachable,  // no way to serve clients, such as a missing bus
 };
 
 class AutomationServer {
@@ -62,16 +62,17 @@ class AutomationServer {
 
   virtual ~AutomationServer() = default;
 
-  // Serves clients from the next turn of the event loop on. Every object that a client asks for comes from `create`.
-  // The server holds it until its client lets it go or is gone; a call that runs in it holds it as well.
+  // Serves clients from the next turn of the event loop. Calls `create` for every object that a client creates. The
+  // server owns the object until its client releases it or disconnects; a running call keeps it alive too.
   virtual AutomationStart Start(Factory create) = 0;
 
-  // Objects that a client holds now, and whether one ever did. Each change is an event of the loop.
+  // The number of objects that clients have now, and whether there has ever been one. Each change is an event of the
+  // loop.
   virtual std::size_t ObjectsHeld() const = 0;
   virtual bool HasHeldObjects() const = 0;
 
-  // Stops being found by new clients, and serves the calls that have arrived until then. False: one of them made an
-  // object, and the server goes on as before.
+  // Becomes unreachable for new clients and processes the calls that have arrived. False: one of them created an
+  // object, and the server continues as before.
   virtual bool Leave() = 0;
 };
 

@@ -1,13 +1,12 @@
-// The program's one event loop: clicks, timers, states of a transfer and calls of a client all arrive from here, on one
-// thread, one at a time.
+// The program's only event loop. It delivers clicks, timers, transfer states and clients' calls, on one thread, one at
+// a time.
 //
-// Whoever waits calls Wait; whoever only wants to stay alive calls ProcessPendingEvents. Both can be called inside an
-// event.
+// Code that waits calls Wait; long operations call ProcessPendingEvents. Both can be called inside an event.
 //
-// A modal loop of the system (a message, a menu, a window that is being dragged) counts as a wait inside the event that
-// opened it. It may deliver posted events and ticks, one at a time, and these may wait in turn; it may deliver nothing
-// else to the core: what the system reports in its own way meanwhile is posted first. A Wait or ProcessPendingEvents
-// that was called before it returns after it has ended, however late that is.
+// A modal loop of the system (a message, a menu, dragging a window) counts as a wait inside the event that started it.
+// It may deliver posted events and ticks, one at a time, and these may wait too. It must deliver nothing else to the
+// core: other reports of the system are posted first. Wait and ProcessPendingEvents calls from before it return only
+// after it has ended.
 #pragma once
 
 #include <chrono>
@@ -24,19 +23,19 @@ class EventLoop {
  public:
   virtual ~EventLoop() = default;
 
-  // Serves all events that wait and returns; what these bring about may wait for the next call. Whether one was served.
-  // Costs about two microseconds when none waits.
+  // Processes all pending events; those that they post may wait for the next call. Returns whether there was one. Takes
+  // about two microseconds if there is none.
   virtual bool ProcessPendingEvents() = 0;
 
-  // Blocks, without using the processor, until at least one event has been served or the steady clock is later than
+  // Blocks, without using the processor, until at least one event has been processed or the steady clock is past
   // `until`.
   virtual void Wait(SteadyTime until) = 0;
 
-  // Queues an event. The only member that other threads may call.
+  // Queues an event. The only member that may be called on other threads.
   virtual void Post(std::function<void()> event) = 0;
 
-  // Calls `tick` every `interval` until it is stopped. Ticks that nobody served are not made up for. A tick that was
-  // due when the timer was stopped is not delivered.
+  // Calls `tick` every `interval` until the timer is stopped. Missed ticks are not repeated. A tick that was due when
+  // the timer was stopped is not delivered.
   virtual TimerId StartTimer(std::chrono::milliseconds interval, std::function<void()> tick) = 0;
   virtual void StopTimer(TimerId timer) = 0;
 };

@@ -1,5 +1,5 @@
-// A raised error of a platform call, as an automation call raises it: a value, never an exception. The core turns it
-// into its own run-time error where a routine needs that.
+// The error of a platform call, like that of an automation call: a value, never an exception. The core converts it to
+// its own run-time error where necessary.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 namespace tsly {
 
 struct Fault {
-  std::int32_t number = 0;  // 0: the call raised nothing
+  std::int32_t number = 0;  // 0: no error
   std::string source;
-  std::string description;  // UTF-8, for a person
+  std::string description;  // UTF-8, for the user
 
   explicit operator bool() const { return number != 0; }
 };

@@ -1,8 +1,8 @@
-// Where the system keeps things: special folders, the program's own folder, temporary names.
+// The system's special folders, the program's own folder, and temporary files.
 //
-// One thread. Every call gives one of the platform's result codes (system_codes.h), 0 for success, and leaves its out
-// argument alone on failure. Paths are UTF-8 (bytes that are none pass as they are), in the core's form: backslashes,
-// and on the Linux edition rooted at one ("\home\ann").
+// One thread. Every call returns a result code (system_codes.h), 0 for success, and doesn't change its out argument on
+// failure. Paths are UTF-8 (other bytes pass unchanged), in the core's form: with backslashes and, in the Linux
+// edition, one at the beginning ("\home\ann").
 #pragma once
 
 #include <string>
@@ -22,18 +22,18 @@ class Folders {
  public:
   virtual ~Folders() = default;
 
-  // The folder's path, without a backslash at its end; makes the folder if it is missing. Not 0: there is no such
-  // folder. A folder that can't be made or looked at only now (a full disk, too many open files) is named all the same:
-  // nothing goes to another place for that. A folder for everyone is always named.
+  // The folder's path, without a backslash at its end; creates the folder if it is missing. Not 0: there is no such
+  // folder. After a temporary failure (a full disk, too many open files) the path is returned anyway, so that nothing
+  // moves to another folder. A folder for everyone is always returned.
   virtual int SpecialFolder(int csidl, std::string& path) = 0;
 
-  // The folder of the program file, links resolved. May end in a backslash or not.
+  // The folder of the program file, with links resolved. May end in a backslash.
   virtual std::string ProgramFolder() = 0;
 
-  // The folder for temporary files, with a backslash at its end.
+  // The temporary folder, with a backslash at its end.
   virtual int TemporaryFolder(std::string& path) = 0;
 
-  // Makes an empty file of a new name, `prefix`, some digits and ".tmp", in `folder`; `path` is the whole path.
+  // Creates an empty file with a new name in `folder`: `prefix`, some digits and ".tmp". `path` is the full path.
   virtual int MakeTempFile(const std::string& folder, const std::string& prefix, std::string& path) = 0;
 };
 

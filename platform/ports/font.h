@@ -1,4 +1,4 @@
-// A font as the dialog names it; an edition takes the nearest that the system has.
+// A font of the dialog's design; an edition uses the most similar font of the system.
 #pragma once
 
 #include <cstdint>

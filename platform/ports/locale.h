@@ -11,10 +11,10 @@ class Locale {
  public:
   virtual ~Locale() = default;
 
-  // The number of the system's default code page; none when the system doesn't say.
+  // The number of the system's default code page; none if unknown.
   virtual std::optional<std::uint32_t> DefaultCodePage() = 0;
 
-  // The font character set (LOGFONT numbers, wingdi.h) that belongs to a code page; none when there is none.
+  // The font character set (LOGFONT numbers, wingdi.h) of a code page, if any.
   virtual std::optional<std::int32_t> CharsetOf(std::uint32_t code_page) = 0;
 
   virtual std::string DateSeparator() = 0;

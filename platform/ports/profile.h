@@ -1,9 +1,9 @@
-// The reader of INI files: one call, with the buffer rules of the system's own (GetPrivateProfileString), which its
-// callers rely on and its contract suite pins.
+// The reader of INI files: one call, with the buffer rules of GetPrivateProfileString, on which its callers rely; the
+// contract suite tests them.
 //
-// One thread. Names, values and paths are UTF-8, whatever the file's code page; lengths and buffer sizes count its
-// bytes, and a cut may fall inside a letter. A file rewritten between two calls is seen at the second. A file that is
-// missing, unreadable, a folder or above 256 MiB counts as one without sections.
+// One thread. Names, values and paths are UTF-8 for any code page of the file; lengths and buffer sizes are in bytes,
+// and truncation may split a character. A call after a change of the file uses the new contents. A file that is
+// missing, unreadable, a folder or larger than 256 MiB counts as empty.
 #pragma once
 
 #include <cstdint>
@@ -18,23 +18,23 @@ class ProfileReader {
  public:
   virtual ~ProfileReader() = default;
 
-  // Copies into `buffer` the value of `key` in `section` of `file`, or `fallback` (null counts as empty) if there is no
-  // such key, with a terminating zero; what doesn't fit is cut. The result is the number of characters copied without
-  // the zero: size - 1 when the value was cut.
+  // Copies the value of `key` in `section` of `file` to `buffer`, or `fallback` (null counts as empty) if there is no
+  // such key, with a terminating zero. Truncates what doesn't fit. Returns the number of bytes without the zero: size -
+  // 1 if truncated.
   //
-  // With a null `key`, the names of the section's keys in file order, each ended by a zero, and one more zero behind
-  // the last; with a null `section`, the same with the names of the sections. The result is then the number of
-  // characters with the zero of each name and without the last one: size - 2 when the list was cut, and the buffer ends
-  // in two zeros. Where there is nothing to list, `fallback` is copied as above.
+  // With a null `key`: the names of the section's keys in file order, each followed by a zero, and one more zero at the
+  // end. With a null `section`: the same for the names of the sections. The result then includes the zero of each name
+  // but not the last one: size - 2 if truncated, and the buffer ends in two zeros. Copies `fallback`, as above, if
+  // there are no names.
   //
-  // Names match without regard to letter case, blanks round them left out; values lose blanks and tabs at both ends and
-  // then one pair of equal quotes round them. An empty text for `section` or `key` names nothing: `fallback` is copied.
+  // Names are not case-sensitive, and blanks around them are ignored. Blanks and tabs around values are removed, then
+  // one pair of equal quotes. Empty text for `section` or `key` matches nothing: copies `fallback`.
   virtual std::uint32_t Read(const char* section, const char* key, const char* fallback, std::span<char> buffer,
                              const std::string& file) = 0;
 
-  // Reads `document` once, whole. From now on look-ups in `file`, by this spelling of the path, are answered from that
-  // reading, whatever happens to the file, until the path is pinned anew or unpinned. Null: a file without sections.
-  // 0, or the code of a read that failed; the path then reads as a file without sections.
+  // Reads all of `document` once. From then on look-ups in `file`, with this spelling of the path, use that contents,
+  // whatever happens to the file, until the path is pinned again or unpinned. Null: an empty file. Returns 0, or the
+  // code of a failed read; the path then counts as an empty file.
   virtual int Pin(const std::string& file, OpenFile* document) = 0;
   virtual void Unpin(const std::string& file) = 0;
 };

@@ -1,4 +1,4 @@
-// The room that a text takes in a font. One thread. Texts are UTF-8; lengths are twips.
+// The size of a text in a font. One thread. Texts are UTF-8; lengths are in twips.
 #pragma once
 
 #include <optional>
@@ -17,8 +17,8 @@ struct TextSize {
 class TextMeasure {
  public:
   virtual ~TextMeasure() = default;
-  // The size of `text`, line ends obeyed; wrapped at words to `wrap_width` if given, in one line per paragraph
-  // otherwise. An empty text is one line high. One line of 8.25 point Tahoma is 195 twips high.
+  // The size of `text` with its line ends, wrapped between words at `wrap_width` if given. An empty text is one line
+  // high. One line of 8.25 point Tahoma is 195 twips high.
   virtual TextSize MeasureText(const std::string& text, const Font& font, std::optional<Twips> wrap_width) const = 0;
 };
 

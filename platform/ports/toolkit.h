@@ -1,4 +1,4 @@
-// The window toolkit: draws forms from their control models and reports what the user does to them.
+// The window toolkit: draws forms from their control models and reports the user's actions.
 //
 // One thread. The toolkit reads the models (controls/form.h) and never writes them: what the user does becomes a
 // UiEvent that the event loop delivers to the form, and the form decides what it means. What changed in a model is
@@ -16,50 +16,50 @@ namespace tsly {
 
 class Form;
 
-// Message box styles (MB_ values, winuser.h), of which the program adds one button set and one icon.
+// Message box styles (MB_ values, winuser.h): the sum of a button set and an icon.
 inline constexpr std::int32_t kButtonsYesNo = 4;
 inline constexpr std::int32_t kIconStop = 16;
 inline constexpr std::int32_t kIconQuestion = 32;
 inline constexpr std::int32_t kIconWarning = 48;
 inline constexpr std::int32_t kIconInformation = 64;
 
-// Buttons that end it.
+// The pressed button.
 inline constexpr std::int32_t kAnswerOk = 1;
 inline constexpr std::int32_t kAnswerYes = 6;
 inline constexpr std::int32_t kAnswerNo = 7;
 
-// Mouse pointers, by the numbers that the controls' property takes.
+// Mouse pointers, numbered as in the controls' property.
 inline constexpr std::int32_t kPointerDefault = 0;
 inline constexpr std::int32_t kPointerHourglass = 11;
 inline constexpr std::int32_t kPointerCustom = 99;  // the pointing hand
 
 struct ScreenMetrics {
   Twips width = 0, height = 0;              // of the screen's usable area
-  Twips frame_width = 0, frame_height = 0;  // what border and title bar of a window add to its inner area
+  Twips frame_width = 0, frame_height = 0;  // border and title bar of a window
   Twips twips_per_pixel_x = 15;
 };
 
-// What a window that comes up does with the keyboard: takes it, or leaves it to the program that the user is typing in.
+// Whether a new window takes the keyboard focus or leaves it to the program in which the user is typing.
 enum class Keyboard { kTake, kLeave };
 
 class Toolkit : public TextMeasure {
  public:
   virtual ScreenMetrics Metrics() = 0;
 
-  // Makes the form's window, not shown.
+  // Creates the form's window, hidden.
   virtual void Open(Form& form) = 0;
-  // Takes the window away. Safe inside any event of that window.
+  // Destroys the window. Safe inside any event of that window.
   virtual void Close(Form& form) = 0;
-  // Shows the window, in the centre of the screen the first time; without effect on one that is shown.
+  // Shows the window, centred on the screen the first time; no effect if it is shown.
   virtual void Show(Form& form, Keyboard keyboard) = 0;
-  // Puts the window above all normal windows; position and size stay, the keyboard stays where it is.
+  // Keeps the window above all normal windows; doesn't change position, size and keyboard focus.
   virtual void PlaceTopmost(Form& form) = 0;
-  // Draws what changed at once. No event is served.
+  // Draws changes at once. Processes no events.
   virtual void Refresh(Form& form) = 0;
 
   virtual void SetScreenPointer(std::int32_t pointer) = 0;
 
-  // Shows a message and waits for the answer, serving events. Without a title it bears the program's.
+  // Shows a message and waits for the answer, processing events. The default title is the program's name.
   std::int32_t ShowMessage(const std::string& prompt, std::int32_t style, const std::optional<std::string>& title) {
     const OpenMessage open(open_messages_);
     return DoShowMessage(prompt, style, title);
@@ -70,7 +70,7 @@ class Toolkit : public TextMeasure {
 
  private:
   virtual std::int32_t DoShowMessage(const std::string& prompt, std::int32_t style,
-                                   const std::optional<std::string>& title) = 0;
+                                     const std::optional<std::string>& title) = 0;
 
   struct OpenMessage {
     explicit OpenMessage(int& count) : counted(++count) {}

@@ -1,11 +1,10 @@
-// The Internet transfer control: one HTTP request at a time, its states told as events, its response kept until it has
-// been read chunk by chunk.
+// The Internet transfer control: one HTTP request at a time. Reports its states as events and keeps the response until
+// it has been read in chunks.
 //
-// Belongs to the program's one thread. States are queued and delivered by the event loop, in order, one delivery at a
-// time, never inside a call of this interface; a handler may call anything here and may let events run. The response is
-// spooled to disk as it arrives; memory doesn't grow with it. The room on the disk is given back as soon as the
-// response has been read to its end, and at once when the transfer fails or is abandoned. Addresses and error texts are
-// UTF-8; the response is bytes, never converted.
+// One thread, the program's. The event loop delivers the states in order, one at a time, never inside a call of this
+// interface; a handler may call anything here and may process events. The response is spooled to disk as it arrives, so
+// memory doesn't grow with it. The disk space is freed when the response has been read completely, and at once if the
+// transfer fails or is cancelled. Addresses and error texts are UTF-8; the response is bytes, never converted.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +23,7 @@ enum TransferState : std::int16_t {
   icConnected = 4,
   icRequesting = 5,
   icRequestSent = 6,
-  icReceivingResponse = 7,  // again and again while the body arrives
+  icReceivingResponse = 7,  // repeatedly while the body arrives
   icResponseReceived = 8,
   icDisconnecting = 9,
   icDisconnected = 10,
@@ -36,7 +35,7 @@ enum class ChunkType : std::int16_t { icString = 0, icByteArray = 1 };
 
 inline constexpr std::int16_t icHTTP = 4;
 
-// Numbers of the Internet functions (wininet.h) that this program knows by name.
+// The numbers of the Internet functions (wininet.h) that the core uses.
 inline constexpr std::int32_t kNameNotResolved = 12007;
 
 class TransferControl {
@@ -45,26 +44,25 @@ class TransferControl {
 
   virtual void SetStateChanged(std::function<void(std::int16_t state)> handler) = 0;
 
-  // Seconds without a byte after which the transfer fails (12002); not a limit on the whole.
+  // The transfer fails (12002) after so many seconds without a byte; no limit on its total time.
   virtual void SetRequestTimeout(std::int32_t seconds) = 0;
   virtual void SetProtocol(std::int16_t protocol) = 0;
-  // The folder (folders.h) on whose disk responses are kept while they are read; set before the first Execute, and
-  // there when a response begins.
+  // The folder (folders.h) for spooled responses. Must be set before the first Execute and exist when a response
+  // begins.
   virtual void SetSpoolFolder(const std::string& folder) = 0;
 
-  // Starts a request. An older one is abandoned first: none of its states is delivered any more. Clears the last error.
-  // Fails at once for an address that can't be used (12005, 12006); no state follows then.
+  // Starts a request. Cancels an older one first, so that none of its states is delivered any more. Clears the last
+  // error. Fails at once for an invalid address (12005, 12006); then no state follows.
   virtual Fault Execute(const std::string& url, const std::string& operation) = 0;
 
-  // Abandons the request, if one is on its way, with the states not yet delivered, and drops what there is of a
-  // response. The last error stays.
+  // Cancels a running request, its undelivered states and its response. Keeps the last error.
   virtual void Cancel() = 0;
 
-  // The next part of the response, at most `size` bytes; empty when all is read, and after a failure. A fault when it
+  // The next part of the response, at most `size` bytes; empty at the end and after a failed transfer. A fault if it
   // can't be read.
   virtual Fault GetChunk(std::int32_t size, ChunkType type, std::string& chunk) = 0;
 
-  // Number and text of the last error; 0 and "" without one.
+  // Number and text of the last error; 0 and "" if there is none.
   virtual std::int32_t ResponseCode() = 0;
   virtual std::string ResponseInfo() = 0;
 };

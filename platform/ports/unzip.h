@@ -1,7 +1,7 @@
-// The ZIP extraction component, with the members that its caller sets and calls.
+// The ZIP extraction component.
 //
-// One thread; Extract blocks it. An object serves one archive. Paths and texts are UTF-8 (in paths, bytes that are none
-// pass as they are).
+// One thread, which Extract blocks. One object for each archive. Paths and texts are UTF-8 (in paths, other bytes pass
+// unchanged).
 #pragma once
 
 #include <cstdint>
@@ -18,25 +18,25 @@ class UnzipComponent {
  public:
   virtual ~UnzipComponent() = default;
 
-  // `file` is what Extract reads, and nothing else: the path may name another file by now. Null: the archive can't be
-  // opened. `path` is for messages.
+  // Extract reads only `file`, because the path may refer to another file by now. Null: the archive can't be opened.
+  // `path` is for messages.
   virtual Fault SetArchiveFile(const std::string& path, std::shared_ptr<OpenFile> file) = 0;
-  virtual Fault SetExtractFolder(const std::string& path) = 0;  // made if it is missing
+  virtual Fault SetExtractFolder(const std::string& path) = 0;  // created if missing
   virtual Fault SetExtractOptionA(bool keep_folders) = 0;       // keep the folders of the archive
   virtual Fault SetExtractOptionB(bool replace_files) = 0;      // replace existing files
 
-  // Extracts all. `result` 0: done; anything else: nothing was changed in the folder, and FailureText tells why. The
-  // two texts are for a caller's own use and come back as they are.
+  // Extracts everything. `result` 0: success; otherwise the folder is unchanged, and FailureText has the reason. The
+  // two texts are for the caller and stay unchanged.
   virtual Fault Extract(std::string& first, std::string& second, std::int32_t& result) = 0;
 
-  // What went wrong in the last Extract, for the user; names the entry. "" without a failure.
+  // The error of the last Extract for the user, with the entry's name. "" after success.
   virtual std::string FailureText() = 0;
 };
 
 class UnzipFactory {
  public:
   virtual ~UnzipFactory() = default;
-  // A new object, or null when the component can't be created.
+  // A new object; null if the component can't be created.
   virtual std::unique_ptr<UnzipComponent> Create() = 0;
 };
 

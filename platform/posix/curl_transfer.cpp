@@ -16,7 +16,7 @@ Fault CurlTransfer::UsableAddress(const std::string& given, std::string& address
 std::unique_ptr<TransferRequest> CurlTransfer::Begin(const Start& start) {
   const CurlRequest::Setup setup{
       .url = start.address, .idle_time_out = start.idle_time_out, .authorities = authorities_};
-  return std::make_unique<CurlRequest>(watch_, start.spool, start.states, setup, start.told);
+  return std::make_unique<CurlRequest>(watch_, start.spool, start.states, setup, start.changed);
 }
 
 }  // namespace tsly

@@ -21,13 +21,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whom a folder that has to be made is for. Only what the user keeps for himself follows his umask.
+// Who may use a folder that has to be created. Only kUserChooses depends on the umask.
 enum class Rights { kUserAlone, kUserChooses, kEveryone };
 
 struct FolderRow {
   int csidl;
   fs::path Home::*folder;
-  fs::path Home::*own;  // takes its place where the user can't write it; null: he gets the folder as it is
+  fs::path Home::*own;  // replaces it if the user can't write to it; null: never replaced
   Rights rights;
 };
 
@@ -57,9 +57,9 @@ int MakeWithParents(const fs::path& folder, Rights rights) {
   return S_ISDIR(status.st_mode) ? kSuccess : kPathNotFound;
 }
 
-// Whether the reason lasts for which a folder could not be made or looked at. One that goes by (a full disk, no
-// descriptor left, a device that doesn't answer) moves nothing to another place: there the program would do its work
-// for good, and record it. What needs the folder fails by itself then.
+// Whether the error is permanent. After a temporary one (a full disk, no descriptor left, a device that doesn't
+// respond) nothing moves to another folder, where the program would install and record updates permanently. Instead,
+// what needs the folder fails.
 bool Lasts(int code) {
   constexpr int kLasting[] = {kFileNotFound, kPathNotFound, kAccessDenied, kNameTooLong, kInvalidParameter};
   return std::find(std::begin(kLasting), std::end(kLasting), code) != std::end(kLasting);
@@ -77,7 +77,7 @@ int FolderFor(const Home& home, const FolderRow& row, fs::path& folder) {
     folder = home.*row.own;
     code = MakeWithParents(folder, Rights::kUserAlone);
   }
-  // The last resort is named in any case: without a name, what is meant for it would go to the root of all folders.
+  // The last resort is always returned: without a name its files would go to the root folder.
   return row.own == nullptr && Lasts(code) ? code : kSuccess;
 }
 
@@ -113,7 +113,7 @@ int PosixFolders::TemporaryFolder(std::string& path) {
 }
 
 int PosixFolders::MakeTempFile(const std::string& folder, const std::string& prefix, std::string& path) {
-  // The numbers go round once, from one that two processes of the same moment hardly share; 0 is none.
+  // Tries all numbers once, from one that two simultaneous processes are unlikely to share; 0 is invalid.
   constexpr std::uint32_t kNumbers = 0xFFFF;
   const std::string native = NativePath(folder) + "/";
   const auto moment = std::chrono::steady_clock::now().time_since_epoch().count() / 1000 + getpid();

@@ -1,4 +1,4 @@
-// Special folders and temporary names of the Linux edition, as Home lays them out. A test hands in a Home of its own.
+// Special folders and temporary files of the Linux edition, based on Home. Tests pass their own Home.
 #pragma once
 
 #include "ports/folders.h"

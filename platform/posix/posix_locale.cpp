@@ -16,7 +16,7 @@ struct CodesetRow {
   std::uint32_t code_page;
 };
 
-// "ANSI_X3.4-1968" is what the C locale says of itself; its text is taken for UTF-8.
+// "ANSI_X3.4-1968" is the C locale's codeset; its text counts as UTF-8.
 constexpr CodesetRow kCodesets[] = {
     {"UTF-8",          65001},
     {"ANSI_X3.4-1968", 65001},
@@ -116,10 +116,10 @@ std::string PosixLocale::DateSeparator() { return SeparatorIn("%x", "/"); }
 
 std::string PosixLocale::TimeSeparator() { return SeparatorIn("%X", ":"); }
 
-// The first mark between two numbers of a date or time that the locale writes. Where words stand between them, as the
-// month's name or the time zone's, there is none.
+// The first separator between two numbers of a date or time in the locale's format. None if there are words between
+// them, such as the month's name or the time zone.
 std::string PosixLocale::SeparatorIn(const char* format, const char* otherwise) const {
-  tm moment{};
+  tm sample{};
   moment.tm_year = 103;
   moment.tm_mday = 4;
   moment.tm_hour = 5;

@@ -1,5 +1,5 @@
-// Regional settings of the Linux edition, from the locale that the environment names. The process's own locale is never
-// set: numbers in texts must not depend on it.
+// Regional settings of the Linux edition, from the locale in the environment. Never sets the process's locale, because
+// numbers in texts must not depend on it.
 #pragma once
 
 #include <locale.h>
@@ -12,12 +12,12 @@
 
 namespace tsly {
 
-// $TSLY_CODEPAGE: the code page of INI files, which the program then reports as the system's.
+// $TSLY_CODEPAGE: the code page of INI files, which then also counts as the system's.
 std::optional<std::uint32_t> CodePageFromEnvironment();
 
 class PosixLocale : public Locale {
  public:
-  // Without a code page the locale's codeset tells it.
+  // Without a code page, uses the locale's codeset.
   explicit PosixLocale(std::optional<std::uint32_t> code_page);
 
   std::optional<std::uint32_t> DefaultCodePage() override;

@@ -27,7 +27,7 @@ constexpr std::int32_t kErrorOutOfMemory = 7;
 
 bool HasFolder(const std::string& program) { return program.find_first_of("\\/") != program.npos; }
 
-// The words that precede the program, and whether the end of what they start says that the user refused.
+// The words before the program, and whether their exit status shows that the user refused.
 struct ElevationPrefix {
   std::vector<std::string> words;
   bool asks_user = false;
@@ -61,8 +61,8 @@ int CodeOfExec(int error) {
   }
 }
 
-// The system's short name of the program that a process runs: of its file, 15 bytes at most. Unlike the path it can be
-// read of another user's process.
+// The system's short name of a process's program file, at most 15 bytes. Unlike the path it is readable for other
+// users' processes.
 std::string RunningName(pid_t id) {
   std::ifstream file("/proc/" + std::to_string(id) + "/comm");
   std::string name;
@@ -86,7 +86,7 @@ Fault PosixShell::StartElevated(const std::string& file, const std::string& para
   if (!argv.empty() && !HasFolder(argv[0])) {
     argv[0] = FindInPath(argv[0]);
     if (argv[0].empty()) {
-      last_error_ = kAccessDenied;  // the program is there, the means to raise its rights isn't
+      last_error_ = kAccessDenied;  // the program exists, but not the elevation helper
       return {};
     }
   }
@@ -113,8 +113,8 @@ Fault PosixShell::Start(const std::vector<std::string>& argv, bool await_helper)
   return {};
 }
 
-// Until the helper has become the program, or has ended without. For a moment after its start a process still bears the
-// name of the one that made it.
+// Waits until the helper has become the program or has ended without it. Right after its start a process still has its
+// parent's name.
 int PosixShell::AwaitElevationHelper(pid_t id) {
   const std::string helper = ShortName(options_.elevation_helper);
   const std::string maker = RunningName(gettid());
@@ -123,11 +123,11 @@ int PosixShell::AwaitElevationHelper(pid_t id) {
   using Clock = std::chrono::steady_clock;
   auto last_repaint = Clock::now();
   for (int pause = 1;; pause = std::min(pause * 2, 50)) {
-    // Asked before the name: what has ended keeps its name until it is reaped, so that a program that ends at once
-    // isn't taken for the helper.
+    // Checked before the name: an ended process keeps its name until it is reaped, so a program that ends at once isn't
+    // mistaken for the helper.
     pollfd ended{end.Get(), POLLIN, 0};
     const bool has_ended = !end || poll(&ended, 1, 0) > 0;
-    // A name that can't be read (other users' processes may be hidden) leaves nothing to wait for.
+    // If the name can't be read (other users' processes may be hidden), there is nothing to wait for.
     const std::string name = RunningName(id);
     is_helper |= name == helper;
     if (name != helper && (is_helper || name != maker)) return kSuccess;

@@ -1,4 +1,4 @@
-// The shell port on processes, pkexec, xdg-open and X11. One thread.
+// The shell port with processes, pkexec, xdg-open and X11. One thread.
 #pragma once
 
 #include <sys/types.h>
@@ -15,7 +15,7 @@ namespace tsly {
 class PosixShell : public Shell {
  public:
   struct Options {
-    std::function<void()> repaint;            // called about every 50 ms inside a wait; lets no event in
+    std::function<void()> repaint;            // called about every 50 ms during a wait; must process no events
     std::string elevation_helper = "pkexec";  // a name in $PATH, or a path
     std::chrono::milliseconds longest_close{30'000};
   };
@@ -23,8 +23,8 @@ class PosixShell : public Shell {
   PosixShell() = default;
   explicit PosixShell(Options options) : options_(std::move(options)) {}
 
-  // The words of $TSLY_RUNAS precede the program where that is set, empty meaning none; else root starts it directly,
-  // and everybody else through the elevation helper, for whose question to the user the call waits.
+  // If $TSLY_RUNAS is set, its words precede the program; empty means none. Otherwise root starts the program directly,
+  // other users through the elevation helper; the call waits for the user's answer to it.
   Fault StartElevated(const std::string& file, const std::string& parameters, std::int32_t show_command) override;
   void OpenAddress(const std::string& url) override;
   void CloseWindow(std::int32_t window) override;
@@ -39,7 +39,7 @@ class PosixShell : public Shell {
 
   Options options_;
   std::uint32_t last_error_ = 0;
-  std::vector<pid_t> children_;  // started and not yet known to have ended
+  std::vector<pid_t> children_;  // started and not reaped yet
 };
 
 }  // namespace tsly

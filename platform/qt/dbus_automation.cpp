@@ -28,7 +28,7 @@ QDBusMessage WrongArguments(const QDBusMessage& call, const char* wanted) {
                                                             .arg(call.member(), QLatin1(wanted), call.signature()));
 }
 
-// A call may leave the interface out.
+// A call may omit the interface.
 bool IsFor(const QDBusMessage& call, const char* interface) {
   return call.interface().isEmpty() || call.interface() == QLatin1(interface);
 }
@@ -39,8 +39,8 @@ bool IsIntrospection(const QDBusMessage& call) {
 
 }  // namespace
 
-// Where Qt delivers to. All paths below the factory's are served here, so that what a path leads to is decided in one
-// place and at the moment of the call.
+// Receives Qt's calls, for all paths below the factory's, so that a path is resolved in one place and at the time of
+// the call.
 class DbusAutomation::Tree final : public QDBusVirtualObject {
   Q_OBJECT
 
@@ -55,11 +55,11 @@ class DbusAutomation::Tree final : public QDBusVirtualObject {
                          SLOT(TakeDisconnection()));
   }
 
-  QString introspect(const QString&) const override { return {}; }  // answered as the call that it is
+  QString introspect(const QString&) const override { return {}; }  // handled as an ordinary call
 
   bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override {
     if (message.type() != QDBusMessage::MethodCallMessage) return false;
-    // By the loop, so that a call is served in its turn also when a routine above waits.
+    // Through the loop, so that calls are processed in order, even during a wait.
     server_.loop_.Post([this, alive = QPointer<Tree>(this), message] {
       if (alive) server_.Serve(message);
     });
@@ -86,7 +86,7 @@ AutomationStart DbusAutomation::Start(Factory create) {
   if (!bus_.isConnected()) return AutomationStart::kNotReachable;
   create_ = std::move(create);
   tree_ = std::make_unique<Tree>(*this);
-  // The objects first, the name last: whoever sees the name finds them.
+  // The objects first, the name last: clients that see the name find the objects.
   bus_.registerVirtualObject(QLatin1(dbus::kFactoryPath), tree_.get(), QDBusConnection::SubPath);
   if (TakeName()) return AutomationStart::kServing;
   return bus_.isConnected() ? AutomationStart::kTaken : AutomationStart::kNotReachable;
@@ -100,7 +100,7 @@ bool DbusAutomation::TakeName() {
   return name_is_ours_;
 }
 
-// A question to the bus: its answer comes when all that was sent before has left, and all that the bus had sent before
+// Calls the bus and waits for the reply: then everything sent before has left, and everything that the bus sent before
 // has arrived.
 void DbusAutomation::Flush() {
   bus_.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
@@ -112,7 +112,7 @@ bool DbusAutomation::Leave() {
   if (bus_lost_) return true;
   bus_.interface()->unregisterService(QLatin1(dbus::kService));
   name_is_ours_ = false;
-  // What came for the name before its end is there by now: one turn takes it over, the next one serves it.
+  // Calls to the name have arrived by now: one turn queues them, the next one processes them.
   loop_.ProcessPendingEvents();
   loop_.ProcessPendingEvents();
   Flush();
@@ -137,7 +137,7 @@ void DbusAutomation::Serve(const QDBusMessage& call) {
     bool is_number = false;
     const QString name = path.startsWith(objects) ? path.mid(objects.size()) : QString();
     const std::uint64_t number = name.toULongLong(&is_number);
-    // One number has one path: "07" is none.
+    // Each number has one path: "07" is invalid.
     answer = is_number && QString::number(number) == name ? AnswerObject(call, number)
                                                           : Unknown(call, QDBusError::UnknownObject, "object", path);
   }
@@ -160,13 +160,13 @@ QDBusMessage DbusAutomation::CreateObject(const QDBusMessage& call) {
     return call.createErrorReply(QLatin1(dbus::kNotRegistered),
                                  QStringLiteral("No class is registered as %1").arg(prog_id));
   }
-  // The name was given up a moment ago. A client that reached us before goes on calling by the name.
+  // The name has just been released. A client that reached us before keeps calling the name.
   if (!name_is_ours_ && !TakeName()) {
-    return call.createErrorReply(QLatin1(dbus::kServerBusy), QStringLiteral("The server is ending; ask again"));
+    return call.createErrorReply(QLatin1(dbus::kServerBusy), QStringLiteral("The server is ending; try again"));
   }
   const QString creator = call.service();
   tree_->Clients().addWatchedService(creator);
-  // One that left before it was watched is never told of.
+  // No notification comes for a client that left before it was watched.
   if (!bus_.interface()->isServiceRegistered(creator)) {
     ReleaseAllOf(creator);
     return {};
@@ -185,7 +185,7 @@ QDBusMessage DbusAutomation::ListObjects(const QDBusMessage& call) {
 QDBusMessage DbusAutomation::AnswerObject(const QDBusMessage& call, std::uint64_t number) {
   const auto found = held_.find(number);
   if (found == held_.end()) return Unknown(call, QDBusError::UnknownObject, "object", call.path());
-  // The call holds the object: its client may let it go, or die, while the call waits.
+  // Keeps the object alive: its client may release it or disconnect while the call waits.
   const std::shared_ptr<AutomationObject> object = found->second.object;
   if (call.interface() == QLatin1(dbus::kProperties)) return AnswerProperties(call, *object);
   if (IsIntrospection(call)) {

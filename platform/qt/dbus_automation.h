@@ -1,8 +1,8 @@
-// The automation server on the user's D-Bus session: a class factory at a well-known name, and one object per creation
-// below it. Names, paths and the members' types: docs/automation.md.
+// The automation server on the user's D-Bus session bus: a class factory at a well-known name, and one object per
+// creation below it. Names, paths and types of the members: docs/automation.md.
 //
-// Owner: the composition, which makes it after the application object and the loop. Thread: the loop's. Tests run it
-// against a bus of their own; the core's tests call the objects in process.
+// Owner: the composition, which creates it after the application object and the loop. Thread: the loop's. Tests run it
+// on a separate bus; the core's tests call the objects in process.
 #pragma once
 
 #include <QDBusConnection>
@@ -18,7 +18,7 @@ namespace tsly {
 
 class EventLoop;
 
-// The service file of the installation starts the program so.
+// The installed service file starts the program with this switch.
 inline constexpr StartSwitch kStartSwitches[] = {
     {"--automation", StartMode::kForClients},
 };

@@ -16,7 +16,7 @@
 #include "qt/qt_style.h"
 #include "qt/qt_window.h"
 
-// The pictures are part of a static library, which a program doesn't initialise by itself.
+// Resources in a static library need explicit initialisation.
 static void InitPictures() { Q_INIT_RESOURCE(pictures); }
 
 namespace tsly {
@@ -47,11 +47,11 @@ QMessageBox::Icon IconFor(std::int32_t style) {
   }
 }
 
-// `box` has no parent: the window below it may be destroyed while it is open.
+// `box` has no parent: the window below may be destroyed while the box is open.
 void ShowAbove(QMessageBox& box, const QWidget* window) {
-  box.winId();  // makes its native window
+  box.winId();  // creates its native window
   if (window != nullptr) box.windowHandle()->setTransientParent(window->windowHandle());
-  box.show();  // knows its size from here on
+  box.show();  // its size is known from here on
   const QRect below = window != nullptr ? window->frameGeometry() : UsableScreen();
   box.move(below.center() - box.rect().center());
 }
@@ -96,7 +96,7 @@ TextSize QtToolkit::MeasureText(const std::string& text, const Font& font, std::
 
 ScreenMetrics QtToolkit::Metrics() {
   const QSize usable = UsableScreen().size();
-  // Forms measure their inner area: how thick the frame is, is known only when the window is on the screen.
+  // Forms use their inner area: the frame's size is known only after the window is shown.
   return {.width = usable.width() * kTwipsPerPixel,
           .height = usable.height() * kTwipsPerPixel,
           .frame_width = 0,
@@ -159,7 +159,7 @@ void QtToolkit::SetScreenPointer(std::int32_t pointer) {
 }
 
 std::int32_t QtToolkit::DoShowMessage(const std::string& prompt, std::int32_t style,
-                                    const std::optional<std::string>& title) {
+                                      const std::optional<std::string>& title) {
   const bool yes_no = (style & kButtonMask) == kButtonsYesNo;
   if (interaction_ == Interaction::kHeadless) return yes_no ? kAnswerNo : kAnswerOk;
 
@@ -171,7 +171,8 @@ std::int32_t QtToolkit::DoShowMessage(const std::string& prompt, std::int32_t st
   box.setStandardButtons(yes_no ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok);
   box.setDefaultButton(yes_no ? QMessageBox::Yes : QMessageBox::Ok);
   box.setEscapeButton(yes_no ? QMessageBox::No : QMessageBox::Ok);
-  for (QAbstractButton* button : box.buttons()) button->setIcon(QIcon());  // a style's own pictures fit no dark dialog
+  for (QAbstractButton* button : box.buttons())
+    button->setIcon(QIcon());  // a style's own icons don't suit a dark dialog
   box.setWindowModality(Qt::ApplicationModal);
   bool answered = false;
   QObject::connect(&box, &QDialog::finished, &box, [&answered] { answered = true; });

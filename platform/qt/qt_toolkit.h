@@ -1,7 +1,7 @@
 // The window toolkit on Qt Widgets.
 //
-// Owner: the composition, which makes it after application object and loop and ends it before them. Needs no display:
-// with the offscreen platform everything works and nobody sees it. The core's tests use a toolkit that draws nothing.
+// Owner: the composition, which creates it after the application object and the loop and destroys it before them. Also
+// works without a display, with the offscreen platform. The core's tests use a toolkit that draws nothing.
 #pragma once
 
 #include <QMetaObject>
@@ -16,9 +16,9 @@ class QtEventLoop;
 
 class QtToolkit final : public Toolkit {
  public:
-  // kBackground: the user works in another program, the client's. A message that comes up by itself leaves the keyboard
-  // there and lies above. kHeadless: there is no display, and the process goes on for its client. A message box answers
-  // itself (OK; No), and a window that is shown counts as closed by the user.
+  // kBackground: the user works in another program, the client's. A message that opens by itself is above other windows
+  // but doesn't take the keyboard. kHeadless: no display, only a client. Message boxes are answered automatically (OK;
+  // No), and a shown window counts as closed by the user.
   enum class Interaction { kForeground, kBackground, kHeadless };
 
   explicit QtToolkit(QtEventLoop& loop, Interaction interaction = Interaction::kForeground);
@@ -33,12 +33,12 @@ class QtToolkit final : public Toolkit {
   void Refresh(Form& form) override;
   void SetScreenPointer(std::int32_t pointer) override;
 
-  // Draws all windows anew at once, serving no event: for waits that let nothing else in.
+  // Repaints all windows at once, processing no events: for waits without events.
   void RepaintAll();
 
  private:
   std::int32_t DoShowMessage(const std::string& prompt, std::int32_t style,
-                           const std::optional<std::string>& title) override;
+                             const std::optional<std::string>& title) override;
   FormWindow* WindowOf(const Form& form) const;
   FormWindow* VisibleWindow() const;
 

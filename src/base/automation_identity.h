@@ -1,5 +1,5 @@
-// By what names and numbers automation clients know the program: the one place for an edition's registration and
-// introspection data. The numbers are part of what clients were built with and never change.
+// The names and numbers of the program for automation clients: the only source of an edition's registration and
+// introspection data. Clients are built with the numbers, so they never change.
 #pragma once
 
 #include <cstdint>

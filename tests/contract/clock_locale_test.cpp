@@ -19,7 +19,7 @@ std::int64_t UnixSeconds() {
   return floor<seconds>(system_clock::now()).time_since_epoch().count();
 }
 
-TEST(SystemClock, TellsLocalTimeInWholeSeconds) {
+TEST(SystemClock, ReportsLocalTimeInWholeSeconds) {
   constexpr double kUnixDayZero = 25569;
   SystemClock clock;
   const std::pair<const char*, double> cases[] = {
@@ -32,9 +32,9 @@ TEST(SystemClock, TellsLocalTimeInWholeSeconds) {
       setenv("TZ", row.first, 1);
       const std::int64_t before = UnixSeconds();
       for (int i = 0; i < 100; ++i) {
-        const double told = (clock.Now() - row.second / 24 - kUnixDayZero) * 86400;
-        const std::int64_t second = std::llround(told);
-        if (std::abs(told - static_cast<double>(second)) > 0.0001) return false;
+        const double reported = (clock.Now() - row.second / 24 - kUnixDayZero) * 86400;
+        const std::int64_t second = std::llround(reported);
+        if (std::abs(reported - static_cast<double>(second)) > 0.0001) return false;
         if (second < before || second > UnixSeconds()) return false;
       }
       return true;
@@ -43,7 +43,7 @@ TEST(SystemClock, TellsLocalTimeInWholeSeconds) {
   }
 }
 
-TEST(SystemClock, HasASteadySideThatGoesForward) {
+TEST(SystemClock, SteadyTimeNeverGoesBack) {
   SystemClock clock;
   const SteadyTime begin = clock.Steady();
   const auto system_begin = std::chrono::steady_clock::now();
@@ -63,7 +63,7 @@ TEST(LocaleContract, TranslatesCodePages) {
   }
 }
 
-TEST(LocaleContract, TellsTheCodePage) {
+TEST(LocaleContract, ReportsTheCodePage) {
   EXPECT_EQ(PosixLocale(932).DefaultCodePage(), 932u);
   for (const std::string text : {"1251", "", "0", "utf8", "1252 ", "-1", "99999999999"}) {
     const ScopedEnvironment environment("TSLY_CODEPAGE", text);

@@ -21,11 +21,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The numbers are the system's, not ours to choose.
+// The system defines these numbers.
 static_assert(kCsidlPersonal == 5 && kCsidlMyPictures == 39 && kCsidlProgramFiles == 38 && kCsidlAppData == 26);
 static_assert(kCsidlCommonAppData == 35 && kCsidlCommonDocuments == 46 && kCsidlCommonPictures == 54);
 
-// Nothing that the home depends on is set but what a test wants.
+// Sets only the variables of the test among those that the home depends on.
 Home HomeFrom(ScopedEnvironment::Variables wanted) {
   for (const char* name : {"TSLY_HOME", "HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) wanted[name];
   const ScopedEnvironment environment(wanted);
@@ -44,7 +44,7 @@ std::string FolderPath(Folders& folders, int csidl) {
   return code == 0 ? path : "code " + std::to_string(code);
 }
 
-TEST(Home, LiesInTheUsualPlaces) {
+TEST(Home, UsesTheUsualFolders) {
   const TempFolder folder;
   folder.Write("config\\user-dirs.dirs",
                "# XDG_PICTURES_DIR=\"/comment\"\nXDG_DOCUMENTS_DIR=\"$HOME/My \\\"Papers\\\"\"\n"
@@ -74,7 +74,7 @@ TEST(Home, LiesInTheUsualPlaces) {
   EXPECT_EQ(home.app_data, folder.NativePath("u/.local/share"));
 }
 
-TEST(Home, IsTheListedOneWithoutHome) {
+TEST(Home, UsesThePasswdEntryWithoutHome) {
   const Home home = HomeFrom({});
   EXPECT_TRUE(home.user_registry.is_absolute());
   EXPECT_TRUE(home.user_registry.string().ends_with("/.config/tessaly-studio/user.sqlite"));
@@ -87,14 +87,14 @@ class FoldersContract : public testing::Test {
   PosixFolders folders{home};
 };
 
-TEST_F(FoldersContract, LieBelowOneFolder) {
+TEST_F(FoldersContract, AreBelowOneFolder) {
   EXPECT_EQ(home.user_registry, folder.NativePath("home/registry/user.sqlite"));
   EXPECT_EQ(home.machine_registry, folder.NativePath("home/registry/machine.sqlite"));
   EXPECT_EQ(home.own_common_pictures, home.common_pictures);
   EXPECT_FALSE(folder.Has("home"));
 }
 
-TEST_F(FoldersContract, MakesEachFolderWhenAskedForItWithTheRightsOfItsUse) {
+TEST_F(FoldersContract, CreatesEachFolderOnDemandWithTheRightsOfItsUse) {
   const std::tuple<int, const char*, unsigned> cases[] = {
       {kCsidlPersonal,        "Documents",       0750},
       {kCsidlAppData,         "AppData",         0700},
@@ -120,7 +120,7 @@ TEST_F(FoldersContract, MakesEachFolderWhenAskedForItWithTheRightsOfItsUse) {
   umask(former);
 }
 
-TEST_F(FoldersContract, TellsWhenThereIsNone) {
+TEST_F(FoldersContract, ReportsMissingFolders) {
   std::string path = "as it was";
   EXPECT_NE(folders.SpecialFolder(1, path), kSuccess);
   folder.Write("home\\folders\\Documents", "a file in the folder's place");
@@ -128,7 +128,7 @@ TEST_F(FoldersContract, TellsWhenThereIsNone) {
   EXPECT_EQ(path, "as it was");
 }
 
-TEST_F(FoldersContract, GivesACommonFolderThatCanNotBeWrittenAsTheUsersOwn) {
+TEST_F(FoldersContract, ReplacesAnUnwritableCommonFolderByTheUsersOwn) {
   fs::create_directories(folder.NativePath("machine/there"));
   fs::create_directories(folder.NativePath("own"));
   for (const char* name : {"", "machine", "machine/there"}) fs::permissions(folder.NativePath(name), fs::perms(0755));
@@ -149,7 +149,7 @@ TEST_F(FoldersContract, GivesACommonFolderThatCanNotBeWrittenAsTheUsersOwn) {
   fs::permissions(folder.NativePath("machine"), fs::perms(0755));
 }
 
-TEST_F(FoldersContract, AFailureNamesNoOtherPlace) {
+TEST_F(FoldersContract, ATemporaryFailureKeepsTheFolder) {
   fs::permissions(folder.NativePath(), fs::perms(0777));
   home.own_common_app_data = folder.NativePath("own");
   const auto keep_their_places = [&] {
@@ -163,10 +163,10 @@ TEST_F(FoldersContract, AFailureNamesNoOtherPlace) {
   home.common_app_data = home.own_common_app_data = folder.NativePath("own/below");
   folder.Write("own", "a file in its way");
   PosixFolders blocked(home);
-  EXPECT_EQ(FolderPath(blocked, kCsidlCommonAppData), folder.CorePath("own\\below")) << "never no name";
+  EXPECT_EQ(FolderPath(blocked, kCsidlCommonAppData), folder.CorePath("own\\below")) << "never empty";
 }
 
-TEST_F(FoldersContract, MakesTemporaryFiles) {
+TEST_F(FoldersContract, CreatesTemporaryFiles) {
   std::string temp, path;
   ASSERT_EQ(folders.TemporaryFolder(temp), kSuccess);
   EXPECT_EQ(temp, folder.CorePath("home\\temp\\"));
@@ -186,8 +186,8 @@ TEST_F(FoldersContract, MakesTemporaryFiles) {
   EXPECT_NE(folders.MakeTempFile("f:\\", "tsl", path), kSuccess);
 }
 
-// What others can write to holds nothing of the user's but a folder that is closed to them.
-TEST_F(FoldersContract, KeepsTemporaryFilesWhereOnlyTheUserWrites) {
+// A folder that others can write to contains only a private folder of the user.
+TEST_F(FoldersContract, KeepsTemporaryFilesInAPrivateFolder) {
   const ScopedEnvironment environment("TMPDIR", folder.NativePath("shared").string());
   const std::string name = "tessaly-studio-" + std::to_string(geteuid()), kept = folder.CorePath("shared\\" + name);
   const fs::path native = folder.NativePath("shared") / name;
@@ -206,7 +206,7 @@ TEST_F(FoldersContract, KeepsTemporaryFilesWhereOnlyTheUserWrites) {
   };
   home.temp.clear();
   share();
-  for (int run = 0; run < 2; ++run) EXPECT_EQ(temp_path(), kept + "\\") << "all processes share it";
+  for (int run = 0; run < 2; ++run) EXPECT_EQ(temp_path(), kept + "\\") << "shared by all processes";
   EXPECT_EQ(NativePath("C:\\TEMP\\x"), native / "x");
 
   const std::function<void()> plants[] = {
@@ -220,26 +220,26 @@ TEST_F(FoldersContract, KeepsTemporaryFilesWhereOnlyTheUserWrites) {
     const std::string other = temp_path();
     EXPECT_TRUE(other.starts_with(folder.CorePath("shared\\tessaly-studio-"))) << other;
     EXPECT_NE(other, kept + "\\");
-    EXPECT_FALSE(fs::exists(Replace(other, "\\", "/"))) << "empty, it goes with its process";
+    EXPECT_FALSE(fs::exists(Replace(other, "\\", "/"))) << "removed with its process if empty";
     EXPECT_TRUE(NativePath("C:\\TEMP\\x").starts_with("/dev/null/"));
   }
 
-  // A folder of the home's that others can write to is the same; where nothing can be made, there is none.
+  // The same for a folder of the home that others can write to; nothing if no folder can be created.
   share();
   home.temp = folder.NativePath("shared");
   EXPECT_EQ(temp_path(), kept + "\\");
   fs::permissions(folder.NativePath(), fs::perms(0755));
   const auto has_none = [&] { return temp_path().empty() && NativePath("C:\\TEMP").starts_with("/dev/null/"); };
-  EXPECT_EQ(AsOrdinaryUser(has_none), 0) << "he makes one of his own";
+  EXPECT_EQ(AsOrdinaryUser(has_none), 0) << "creates its own";
   fs::permissions(folder.NativePath("shared"), fs::perms(01555));
   fs::remove_all(folder.NativePath("shared") / ("tessaly-studio-" + std::to_string(65534)));
   EXPECT_EQ(AsOrdinaryUser(has_none), geteuid() == 0 ? 1 : 0);
   fs::permissions(folder.NativePath("shared"), fs::perms(0777));
-  EXPECT_EQ(temp_path(), "") << "others could put their own in its place";
+  EXPECT_EQ(temp_path(), "") << "others could replace it";
 }
 
-// To the core a backslash ends a folder; to the system it is a letter like any other, and names need not be text.
-TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
+// In the core a backslash is a separator; in the system it is an ordinary character, and names aren't necessarily text.
+TEST_F(FoldersContract, SupportsAHomeWithABackslashInItsName) {
   for (const std::string name : {"back\\slash", "\\", "\xFF\\\xEF\x81", "a\\\\\xEF"}) {
     const fs::path root = folder.NativePath() / name;
     PosixFolders odd(HomeFrom({
@@ -268,7 +268,7 @@ TEST_F(FoldersContract, AHomeWithABackslashInItsNameIsUsedWhole) {
   std::string path;
   EXPECT_EQ(FolderPath(nameless, kCsidlAppData), "code 3");
   EXPECT_EQ(nameless.TemporaryFolder(path), kPathNotFound);
-  // Only this home's own folders were made.
+  // Only the folders of this home were created.
   for (const auto& entry : fs::directory_iterator(folder.NativePath())) {
     EXPECT_TRUE(fs::exists(entry.path() / "folders/AppData")) << entry.path();
   }

@@ -53,7 +53,7 @@ std::string Value(ProfileReader& reader, const std::string& file, const char* se
   return buffer.substr(0, length);
 }
 
-// Whether a call reads the file anew shows once the file is old enough; until then every call does.
+// Waits until the files are old enough to be cached; until then every call reads them again.
 void LetSettle(IniReader& reader, const std::vector<std::string>& files) {
   for (int before = -1; before != reader.ReadCount();) {
     before = reader.ReadCount();
@@ -92,16 +92,16 @@ TEST_F(ProfileContract, CodePages) {
       {1252,  "[s]\nk=a\x81z"sv,                                     "k",    "a\uFFFDz"          },
       {1252,  "\xEF\xBB\xBF[s]\nk=v"sv,                              "k",    "DEF"               },
       {932,   "[s]\nk=\x83\x5C\\n\x81\x5B"sv,                        "k",    "ソ\\nー"         },
-      {932,   "[s]\nk=a\x83\nl=w"sv,                                 "l",    "w"                 }, // half a letter
+      {932,   "[s]\nk=a\x83\nl=w"sv,                                 "l",    "w"                 }, // a partial character
       {1251,  "[s]\n\xCA\xCB=\xE4\xE0"sv,                            "кл", "да"              },
-      {1255,  "[s]\nk=\xE0"sv,                                       "k",    "א"                }, // a point might have followed
+      {1255,  "[s]\nk=\xE0"sv,                                       "k",    "א"                }, // a point could have followed
       {1258,  "[s]\nk=a\x81z"sv,                                     "k",    "a\uFFFDz"          },
       {65001, "\xEF\xBB\xBF[s]\nk=\xC3\xA9"sv,                       "k",    "é"                },
       {1252,  "\xFF\xFE[\0s\0]\0\n\0k\0=\0\x30\x04\n\0\0\xD8\n\0"sv, "k",    "а"                },
       {28605, "[s]\nk=\xA4\xE9"sv,                                   "k",    "€é"             },
       {20866, "[s]\nk=\xC4\xC1"sv,                                   "k",    "да"              },
       {21866, "[s]\nk=\xA4"sv,                                       "k",    "є"                },
-      {28602, "[s]\nk=v\xE9"sv,                                      "k",    "v\uFFFD"           }, // never published
+      {28602, "[s]\nk=v\xE9"sv,                                      "k",    "v\uFFFD"           }, // not a published code page
       {64999, "[s]\nk=a\xC3\xA9z"sv,                                 "k",    "a\uFFFD\uFFFDz"    },
   };
   for (const auto& [code_page, file, key, value] : cases) {
@@ -116,7 +116,7 @@ TEST_F(ProfileContract, CodePages) {
   EXPECT_TRUE(buffer.substr(0, length) == text);
 }
 
-// Either allocator knows; the one of the tests' build is the sanitizer's.
+// From the system's allocator, or from the sanitizer's.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
 std::size_t AllocatedBytes() {
   if (__sanitizer_get_current_allocated_bytes != nullptr) return __sanitizer_get_current_allocated_bytes();
@@ -142,7 +142,7 @@ TEST_F(ProfileContract, MemoryIsAtMostFourTimesTheFile) {
   }
 }
 
-TEST_F(ProfileContract, PinnedFilesAnswerFromOneReading) {
+TEST_F(ProfileContract, PinnedFilesAreReadOnce) {
   const std::string file = folder.Write("x.ini", "[s]\nk=\xE9\n");
   IniReader coded(1252);
   SystemFiles real;
@@ -165,7 +165,7 @@ TEST_F(ProfileContract, PinnedFilesAnswerFromOneReading) {
   EXPECT_EQ(Value(coded, file), "DEF");
 }
 
-TEST_F(ProfileContract, RewritingInPlaceIsSeenAtTheNextCall) {
+TEST_F(ProfileContract, ARewrittenFileIsReadAgain) {
   const std::string file = folder.Write("x.ini", "[s]\nk=00\n"), native = folder.NativePath("x.ini");
   for (int i = 10; i < 99; ++i) {
     folder.Write("x.ini", "[s]\nk=" + std::to_string(i) + "\n");
@@ -175,15 +175,15 @@ TEST_F(ProfileContract, RewritingInPlaceIsSeenAtTheNextCall) {
   struct stat before {};
   ASSERT_EQ(stat(native.c_str(), &before), 0);
   folder.Write("x.ini", "[s]\nk=++\n");
-  const timespec times[] = {before.st_atim, before.st_mtim};  // what a copying program may do
+  const timespec times[] = {before.st_atim, before.st_mtim};  // as a copying program may do
   ASSERT_EQ(utimensat(AT_FDCWD, native.c_str(), times, 0), 0);
   EXPECT_EQ(Value(reader, file), "++");
   std::filesystem::remove(native);
   EXPECT_EQ(Value(reader, file), "DEF");
 }
 
-// Its next change might bear the same stamp. A slow machine may need several attempts to be quick enough.
-TEST_F(ProfileContract, AFileJustWrittenIsNotTrusted) {
+// The next change could have the same stamp. A slow machine may need several attempts to be fast enough.
+TEST_F(ProfileContract, ARecentFileIsNotCached) {
   int reads = 0;
   for (int attempt = 0; attempt < 100 && reads != 2; ++attempt) {
     IniReader anew;
@@ -194,7 +194,7 @@ TEST_F(ProfileContract, AFileJustWrittenIsNotTrusted) {
   EXPECT_EQ(reads, 2);
 }
 
-TEST_F(ProfileContract, TheLastEightFilesStayRead) {
+TEST_F(ProfileContract, CachesTheLastEightFiles) {
   std::vector<std::string> files;
   for (int i = 0; i < 9; ++i) files.push_back(folder.Write(std::to_string(i), "[s]\nk=" + std::to_string(i)));
   const std::string ninth = files.back();
@@ -206,7 +206,7 @@ TEST_F(ProfileContract, TheLastEightFilesStayRead) {
   EXPECT_EQ(reader.ReadCount(), before + 1);
   for (const std::size_t i : {0u, 2u, 3u, 4u, 5u, 6u, 7u}) EXPECT_EQ(Value(reader, files[i]), std::to_string(i));
   EXPECT_EQ(reader.ReadCount(), before + 1);
-  EXPECT_EQ(Value(reader, files[1]), "1");  // the least recently used one went
+  EXPECT_EQ(Value(reader, files[1]), "1");  // the least recently used one was dropped
   EXPECT_EQ(reader.ReadCount(), before + 2);
 }
 
@@ -219,7 +219,7 @@ TEST_F(ProfileContract, ManyKeys) {
   }
 }
 
-TEST_F(ProfileContract, FilesThatCountAsMissing) {
+TEST_F(ProfileContract, UnreadableFilesCountAsMissing) {
   const std::string large = folder.Write("Large.ini", "[s]\nk=v\n"), small = folder.Write("small.ini", "[s]\nk=v\n");
   EXPECT_EQ(Value(reader, folder.CorePath("lARGE.INI")), "v");
   ASSERT_EQ(truncate(folder.NativePath("Large.ini").c_str(), (off_t{256} << 20) + 1), 0);
@@ -234,7 +234,7 @@ TEST_F(ProfileContract, FilesThatCountAsMissing) {
   const rlimit none{0, limit.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   IniReader anew;
-  EXPECT_EQ(Value(anew, small), "DEF");  // for this call only
+  EXPECT_EQ(Value(anew, small), "DEF");  // only for this call
   setrlimit(RLIMIT_NOFILE, &limit);
   EXPECT_EQ(Value(anew, small), "v");
   const std::string secret = folder.Write("secret.ini", "[s]\nk=v\n");

@@ -54,16 +54,16 @@ class PosixShellTest : public testing::Test {
  protected:
   PosixShellTest() {
     chmod(home_.NativePath().c_str(), 0755);
-    for (const char* pipe : {"told", "asked"}) {
+    for (const char* pipe : {"output", "asked"}) {
       mkfifo(home_.NativePath(pipe).c_str(), 0666);
       chmod(home_.NativePath(pipe).c_str(), 0666);
     }
-    Script("program", "printf '[%s]' \"$@\" > told");
+    Script("program", "printf '[%s]' \"$@\" > output");
   }
 
-  // A program that does `work`; "told" and "asked" in it are the pipes.
+  // A program that runs `work`, with the pipes "output" and "asked".
   std::string Script(const std::string& name, std::string work) const {
-    for (const std::string pipe : {"told", "asked"}) {
+    for (const std::string pipe : {"output", "asked"}) {
       work = Replace(work, pipe, "'" + home_.NativePath(pipe).string() + "'");
     }
     return File(name, "#!/bin/sh\n" + work, 0755);
@@ -73,8 +73,8 @@ class PosixShellTest : public testing::Test {
     chmod(home_.NativePath(name).c_str(), mode);
     return path;
   }
-  // Waits for a program to tell, so that nothing here depends on time.
-  std::string Told() const { return home_.Read("told"); }
+  // Waits for the program's output, so that nothing depends on time.
+  std::string Output() const { return home_.Read("output"); }
 
   std::uint32_t Start(const std::string& file, const std::string& parameters = "") {
     EXPECT_FALSE(shell_.StartElevated(file, parameters, 1));
@@ -90,19 +90,19 @@ class PosixShellTest : public testing::Test {
 TEST_F(PosixShellTest, StartsAProgramWithItsArguments) {
   home_.Write("Data/x.dll", "");
   EXPECT_EQ(Start(home_.CorePath("PROGRAM"), "/s \"a b\" '$HOME' \"" + home_.CorePath("data/X.DLL") + "\""), 0U);
-  EXPECT_EQ(Told(), "[/s][a b]['$HOME'][" + home_.NativePath("Data/x.dll").string() + "]");
+  EXPECT_EQ(Output(), "[/s][a b]['$HOME'][" + home_.NativePath("Data/x.dll").string() + "]");
 
   Script("wrapper", "exec \"$@\" wrapped");
   setenv("PATH", (home_.NativePath().string() + ":" + former_path_).c_str(), 1);
   setenv("TSLY_RUNAS", " wrapper  env ", 1);
   EXPECT_EQ(Start("program", "x"), 0U);
-  EXPECT_EQ(Told(), "[x][wrapped]");
+  EXPECT_EQ(Output(), "[x][wrapped]");
 }
 
-TEST_F(PosixShellTest, AProgramInheritsNothingButEnvironmentAndErrors) {
+TEST_F(PosixShellTest, AProgramInheritsOnlyEnvironmentAndStandardError) {
   Script("look",
          "( cut -d' ' -f6 /proc/$$/stat; echo $$; grep -E '^Sig(Ign|Blk)' /proc/$$/status\n"
-         "readlink /proc/$$/fd/0 /proc/$$/fd/1; ls /proc/$$/fd | grep -x 77; pwd ) > told");
+         "readlink /proc/$$/fd/0 /proc/$$/fd/1; ls /proc/$$/fd | grep -x 77; pwd ) > output");
   const auto start = [this] {
     sigset_t all;
     sigfillset(&all);
@@ -111,15 +111,15 @@ TEST_F(PosixShellTest, AProgramInheritsNothingButEnvironmentAndErrors) {
     return dup2(0, 77) == 77 ? static_cast<int>(Start(home_.CorePath("look"))) : -1;
   };
   EXPECT_EQ(AsOrdinaryUser(start), 0);
-  std::istringstream told(Told());
+  std::istringstream output(Output());
   std::string session, id, rest;
-  std::getline(std::getline(std::getline(told, session), id), rest, '\0');
+  std::getline(std::getline(std::getline(output, session), id), rest, '\0');
   EXPECT_EQ(session, id);
   EXPECT_EQ(rest, "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n/dev/null\n/dev/null\n" +
                       std::filesystem::current_path().string() + "\n");
 }
 
-TEST_F(PosixShellTest, ASystemThatMakesNoProcessIsAFault) {
+TEST_F(PosixShellTest, AFailedForkIsAFault) {
   const auto start = [&] {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_NPROC, &none);
@@ -129,7 +129,7 @@ TEST_F(PosixShellTest, ASystemThatMakesNoProcessIsAFault) {
   EXPECT_EQ(AsOrdinaryUser(start), 78);
 }
 
-TEST_F(PosixShellTest, TellsOfAFailedStartWithoutStandardDescriptors) {
+TEST_F(PosixShellTest, ReportsAFailedStartWithoutStandardDescriptors) {
   File("broken", "#!/no/such/interpreter\n", 0755);
   for (const auto& [name, code] : {
            std::pair("program", 0), {"broken", 2}
@@ -139,7 +139,7 @@ TEST_F(PosixShellTest, TellsOfAFailedStartWithoutStandardDescriptors) {
       return static_cast<int>(Start(home_.CorePath(name), "x"));
     };
     EXPECT_EQ(AsOrdinaryUser(start), code);
-    EXPECT_EQ(code == 0 ? Told() : "[x]", "[x]");
+    EXPECT_EQ(code == 0 ? Output() : "[x]", "[x]");
   }
 }
 
@@ -149,7 +149,7 @@ TEST_F(PosixShellTest, ProgramsThatCantBeStarted) {
   File("idle", "#!/bin/sh\n", 0644);
   const std::filesystem::path former = std::filesystem::current_path();
   std::filesystem::current_path(home_.NativePath());
-  setenv("PATH", ("::.:" + former_path_).c_str(), 1);  // the working folder alone has a "program"
+  setenv("PATH", ("::.:" + former_path_).c_str(), 1);  // only the working folder has a "program"
   const std::pair<std::uint32_t, std::vector<std::string>> rows[] = {
       {2,   {home_.NativePath("missing").string(), home_.CorePath("no\\such"), "f:\\program", "REGSVR32.EXE", ""}},
       {2,   {"program"}                                                                                          },
@@ -162,8 +162,8 @@ TEST_F(PosixShellTest, ProgramsThatCantBeStarted) {
   std::filesystem::current_path(former);
 }
 
-// The stand-in for the program that raises rights waits until a repaint lets it go on, as for a user's answer.
-TEST_F(PosixShellTest, WaitsForTheUsersAnswerRepainting) {
+// The fake of pkexec waits until a repaint lets it continue, as for the user's answer.
+TEST_F(PosixShellTest, RepaintsWhileItWaitsForTheUsersAnswer) {
   const std::pair<std::string, int> rows[] = {
       {"exit 126",              223},
       {"exit 127",              5  },
@@ -183,19 +183,19 @@ TEST_F(PosixShellTest, WaitsForTheUsersAnswerRepainting) {
       return fault || !has_answered ? 98 : static_cast<int>(shell.LastError() % 1000);
     };
     EXPECT_EQ(AsOrdinaryUser(start), code) << answer;
-    EXPECT_EQ(answer == rows[2].first ? Told() : "[x]", "[x]");
+    EXPECT_EQ(answer == rows[2].first ? Output() : "[x]", "[x]");
   }
 }
 
-TEST_F(PosixShellTest, OpensWebAddressesAlone) {
-  Script("bin/xdg-open", "printf '[%s]' \"$@\" > told");
+TEST_F(PosixShellTest, OpensOnlyWebAddresses) {
+  Script("bin/xdg-open", "printf '[%s]' \"$@\" > output");
   setenv("PATH", home_.NativePath("bin").c_str(), 1);
   for (const std::string url : {"http://a.example/?q=$(id)&b c", "HTTPS://a.example", "mailto:a@b.example"}) {
     shell_.OpenAddress(url);
     EXPECT_EQ(shell_.LastError(), 0U);
-    EXPECT_EQ(Told(), "[" + url + "]");
+    EXPECT_EQ(Output(), "[" + url + "]");
   }
-  const int quiet = open(home_.NativePath("told").c_str(), O_RDONLY | O_NONBLOCK);
+  const int quiet = open(home_.NativePath("output").c_str(), O_RDONLY | O_NONBLOCK);
   for (const std::string url : {"", "file:///etc/passwd", "/bin/sh", "httpx://a", "http", "--help", "javascript:1"}) {
     shell_.OpenAddress(url);
     EXPECT_NE(shell_.LastError(), 0U) << url;
@@ -205,15 +205,15 @@ TEST_F(PosixShellTest, OpensWebAddressesAlone) {
   close(quiet);
 }
 
-// A display of the test's own where there is none. Its server ends with the last client.
+// Starts a display if there is none. Its server ends with the last client.
 std::shared_ptr<FILE> StartDisplay() {
   if (std::getenv("DISPLAY") != nullptr) return nullptr;
   FILE* const server = popen("exec Xvfb -displayfd 1 -nolisten tcp -terminate", "r");
   int number = -1;
   if (fscanf(server, "%d", &number) == 1) setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
-  const auto end = [](FILE* told) {
+  const auto end = [](FILE* output) {
     unsetenv("DISPLAY");
-    pclose(told);
+    pclose(output);
   };
   return {server, end};
 }
@@ -224,7 +224,7 @@ xcb_atom_t Atom(xcb_connection_t* display, const std::string& name) {
   return reply ? reply->atom : 0;
 }
 
-TEST(PosixShellWindows, AskedToCloseAndAwaited) {
+TEST(PosixShellWindows, AsksAWindowToCloseAndWaits) {
   const std::shared_ptr<FILE> server = StartDisplay();
   xcb_connection_t* display = xcb_connect(nullptr, nullptr);
   ASSERT_EQ(xcb_connection_has_error(display), 0) << "this test needs Xvfb or a display";
@@ -234,7 +234,7 @@ TEST(PosixShellWindows, AskedToCloseAndAwaited) {
   const xcb_atom_t protocols = Atom(display, "WM_PROTOCOLS");
   const xcb_atom_t wish = Atom(display, "WM_DELETE_WINDOW");
 
-  // The host application: it grants the wish at the second repaint after it came.
+  // The host application closes at the second repaint after the request.
   int repaints = 0, wishes = 0;
   bool grants = false;
   const auto repaint = [&] {
@@ -256,13 +256,13 @@ TEST(PosixShellWindows, AskedToCloseAndAwaited) {
   };
 
   EXPECT_EQ(close_window(window), 0U);
-  EXPECT_EQ(repaints, 0) << "a window that can't be asked is left alone";
+  EXPECT_EQ(repaints, 0) << "a window that doesn't support closing is left open";
   xcb_change_property(display, XCB_PROP_MODE_REPLACE, window, protocols, XCB_ATOM_ATOM, 32, 1, &wish);
-  Atom(display, "WM_PROTOCOLS");  // the server has dealt with all before this answer
+  Atom(display, "WM_PROTOCOLS");  // the server has processed everything before this reply
   const std::clock_t busy = std::clock();
   EXPECT_EQ(close_window(window), 0U);
   EXPECT_EQ(wishes, 1);
-  EXPECT_GT(repaints, 1) << "a window that stays is awaited to the end";
+  EXPECT_GT(repaints, 1) << "waits the full time for a window that stays";
   EXPECT_LT(std::clock() - busy, CLOCKS_PER_SEC / 10) << "awaiting it takes no processor";
   grants = true;
   EXPECT_EQ(close_window(window), 0U);

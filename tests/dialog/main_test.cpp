@@ -27,7 +27,7 @@ TEST(Main, ReadsTheCommandLine) {
     StartedApp app(line, 1);
     EXPECT_EQ(app.program->global.ShowUpdates, show_updates) << line;
     EXPECT_EQ(app.program->global.HostWindow, window) << line;
-    EXPECT_FALSE(app.dialog().Loaded()) << "a client's process waits for its client";
+    EXPECT_FALSE(app.dialog().Loaded()) << "a process for clients waits for its client";
   }
 }
 
@@ -39,10 +39,10 @@ TEST(Main, KnowsItsFolders) {
   StartedApp developer("/WRENK", 1);
   EXPECT_EQ(developer.program->global.AppPath, "f:\\Tessaly 7.0\\Sources\\");
   EXPECT_EQ(developer.program->global.TargetAppPath, "f:\\Tessaly 7.0\\Tests\\PF\\Tessaly Studio\\");
-  EXPECT_TRUE(developer.folder.Has("AppData\\Quillon Systems\\Tessaly Studio")) << "the log doesn't move with it";
+  EXPECT_TRUE(developer.folder.Has("AppData\\Quillon Systems\\Tessaly Studio")) << "the log stays";
 }
 
-TEST(Main, FirstThingThatTheUserSees) {
+TEST(Main, ShowsTheListTheMessageOrTheDialog) {
   const Answer none, newer = Received("[Versions]\r\nA=1\r\n"), nothing_new = Received("[Versions]\r\nA=0\r\n");
   const Answer refused = Failed(12029, "No connection."), bad_address = FaultAtOnce(12005, "The address is wrong.");
   // Whether a list is shown, and the style of the message; 0: none.
@@ -56,7 +56,7 @@ TEST(Main, FirstThingThatTheUserSees) {
   };
   for (const auto& [line, answer, list, style] : rows) {
     HeadlessApp app(line);
-    app.toolkit.during_message = [&] { EXPECT_FALSE(app.dialog().Visible()) << "the check ends before it is shown"; };
+    app.toolkit.during_message = [&] { EXPECT_FALSE(app.dialog().Visible()) << "shown only after the check"; };
     app.StartWith({answer}, {kAnswerOk});
     EXPECT_TRUE(app.dialog().Visible());
     EXPECT_EQ(app.controls().picStep200.Visible(), list);
@@ -76,10 +76,10 @@ TEST(Main, AFailedSetUpEndsTheRunWithoutAWindow) {
   EXPECT_TRUE(app.program->global.StartupFailed);
   EXPECT_FALSE(app.dialog().Loaded());
   EXPECT_TRUE(app.toolkit.shown.empty());
-  EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1") << "its unload step runs all the same";
+  EXPECT_EQ(app.VersionValue(kValueCheckedEvery), "1") << "unloads anyway";
 }
 
-TEST(Main, AnotherProcessTakesTheLogOver) {
+TEST(Main, AnotherProcessStartsANewLog) {
   StartedApp app("", 1);
   app.program->global.WriteLog(1, "first");
   Program second(Platform{app.registry, app.profiles, app.folders, app.files, app.clock, app.transfer, app.unzip,
@@ -103,14 +103,14 @@ TEST(Log, OneLineForEachEvent) {
   EXPECT_EQ(app.folder.Read(kLog), "2014-03-10 18:30:00  one\r\n2014-03-10 18:30:00  two\r\nlines\r\n");
 }
 
-TEST(Log, AFileThatCannotBeWrittenCostsNothing) {
+TEST(Log, AnUnwritableLogIsHarmless) {
   HeadlessApp app("", 1);
   for (const FileCall call : {FileCall::kAppend, FileCall::kDelete}) app.files.failures.push_back({call, 0, 5});
   app.Start();
   app.program->global.WriteLog(1, "lost");
 }
 
-TEST(SpecialFolder, TranslatesCodesAndMakesTheChainPieceByPiece) {
+TEST(SpecialFolder, TranslatesCodesAndCreatesEachFolder) {
   HeadlessApp app("", 1);
   const std::tuple<std::int32_t, std::optional<std::string>, const char*> rows[] = {
       {201, std::nullopt,        "Documents\\"          },
@@ -129,7 +129,7 @@ TEST(SpecialFolder, TranslatesCodesAndMakesTheChainPieceByPiece) {
   }
 }
 
-TEST(SpecialFolder, FallsBackWithoutMakingAnything) {
+TEST(SpecialFolder, FallsBackWithoutCreatingFolders) {
   StartedApp app("", 1);
   app.folders.nowhere = true;
   MGlobal& global = app.program->global;
@@ -140,9 +140,9 @@ TEST(SpecialFolder, FallsBackWithoutMakingAnything) {
   EXPECT_EQ(app.files.calls[FileCall::kMakeFolder], 0);
 }
 
-TEST(StartArguments, TheModeIsASwitchOfItsOwn) {
+TEST(StartArguments, TheModeIsASeparateArgument) {
   const std::tuple<const char*, StartMode, const char*> rows[] = {
-  // words between bars
+  // words separated by bars
       {"x",                                     StartMode::kOnItsOwn,   ""                       },
       {"x|/showupdates|/window:1A",             StartMode::kOnItsOwn,   "/showupdates /window:1A"},
       {"x|/window:5|--automation|/showupdates", StartMode::kForClients, "/window:5 /showupdates" },

@@ -13,7 +13,7 @@ namespace {
 const std::string kOnePack =
     "[Versions]\r\nA=1\r\n[A]\r\nInstall pack=yes\r\nDownload URL=http://maker/a.zip\r\nSize=9\r\nCRC32=cbf43926\r\n";
 
-TEST(Download, TheLogTellsTheWholeWay) {
+TEST(Download, TheLogHasEveryStep) {
   StartedApp app("/showupdates", {Received("")}, {kAnswerOk});
   EXPECT_EQ(app.Log(),
             "GetDocument: Starting download: GET http://updates.quillonsystems.example/download/app-updates.txt\n"
@@ -32,11 +32,11 @@ TEST(Download, TheLogTellsTheWholeWay) {
   EXPECT_EQ(app.transfer.spool_folder, app.ProductFolder());
 }
 
-TEST(Download, EachEndHasItsMessageAndItsNumber) {
+TEST(Download, EachResultHasItsMessageAndNumber) {
   Answer late_code = Silent(1);
   late_code.code = 12152;
   late_code.info = "Odd answer.";
-  // The end of the message, "" for nothing new, and a line of the log.
+  // The end of the message ("": nothing new) and a log line.
   const std::tuple<Answer, std::string, const char*> rows[] = {
       {Failed(12029,     "No connection."),            "Error 1/12029: No connection.",
        "StateChanged: Error [12029] No connection.\n"                                                                                         },
@@ -58,7 +58,7 @@ TEST(Download, EachEndHasItsMessageAndItsNumber) {
   }
 }
 
-TEST(Download, ALeftOverListIsNotOfferedInPlaceOfOneThatNeverCame) {
+TEST(Download, AFormerUpdatesFileIsNotOfferedAfterAFailedDownload) {
   const Answer no_name = Failed(kNameNotResolved, "No such name."), list = Received("[Versions]\r\nB=1\r\n");
   const std::tuple<Answer, FileCall, bool> rows[] = {
       {no_name, FileCall::kCopy,   false},
@@ -78,7 +78,7 @@ TEST(Download, ALeftOverListIsNotOfferedInPlaceOfOneThatNeverCame) {
   }
 }
 
-TEST(Download, AnEndedTransferKeepsItsOutcome) {
+TEST(Download, AnEndedTransferKeepsItsResult) {
   StartedApp app("/showupdates", {Received(kOnePack), Failed(12030, "Cut off.")});
   app.transfer.Deliver(icError);
   EXPECT_TRUE(app.Log().ends_with("DocumentReceived = 1\n")) << "received stays received";
@@ -87,16 +87,16 @@ TEST(Download, AnEndedTransferKeepsItsOutcome) {
   app.Click(app.controls().cmdInstall);
   ASSERT_EQ(app.toolkit.messages.size(), 1u);
   EXPECT_TRUE(app.toolkit.messages[0].prompt.starts_with("The update couldn't be downloaded."));
-  EXPECT_EQ(app.toolkit.messages[0].style, 48) << "nothing of the pack was written";
+  EXPECT_EQ(app.toolkit.messages[0].style, 48) << "the pack wasn't written";
   app.transfer.Deliver(icResponseCompleted);
   EXPECT_TRUE(app.Log().ends_with("StateChanged: Closing file\nDocumentReceived = 2\n")) << "failed stays failed";
-  EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\tsl00000.zip")) << "written all the same";
+  EXPECT_TRUE(app.folder.Has("AppData\\Quillon Systems\\Tessaly Studio\\tsl00000.zip")) << "written anyway";
   app.transfer.Deliver(icNone);
   EXPECT_TRUE(app.Log().ends_with("StateChanged: State = None\n"));
 }
 
-TEST(Download, NothingIsConcludedFromAListThatWasNotReadWhole) {
-  for (const bool response : {true, false}) {  // or the file that it was stored in
+TEST(Download, APartlyReadUpdatesFileIsAFailedSearch) {
+  for (const bool response : {true, false}) {  // or the stored file
     HeadlessApp app("/showupdates");
     if (response) {
       app.transfer.chunk_fault_after = 1;
@@ -105,14 +105,14 @@ TEST(Download, NothingIsConcludedFromAListThatWasNotReadWhole) {
     }
     app.StartWith({Received(kOnePack + std::string(5000, ';'))}, {kAnswerOk});
     const std::size_t size = app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini").size();
-    EXPECT_EQ(size, response ? 1024u : kOnePack.size() + 5000) << "what was written stays";
+    EXPECT_EQ(size, response ? 1024u : kOnePack.size() + 5000) << "the written part stays";
     EXPECT_FALSE(app.controls().picStep200.Visible());
     EXPECT_EQ(app.toolkit.messages.at(0).style, kIconWarning);
     EXPECT_EQ(app.dialog().CheckedOn, 0);
   }
 }
 
-TEST(Download, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
+TEST(Download, TemporarilyUnreadableSettingsAreAFailedSearch) {
   for (const std::size_t requests : {0u, 1u}) {  // the address, or the recorded versions
     HeadlessApp app("/showupdates");
     app.registry.before_call = [&](const std::string&) {
@@ -126,7 +126,7 @@ TEST(Download, NothingIsConcludedFromSettingsThatCannotBeReadForNow) {
   }
 }
 
-TEST(Download, AnOfferIsFilledFromTheListThatWasStored) {
+TEST(Download, AnOfferUsesTheUpdatesFileThatThisProcessStored) {
   StartedApp app("/showupdates", {Received(kOnePack + "Action 1=unzip:{app}\r\n")});
   app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);  // by another process
   app.dialog().ShowAvailableUpdates();
@@ -140,14 +140,14 @@ TEST(Download, TheDeadlineMovesWithEveryState) {
   app.transfer.answers = {slow};
   app.toolkit.answers = {kAnswerOk};
   const SteadyTime start = app.clock.Steady();
-  app.loop.After(slow.step, [] {});  // wakes the wait at the last moment, before the first state
+  app.loop.After(slow.step, [] {});  // wakes the wait just before the deadline and the first state
   app.Click(app.controls().lblInfo105);
   const auto waited = app.clock.Steady() - start;
   EXPECT_GT(waited, std::chrono::seconds(9 * 15 + 15));
   EXPECT_LT(waited, std::chrono::seconds(9 * 15 + 16));
 }
 
-TEST(Download, ALateDocumentIsStoredWithNobodyWaiting) {
+TEST(Download, ALateDocumentIsStored) {
   StartedApp app;
   app.transfer.answers = {Silent(1)};
   app.toolkit.answers = {kAnswerOk};
@@ -173,7 +173,7 @@ TEST(Download, StoresEveryByteInPlaceOfAnOlderFile) {
   }
 }
 
-TEST(Download, ADiskThatRefusesIsFoundOutByTheReader) {
+TEST(Download, AWriteErrorIsReportedByTheReader) {
   for (const FileCall call : {FileCall::kCreate, FileCall::kWrite, FileCall::kCommit}) {
     StartedApp app("/showupdates", {Received(kOnePack), Received("123456789")});
     app.files.failures.push_back({call, 0, 112});
@@ -184,13 +184,13 @@ TEST(Download, ADiskThatRefusesIsFoundOutByTheReader) {
   }
 }
 
-TEST(Download, AnErrorBehindABrokenPackAsksForTheHomePage) {
+TEST(Download, AnErrorAfterABrokenPackOffersTheHomePage) {
   for (const std::int32_t answer : {kAnswerYes, kAnswerNo}) {
     HeadlessApp app("/showupdates");
     Answer broken = Silent(1, 7);
     broken.body = std::string(3000, 'x');
     app.StartWith({Received(kOnePack), broken}, {answer});
-    // The error reaches the control while the document is being stored.
+    // The error arrives while the document is being stored.
     int chunks = 0;
     app.transfer.before_chunk = [&] {
       if (++chunks == 2) app.transfer.Deliver(icError);
@@ -201,12 +201,12 @@ TEST(Download, AnErrorBehindABrokenPackAsksForTheHomePage) {
     EXPECT_EQ(app.toolkit.messages[0].style, 20);
     EXPECT_EQ(app.ended, answer == kAnswerYes);
     EXPECT_EQ(app.shell.opened_urls.size(), answer == kAnswerYes ? 1u : 0u);
-    EXPECT_EQ(app.controls().cmdClose.Visible(), answer == kAnswerNo) << "the run goes on";
+    EXPECT_EQ(app.controls().cmdClose.Visible(), answer == kAnswerNo) << "the installation continues";
     EXPECT_FALSE(app.HasVersionValue(kValueCheckedEvery));
   }
 }
 
-TEST(Download, NoPackLeavesTheTemporaryFolder) {
+TEST(Download, PacksStayInTheTemporaryFolder) {
   const std::string odd_ends[] = {"..",     ".",     "*", "*.*", "?query", "a*.zip?b=c", "%2e%2e%2fup.zip",      "a:b",
                                   "..\\up", "../up", "~", "-rf", "a b",    "\xFF",       std::string(10000, 'n')};
   for (const std::string& end : odd_ends) {

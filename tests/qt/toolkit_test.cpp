@@ -30,7 +30,7 @@ ControlLook LookAt(Rect rect, std::string text = {}) {
   return look;
 }
 
-// A dialog with every kind of control, which notes what happens to it.
+// A dialog with every kind of control, which records its events.
 class SampleForm final : public Form {
  public:
   using Form::Form;
@@ -141,7 +141,7 @@ int InkWidth(const QImage& image) {
   return last - first + 1;
 }
 
-TEST_F(QtToolkitTest, DrawsControlsWhereAndAsTheModelsSay) {
+TEST_F(QtToolkitTest, DrawsControlsAsInTheModels) {
   form.Load();
   Serve();
   EXPECT_EQ(Window(), nullptr);
@@ -156,13 +156,13 @@ TEST_F(QtToolkitTest, DrawsControlsWhereAndAsTheModelsSay) {
       {first, 5,   5,   kGround    }, // form
       {first, 20,  20,  kPanelColor}, // panel, its first pixel
       {first, 19,  19,  kGround    },
-      {first, 190, 119, kPanelColor}, // panel beside the scroll bar
+      {first, 190, 119, kPanelColor}, // panel next to the scroll bar
       {first, 240, 20,  kLineColor }, // rectangle: edges only
       {first, 279, 59,  kLineColor },
       {first, 260, 40,  kGround    },
       {first, 250, 70,  kLineColor }, // line
       {first, 250, 71,  kGround    },
-      {first, 100, 230, kPanelColor}, // text box, beside its text
+      {first, 100, 230, kPanelColor}, // text box, next to its text
       {moved, 20,  20,  kGround    },
       {moved, 215, 115, kPanelColor},
       {moved, 279, 59,  kGround    },
@@ -181,7 +181,7 @@ TEST_F(QtToolkitTest, TextIsDrawnLiterallyAndAsWideAsMeasured) {
   EXPECT_EQ(qobject_cast<QPlainTextEdit*>(Find("text"))->toPlainText(), QStringLiteral("one\ntwo"));
 }
 
-TEST_F(QtToolkitTest, ATextWithoutRoomIsCutAndCanBeReadWhole) {
+TEST_F(QtToolkitTest, ATextWithoutRoomIsElidedWithAToolTip) {
   QString whole;
   for (int i = 0; i < 30; ++i) whole += QStringLiteral("<b>word</b> ");
   QWidget* label = Shown("label");
@@ -203,10 +203,10 @@ TEST_F(QtToolkitTest, ATextWithoutRoomIsCutAndCanBeReadWhole) {
   wrapped.auto_size = wrapped.word_wrap = true;
   form.label.Reset(wrapped);
   Drawn();
-  EXPECT_EQ(label->toolTip(), QString()) << "it has grown to its text";
+  EXPECT_EQ(label->toolTip(), QString()) << "grown to fit its text";
 }
 
-TEST_F(QtToolkitTest, TextThatIsReadFromTheRightBeginsThere) {
+TEST_F(QtToolkitTest, RightToLeftTextIsAlignedRight) {
   ControlLook look = LookAt({0, 0, 2400, 195}, "\u05D0\u05D1 1");
   look.transparent = true;
   form.Load();
@@ -219,7 +219,7 @@ TEST_F(QtToolkitTest, TextThatIsReadFromTheRightBeginsThere) {
 
 TEST_F(QtToolkitTest, ClicksAndKeysReachTheFormThroughTheLoop) {
   QTest::mouseClick(Shown("button"), Qt::LeftButton);
-  EXPECT_EQ(form.notes, "");  // not below the widget's own frames
+  EXPECT_EQ(form.notes, "");  // not inside the widget's own functions
   EXPECT_EQ(Served(), "C:button");
   EXPECT_EQ(Clicked("link(7)") + Clicked("label"), "C:linkC:label");
   QTest::mouseClick(Find("panel"), Qt::LeftButton, {}, QPoint(5, 90));
@@ -230,7 +230,7 @@ TEST_F(QtToolkitTest, ClicksAndKeysReachTheFormThroughTheLoop) {
   EXPECT_EQ(Served(), "C:linkC:linkC:buttonC:button");
 }
 
-TEST_F(QtToolkitTest, TheCloseButtonOnlyAsksTheForm) {
+TEST_F(QtToolkitTest, TheFormDecidesOnTheCloseButton) {
   QPointer<QWidget> window = Shown("button")->window();
   form.refuse_unload = true;
   window->close();
@@ -242,7 +242,7 @@ TEST_F(QtToolkitTest, TheCloseButtonOnlyAsksTheForm) {
   EXPECT_EQ(window, nullptr);
 }
 
-TEST_F(QtToolkitTest, AnUnloadInsideAClickLeavesTheWindowUntilTheClickIsOver) {
+TEST_F(QtToolkitTest, AnUnloadInsideAClickKeepsTheWindowUntilTheClickEnds) {
   QPointer<QWidget> window = Shown("button")->window();
   bool lived_on = false;
   form.on_click = [&] {
@@ -252,14 +252,14 @@ TEST_F(QtToolkitTest, AnUnloadInsideAClickLeavesTheWindowUntilTheClickIsOver) {
     lived_on = window != nullptr && !window->isVisible() && Window() != nullptr;
   };
   QTest::mouseClick(Find("button"), Qt::LeftButton);
-  EXPECT_EQ(Clicked("button"), "C:button?1U");  // the second is of the load that is gone by then
+  EXPECT_EQ(Clicked("button"), "C:button?1U");  // the second one is from the former load
   EXPECT_TRUE(lived_on);
   EXPECT_EQ(window, nullptr);
   form.on_click = nullptr;
   EXPECT_EQ(Clicked("button"), "C:button");
 }
 
-TEST_F(QtToolkitTest, ControlsComeAndGo) {
+TEST_F(QtToolkitTest, ControlsAreAddedAndRemoved) {
   Shown("panel");
   std::deque<Control> items;
   for (int i = 1; i <= 300; ++i) {
@@ -277,17 +277,17 @@ TEST_F(QtToolkitTest, ControlsComeAndGo) {
   EXPECT_NE(Find("item(299)"), nullptr);
 }
 
-TEST_F(QtToolkitTest, TheScrollBarFollowsHandAndModel) {
+TEST_F(QtToolkitTest, TheScrollBarFollowsUserAndModel) {
   auto* bar = qobject_cast<QScrollBar*>(Shown("bar"));
   form.bar.SetValue(600);
-  EXPECT_EQ(Served(), "V600");  // the setter's own, no echo
+  EXPECT_EQ(Served(), "V600");  // from the setter, without an echo
   EXPECT_EQ(bar->value(), 600);
 
   bar->setSliderDown(true);
   bar->setSliderPosition(700);
   EXPECT_EQ(Served(), "T700");
   bar->setSliderDown(false);
-  EXPECT_EQ(Served(), "");  // let go where the model has followed to
+  EXPECT_EQ(Served(), "");  // released at the model's value
 
   bar->triggerAction(QAbstractSlider::SliderToMaximum);
   form.bar.SetMax(2000);  // the range shrinks before the report arrives
@@ -297,7 +297,7 @@ TEST_F(QtToolkitTest, TheScrollBarFollowsHandAndModel) {
   QWidget* label = Find("label");
   QWheelEvent notch(QPointF(1, 1), label->mapToGlobal(QPointF(1, 1)), {}, QPoint(0, 120), {}, {}, Qt::NoScrollPhase,
                     false);
-  QSpontaneKeyEvent::setSpontaneous(&notch);  // as from the window system: only such events go on to parents
+  QSpontaneKeyEvent::setSpontaneous(&notch);  // like the window system: only such events propagate to parents
   QCoreApplication::instance()->notify(label, &notch);
   EXPECT_EQ(Served(), "V1415");  // three lines of 195
   QTest::keyClick(Window(), Qt::Key_Home);
@@ -313,7 +313,7 @@ TEST_F(QtToolkitTest, TheScrollBarFollowsHandAndModel) {
   EXPECT_TRUE(form.UnhandledErrors().empty());
 }
 
-TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
+TEST_F(QtToolkitTest, AMessageBoxProcessesEvents) {
   const std::tuple<std::int32_t, Qt::Key, std::int32_t> cases[] = {
       {kIconWarning,                  Qt::Key_Escape, kAnswerOk },
       {kIconInformation,              Qt::Key_Return, kAnswerOk },
@@ -326,7 +326,7 @@ TEST_F(QtToolkitTest, AMessageBoxAnswersWhileEventsRun) {
     const TimerId timer = loop.StartTimer(std::chrono::milliseconds(5), [&, pressed = key] {
       auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
       ASSERT_NE(box, nullptr);
-      if (++ticks == 1) return form.Unload();  // the dialog below it may go
+      if (++ticks == 1) return form.Unload();  // the dialog below may be destroyed
       EXPECT_EQ(box->windowTitle(), QStringLiteral("tslyCheckNew"));
       EXPECT_EQ(box->textFormat(), Qt::PlainText);
       EXPECT_TRUE(toolkit.MessageIsOpen());

@@ -24,7 +24,7 @@ const States kCutOff{1, 2, 3, 4, 5, 6, 7, 9, 10, 11};
 
 enum class Ending { kComplete, kShort, kRefused, kNone };
 
-// One control, real or scripted, and what it told.
+// One control, real or scripted, and what it reported.
 class TransferTest : public testing::Test, protected RunningLoop {
  protected:
   TransferTest() {
@@ -199,9 +199,9 @@ TEST_P(TransferContract, MayGoInTheMiddleOfATransferOrOfAHandler) {
     RunFor(milliseconds(5));
   };
   ASSERT_TRUE(RunUntil([this] { return !control_; }));
-  const States told = states_;
+  const States reported = states_;
   RunFor(milliseconds(5));
-  EXPECT_EQ(states_, told);
+  EXPECT_EQ(states_, reported);
 }
 
 // What only the real control promises. What servers do to it: hostile_server_test.cpp.
@@ -252,31 +252,31 @@ TEST_F(CurlTransferTest, AsksForAddressesAsPeopleWriteThem) {
 TEST_F(CurlTransferTest, TellsOfBytesAsTheyComeAndGivesUpWithoutAny) {
   control_->SetRequestTimeout(2);
   server_.Expect(ReplyWithLength("a", 5).Stall().Send("b").Stall().Send("c").Stall());
-  int told = 0;
+  int reported = 0;
   std::string arrived;
   handler_ = [&](std::int16_t state) {
     if (state != icReceivingResponse) return;
     arrived += Body();
-    if (++told > 2) return;
+    if (++reported > 2) return;
     RunFor(milliseconds(1050));  // each pause is shorter than the limit, both together are longer
     server_.Release();
   };
   Get(server_.Url());
   ExpectOutcome(kCutOff, 12002, "");
   EXPECT_EQ(arrived, "abc");
-  EXPECT_EQ(told, 3);
+  EXPECT_EQ(reported, 3);
 }
 
 TEST_F(CurlTransferTest, TellsOfALongBodyAtMostEveryFiftyMilliseconds) {
   const std::string body(32 << 20, 'x');
   server_.Expect(Reply(body));
   const auto start = std::chrono::steady_clock::now();
-  int told = 0;
-  handler_ = [&](std::int16_t state) { told += state == icReceivingResponse; };
+  int reported = 0;
+  handler_ = [&](std::int16_t state) { reported += state == icReceivingResponse; };
   Get(server_.Url());
   // One more for the head.
-  EXPECT_LE(told, 2 + (std::chrono::steady_clock::now() - start) / milliseconds(50));
-  EXPECT_GE(told, 1);
+  EXPECT_LE(reported, 2 + (std::chrono::steady_clock::now() - start) / milliseconds(50));
+  EXPECT_GE(reported, 1);
   EXPECT_TRUE(Body(100000) == body);
 }
 
@@ -301,7 +301,7 @@ TEST_F(CurlTransferTest, ADiskWithoutRoomIsAnError) {
   handler_ = [&](std::int16_t state) { held |= state == icError && HoldsSpace(); };
   Get(server_.Url());
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &old), 0);
-  EXPECT_FALSE(held) << "whoever is told of a full disk finds room for his own files";
+  EXPECT_FALSE(held) << "whoever is reported of a full disk finds room for his own files";
   ExpectOutcome(kCutOff, 112, "");
 
   std::filesystem::remove(folder_.NativePath());

@@ -1,8 +1,7 @@
-// The whole program on the memory platform: real files and INI files in a folder of the test's own, everything else
-// scripted and written down. A test sets the scene, starts, acts as a person would, and looks at what came of it.
+// The whole program on the memory platform: real files and INI files in a temporary folder; everything else is scripted
+// and recorded. A test prepares the state, starts the program, acts like a user and checks the result.
 //
-// What every test gets for nothing: a fault that some routine forgot to skip, a wait that nothing can end, and a write
-// after the end of the process all fail it.
+// Every test fails on unhandled errors, on a wait that nothing can end, and on a write after the end of the process.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +30,7 @@ namespace tsly {
 
 class FixedLocale : public Locale {
  public:
-  std::uint32_t code_page = 1252;  // 0: the system doesn't tell
+  std::uint32_t code_page = 1252;  // 0: the system has none
   std::string date_separator = "/";
   std::string time_separator = ":";
   std::optional<std::uint32_t> DefaultCodePage() override {
@@ -45,13 +44,13 @@ class FixedLocale : public Locale {
   std::string TimeSeparator() override { return time_separator; }
 };
 
-// The test's folders: a home of its own, and the program file in "app".
+// The test's folders: a separate home, and the program file in "app".
 class TestFolders : public SystemFolders {
  public:
   explicit TestFolders(const TempFolder& root)
       : SystemFolders(Home::In(root.NativePath())), program_(root.CorePath("app")) {}
-  bool nowhere = false;  // the system names no special folder
-  bool no_temp = false;  // nor one for temporary files
+  bool nowhere = false;  // the system has no special folders
+  bool no_temp = false;  // nor a temporary folder
   int SpecialFolder(int csidl, std::string& path) override {
     return nowhere ? 1 : SystemFolders::SpecialFolder(csidl, path);
   }
@@ -65,9 +64,9 @@ class TestFolders : public SystemFolders {
   std::string program_;
 };
 
-// The product's own language files and skins, for a program that stands in "app".
+// Copies the product's language files and skins next to a program in "app".
 void CopyResources(const TempFolder& folder);
-// How a valid language file begins.
+// The beginning of a valid language file.
 inline const std::string kLanguageHead =
     "[General]\r\nDescription=Tessaly Studio Resources file\r\nVersion=7.0.1576\r\n";
 // The lines of a log file without their stamps, each ended by LF.
@@ -75,24 +74,24 @@ std::string LogLines(const std::string& file);
 
 class HeadlessApp {
  public:
-  // The product's own language file and skin stand beside the program.
+  // With the product's own language file and skin next to the program.
   explicit HeadlessApp(std::string command_line = "", std::int32_t start_mode = 0);
   ~HeadlessApp();
 
-  // Main, and everything that waits behind it. Does nothing else until time passes.
+  // Runs Main and all pending events. Nothing else happens until time passes.
   void Start();
-  // The same with scripts of what the server and the user answer.
+  // The same, with scripted responses of the server and answers of the user.
   void StartWith(std::deque<Answer> from_server, std::deque<std::int32_t> from_user = {});
-  // Runs `deed` as an event of the program; the end of the process stops it.
+  // Runs `deed` as an event of the program, until the end of the process.
   void Run(const std::function<void()>& deed);
   void Pass(std::chrono::milliseconds time);
-  // What a person does to the window. A control that can't be reached fails the test.
+  // Actions of the user. A control that the user can't reach fails the test.
   void Click(Control& control);
   void CloseWindow();
 
   // Settings below SettingsKey\Version.
   void SetVersionValue(const std::string& name, const RegData& data);
-  std::string VersionValue(const std::string& name);  // "" when it isn't there
+  std::string VersionValue(const std::string& name);  // "" if missing
   bool HasVersionValue(const std::string& name);
 
   std::string AppFolder() const { return folder.CorePath("app\\"); }
@@ -117,7 +116,7 @@ class HeadlessApp {
   HeadlessToolkit toolkit;
   LocalAutomation automation;
   std::unique_ptr<Program> program;
-  bool ended = false;  // the process has ended itself
+  bool ended = false;  // the process has ended
 
  private:
   void Send(UiEvent::Kind kind, ControlId control);
@@ -125,7 +124,7 @@ class HeadlessApp {
   int at_end_ = 0;
 };
 
-// One that has started.
+// The program after its start.
 class StartedApp : public HeadlessApp {
  public:
   explicit StartedApp(std::string line = "", std::deque<Answer> from_server = {},

@@ -23,11 +23,11 @@ int LinesOf(const std::string& paragraph, std::size_t characters) {
 }  // namespace
 
 std::int32_t HeadlessToolkit::DoShowMessage(const std::string& prompt, std::int32_t style,
-                                          const std::optional<std::string>& title) {
-  EXPECT_FALSE(title.has_value()) << "no message of this program bears a title of its own";
+                                            const std::optional<std::string>& title) {
+  EXPECT_FALSE(title.has_value()) << "no message of this program has its own title";
   messages.push_back({prompt, style});
   if (during_message) during_message();
-  EXPECT_FALSE(answers.empty()) << "a message that nobody scripted: " << prompt;
+  EXPECT_FALSE(answers.empty()) << "an unscripted message: " << prompt;
   const std::int32_t answer = answers.empty() ? kAnswerNo : answers.front();
   if (!answers.empty()) answers.pop_front();
   return answer;

@@ -1,5 +1,5 @@
-// A toolkit that draws nothing: windows are entries in a list, texts have a fixed width, messages are written down and
-// answered from a script. A message that nobody scripted fails the test.
+// A toolkit that draws nothing: windows are entries in a list, texts have a fixed width, messages are recorded and
+// answered from a script. An unscripted message fails the test.
 #pragma once
 
 #include <deque>
@@ -26,10 +26,10 @@ class HeadlessToolkit : public Toolkit {
 
   std::vector<Message> messages;
   std::deque<std::int32_t> answers;
-  std::function<void()> during_message;  // what happens while a box is open
+  std::function<void()> during_message;  // runs while a box is open
   std::vector<std::int32_t> screen_pointers;
   std::set<const Form*> open, shown, topmost;
-  bool took_keyboard = false;  // by the window that was shown last
+  bool took_keyboard = false;  // by the last shown window
   int opened = 0;
   int refreshes = 0;
   Twips twips_per_pixel = 15;
@@ -53,7 +53,7 @@ class HeadlessToolkit : public Toolkit {
 
  private:
   std::int32_t DoShowMessage(const std::string& prompt, std::int32_t style,
-                           const std::optional<std::string>& title) override;
+                             const std::optional<std::string>& title) override;
 };
 
 }  // namespace tsly

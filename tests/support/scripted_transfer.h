@@ -1,6 +1,6 @@
-// The transfer control of tests: every Execute plays the next scripted answer through the event loop. It keeps the
-// port's contract (one delivery at a time, an abandoned transfer tells nothing more), which the contract suite shows.
-// Belongs to the test; an Execute that nobody scripted fails it.
+// The transfer control of tests: every Execute plays the next scripted answer through the event loop. Tested by the
+// port's contract suite (one delivery at a time, none of an abandoned transfer). Owned by the test; an unscripted
+// Execute fails it.
 #pragma once
 
 #include <deque>
@@ -14,21 +14,21 @@
 
 namespace tsly {
 
-// What one Execute leads to: a fault at once, or the states, one after another. The body can be read once a 7 or 12 has
-// been delivered, until an 11 or a Cancel; `code` and `info` are the last error from the delivery of the 11 on, or of
-// the last state without one. When the states are through, silence.
+// The result of one Execute: a fault at once, or a sequence of states. The body is readable after a 7 or 12 until an 11
+// or a Cancel; `code` and `info` are the last error after the 11, or after the last state if there is none. After the
+// last state nothing more happens.
 struct Answer {
   Fault fault{};
   std::vector<std::int16_t> states{};
-  std::chrono::milliseconds step{0};  // before each state; 0: as fast as the loop turns
+  std::chrono::milliseconds step{0};  // before each state; 0: as fast as the loop runs
   std::string body{};
   std::int32_t code = 0;
   std::string info{};
 };
 
 Answer Received(std::string body);
-// Told by the number as the real control tells it: name unknown, refused, or else cut off. A `body` is what had
-// arrived.
+// The states depend on the number, as in the real control: unknown name, refused, otherwise cut off. `body` is the part
+// that arrived.
 Answer Failed(std::int32_t code, std::string info, std::string body = "");
 Answer FaultAtOnce(std::int32_t number, std::string description);
 Answer Silent(auto... states) { return {.states = {static_cast<std::int16_t>(states)...}}; }
@@ -44,12 +44,12 @@ class ScriptedTransfer : public TransferControl {
   std::int16_t protocol = 0;
   std::string spool_folder;
   int cancelled = 0;                             // calls of Cancel
-  std::optional<std::size_t> chunk_fault_after;  // so many chunks of a response can be read, then comes a fault
+  std::optional<std::size_t> chunk_fault_after;  // the number of readable chunks before a fault
   std::function<void()> before_chunk;            // called at the beginning of each GetChunk
 
-  // Its states follow those of the transfer at hand that are not yet delivered; body and error are replaced.
+  // Appends the states to the undelivered ones of the current transfer; replaces body and error.
   void Continue(const Answer& answer);
-  // Calls the handler at once, for what the event loop can't bring about.
+  // Calls the handler at once, for cases that the event loop can't produce.
   void Deliver(std::int16_t state);
 
   void SetStateChanged(std::function<void(std::int16_t state)> handler) override { handler_ = std::move(handler); }
@@ -66,7 +66,7 @@ class ScriptedTransfer : public TransferControl {
   struct Run {
     Answer answer;
     std::size_t delivered = 0;
-    bool busy = false;  // a state is on its way, or the handler has not come back
+    bool busy = false;  // a state is posted, or the handler is running
     bool abandoned = false;
     TimerId timer = 0;
   };
@@ -77,7 +77,7 @@ class ScriptedTransfer : public TransferControl {
 
   EventLoop& loop_;
   std::function<void(std::int16_t)> handler_;
-  std::shared_ptr<Run> run_;  // the transfer at hand, if any; a delivery in progress holds its own for longer
+  std::shared_ptr<Run> run_;  // the current transfer, if any; a delivery in progress keeps its own alive
   std::string body_;
   std::size_t read_ = 0, chunks_ = 0;
   std::int32_t code_ = 0;
