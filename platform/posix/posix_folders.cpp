@@ -116,9 +116,9 @@ int PosixFolders::MakeTempFile(const std::string& folder, const std::string& pre
   // Tries all numbers once, from one that two simultaneous processes are unlikely to share; 0 is invalid.
   constexpr std::uint32_t kNumbers = 0xFFFF;
   const std::string native = NativePath(folder) + "/";
-  const auto moment = std::chrono::steady_clock::now().time_since_epoch().count() / 1000 + getpid();
+  const auto start = std::chrono::steady_clock::now().time_since_epoch().count() / 1000 + getpid();
   for (std::uint32_t i = 0; i < kNumbers; ++i) {
-    const std::uint32_t number = static_cast<std::uint32_t>((moment + i) % kNumbers) + 1;
+    const std::uint32_t number = static_cast<std::uint32_t>((start + i) % kNumbers) + 1;
     const std::string name = prefix + Hex(static_cast<std::int32_t>(number)) + ".tmp";
     if (Descriptor(open((native + name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600))) {
       path = WithBackslash(folder) + name;

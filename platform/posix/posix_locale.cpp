@@ -120,11 +120,11 @@ std::string PosixLocale::TimeSeparator() { return SeparatorIn("%X", ":"); }
 // them, such as the month's name or the time zone.
 std::string PosixLocale::SeparatorIn(const char* format, const char* otherwise) const {
   tm sample{};
-  moment.tm_year = 103;
-  moment.tm_mday = 4;
-  moment.tm_hour = 5;
+  sample.tm_year = 103;
+  sample.tm_mday = 4;
+  sample.tm_hour = 5;
   std::array<char, 128> text{};
-  const std::size_t length = strftime_l(text.data(), text.size(), format, &moment, locale_.get());
+  const std::size_t length = strftime_l(text.data(), text.size(), format, &sample, locale_.get());
   const std::string_view written(text.data(), length);
   const auto is_digit = [&](std::size_t at) { return at < length && written[at] >= '0' && written[at] <= '9'; };
   for (std::size_t i = 1; i < length; ++i) {

@@ -26,7 +26,7 @@ const std::string kOffer = "[Versions]\r\nA=1\r\n";
 const std::string kLeftOver = "[Versions]\r\nOld=1\r\n";
 const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
-// Writes the states down that it tells.
+// Records the states.
 class WatchedTransfer final : public CurlTransfer {
  public:
   using CurlTransfer::CurlTransfer;
@@ -144,9 +144,9 @@ class HostileServer : public testing::Test, protected RunningLoop {
     ASSERT_EQ(toolkit_.messages.size(), 1u);
     EXPECT_EQ(toolkit_.messages[0].style, outcome == "1" ? kIconInformation : kIconWarning);
     const std::string& prompt = toolkit_.messages[0].prompt;
-    const std::string told = "Error 1/" + std::to_string(row.code) + ": " + transfer_.ResponseInfo();
+    const std::string message = "Error 1/" + std::to_string(row.code) + ": " + transfer_.ResponseInfo();
     EXPECT_TRUE(prompt.ends_with(outcome == "1" ? program_.localization.GetResString("49:No update available")
-                                 : failed       ? told
+                                 : failed       ? message
                                                 : "Error 3/10012: Timeout"))
         << prompt;
     EXPECT_EQ(transfer_.ResponseInfo().empty(), !failed);
@@ -267,7 +267,7 @@ TEST_F(HostileServer, AnOfferAndALateDocument) {
   server.Expect(trickle);
   transfer_.after_state = [&](std::int16_t state) {
     if (state != icReceivingResponse) return;
-    // By then the control tells of the next byte again.
+    // By then the control reports the next byte.
     loop.StartOneShot(this, std::chrono::milliseconds(60), [&] {
       clock.ahead += std::chrono::seconds(13);
       server.Release();
