@@ -269,7 +269,9 @@ TEST(DialogFlow, ABackgroundCheckReportsItsResult) {
     const bool shown = status == StatusPending;
     EXPECT_EQ(app.dialog().Loaded(), shown);
     EXPECT_EQ(app.dialog().Visible(), shown);
-    if (shown) EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]) << "no state is shown";
+    if (shown) {
+      EXPECT_EQ(app.controls().lblInfo105.Text(), app.dialog().CheckLinkTexts[0]) << "no state is shown";
+    }
     EXPECT_EQ(app.toolkit.topmost.size(), shown ? 1u : 0u) << "above all other windows for a client";
     EXPECT_FALSE(app.toolkit.took_keyboard) << "the user may type in another program";
     EXPECT_EQ(app.VersionValue(kValueCheckedOn), checked_on);
