@@ -6,7 +6,7 @@
 // the section above it; a line without an equals sign or without a key is ignored. A line that begins with ";" is found
 // under its key, including the semicolon, but never listed.
 //
-// Cost: time linear in the text for any contents, because the seed is random; memory at most 3.4 times the text,
+// Cost: time linear in the text for any contents, as its hash is seeded at random; memory at most 3.4 times the text,
 // including the text.
 #pragma once
 
