@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Writes archives that a careless unpacker would regret: archive_zoo.py FOLDER OUTSIDE
+"""Writes archives that a careless unpacker would regret: archive_zoo.py FOLDER OUTSIDE, or one of
+these entries: archive_zoo.py --pack FILE [NAME DATA MODE FLAGS]...
 
-One file per archive, and zoo.tsv: file, the reason why it has to be refused (a name of UnzipResult, or "any"), and a part
+One file per archive, and zoo.tsv: file, the reason why it has to be refused (a number of UnzipResult, or "any"), and a part
 of the message. In place of a reason, "good" means that it has to unpack to one file "file.txt" that says "contents", and
 "harmless" that nothing but plain files may come of it, and only in the target; as many as the third column says, if it
 does. OUTSIDE is an absolute path that nothing may be written to. Each archive is built byte by byte
@@ -15,15 +16,17 @@ import sys
 import zipfile
 import zlib
 
-folder, outside = sys.argv[1:]
 rows = []
 CONTENTS = b"contents"
+REASONS = """kDone kCannotOpen kNotAnArchive kBadName kNotAFile kSameName kInTheWay kTooManyEntries kTooLarge kEncrypted
+kUnknownMethod kWrongChecksum kWrongSize kDamaged""".split()  # UnzipResult
 
 
 def add(name, data, reason, said=""):
     with open(os.path.join(folder, name + ".zip"), "wb") as file:
         file.write(data)
-    rows.append(f"{name}.zip\t{reason}\t{said}\n")
+    number = REASONS.index(reason) if reason in REASONS else reason
+    rows.append(f"{name}.zip\t{number}\t{said}\n")
 
 
 def entry(name, data=b"", mode=0o100644, flags=0x800, method=0, packed=None, crc=None, size=None, packed_size=None,
@@ -76,6 +79,12 @@ def utf8_name(name, of):
     return struct.pack("<HHBI", 0x7075, 5 + len(name), 1, zlib.crc32(of.encode())) + name.encode()
 
 
+if sys.argv[1] == "--pack":
+    words = [os.fsencode(word) for word in sys.argv[3:]]
+    with open(sys.argv[2], "wb") as file:
+        file.write(pack(*(entry(*words[i:i + 2], int(words[i + 2]), int(words[i + 3])) for i in range(0, len(words), 4))))
+    sys.exit()
+folder, outside = sys.argv[1:]
 FIRST = entry("first.txt", b"1")  # what a careless unpacker would have written before it saw the rest
 
 # ---- Names that leave the target, or that some system takes for something else
@@ -213,26 +222,6 @@ with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED) as writer:
     with writer.open("file.txt", "w", force_zip64=True) as file:
         file.write(CONTENTS)
 add("good-64-bits", archive.getvalue(), "good")
-
-
-class Stream(io.RawIOBase):
-    """Can't be sought, so the writer puts the sizes after the data."""
-
-    def __init__(self):
-        self.bytes = b""
-
-    def writable(self):
-        return True
-
-    def write(self, data):
-        self.bytes += data
-        return len(data)
-
-
-stream = Stream()
-with zipfile.ZipFile(stream, "w", zipfile.ZIP_DEFLATED) as writer:
-    writer.writestr("file.txt", CONTENTS)
-add("good-streamed", stream.bytes, "good")
 plain = entry("file.txt", CONTENTS)
 add("good-after-a-program", pack(plain, prefix=b"MZ" + bytes(500)), "good")
 add("good-after-a-program-that-is-not-counted", b"MZ" + bytes(500) + pack(plain), "good")

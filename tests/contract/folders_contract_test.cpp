@@ -26,16 +26,12 @@ static_assert(kCsidlPersonal == 5 && kCsidlMyPictures == 39 && kCsidlProgramFile
 static_assert(kCsidlCommonAppData == 35 && kCsidlCommonDocuments == 46 && kCsidlCommonPictures == 54);
 
 // Sets only the variables of the test among those that the home depends on.
-Home HomeFrom(ScopedEnvironment::Variables wanted) {
-  for (const char* name : {"TSLY_HOME", "HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) wanted[name];
-  const ScopedEnvironment environment(wanted);
+Home HomeFrom(const std::vector<std::string>& wanted) {
+  ScopedEnvironment::Variables variables;
+  for (const char* name : {"TSLY_HOME", "HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"}) variables[name];
+  for (const auto& text : wanted) variables[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
+  const ScopedEnvironment environment(variables);
   return Home::FromEnvironment();
-}
-
-Home HomeBelow(const TempFolder& folder) {
-  return HomeFrom({
-      {"TSLY_HOME", folder.NativePath("home/").string()}
-  });
 }
 
 std::string FolderPath(Folders& folders, int csidl) {
@@ -50,11 +46,7 @@ TEST(Home, UsesTheUsualFolders) {
                "# XDG_PICTURES_DIR=\"/comment\"\nXDG_DOCUMENTS_DIR=\"$HOME/My \\\"Papers\\\"\"\n"
                "XDG_DOCUMENTS_DIR_X=\"/x\"\n  XDG_PICTURES_DIR=\"/srv/pictures\"\nXDG_PICTURES_DIR=\"relative\"\n");
   folder.Write("u\\.config\\user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/\"\n");
-  Home home = HomeFrom({
-      {"HOME",            "/u"                                },
-      {"XDG_CONFIG_HOME", folder.NativePath("config").string()},
-      {"XDG_DATA_HOME",   "/data/"                            }
-  });
+  Home home = HomeFrom({"HOME=/u", "XDG_CONFIG_HOME=" + folder.NativePath("config").string(), "XDG_DATA_HOME=/data/"});
   EXPECT_EQ(home.user_registry, folder.NativePath("config/tessaly-studio/user.sqlite"));
   EXPECT_EQ(home.machine_registry, "/var/lib/tessaly-studio/machine.sqlite");
   EXPECT_EQ(home.documents, "/u/My \"Papers\"");
@@ -65,10 +57,7 @@ TEST(Home, UsesTheUsualFolders) {
   EXPECT_EQ(home.own_common_app_data, "/data/tessaly-studio/CommonAppData");
   EXPECT_TRUE(home.temp.empty());
 
-  home = HomeFrom({
-      {"HOME",          folder.NativePath("u").string()},
-      {"XDG_DATA_HOME", "relative"                     }
-  });
+  home = HomeFrom({"HOME=" + folder.NativePath("u").string(), "XDG_DATA_HOME=relative"});
   EXPECT_EQ(home.documents, folder.NativePath("u"));
   EXPECT_EQ(home.pictures, folder.NativePath("u/Pictures"));
   EXPECT_EQ(home.app_data, folder.NativePath("u/.local/share"));
@@ -83,7 +72,7 @@ TEST(Home, UsesThePasswdEntryWithoutHome) {
 class FoldersContract : public testing::Test {
  protected:
   const TempFolder folder;
-  Home home = HomeBelow(folder);
+  Home home = HomeFrom({"TSLY_HOME=" + folder.NativePath("home/").string()});
   PosixFolders folders{home};
 };
 
@@ -242,9 +231,7 @@ TEST_F(FoldersContract, KeepsTemporaryFilesInAPrivateFolder) {
 TEST_F(FoldersContract, SupportsAHomeWithABackslashInItsName) {
   for (const std::string name : {"back\\slash", "\\", "\xFF\\\xEF\x81", "a\\\\\xEF"}) {
     const fs::path root = folder.NativePath() / name;
-    PosixFolders odd(HomeFrom({
-        {"TSLY_HOME", root.string()}
-    }));
+    PosixFolders odd(HomeFrom({"TSLY_HOME=" + root.string()}));
     const std::string app_data = FolderPath(odd, kCsidlAppData);
     EXPECT_EQ(NativePath(app_data), root / "folders/AppData");
     std::string path;
@@ -262,9 +249,7 @@ TEST_F(FoldersContract, SupportsAHomeWithABackslashInItsName) {
     EXPECT_EQ(odd.TemporaryFolder(path), kSuccess);
     EXPECT_EQ(path, CorePath(root.string() + "/temp/"));
   }
-  PosixFolders nameless(HomeFrom({
-      {"TSLY_HOME", folder.NativePath("\xEF\x81\x9C").string()}
-  }));
+  PosixFolders nameless(HomeFrom({"TSLY_HOME=" + folder.NativePath("\xEF\x81\x9C").string()}));
   std::string path;
   EXPECT_EQ(FolderPath(nameless, kCsidlAppData), "code 3");
   EXPECT_EQ(nameless.TemporaryFolder(path), kPathNotFound);

@@ -27,27 +27,15 @@ namespace tsly {
 namespace {
 
 TEST(CommandLine, IsSplitLikeOnWindows) {
-  const auto split = [](const std::string& text) {
+  // The text and its arguments.
+  for (const char* row :
+       {"|", " \t |", R"(/s "\opt\a b.dll"|[/s][\opt\a b.dll])", "a\tb  c |[a][b][c]", R"("" x|[][x])",
+        R"(a"b c"d|[ab cd])", R"(a\\b \\|[a\\b][\\])", R"(a\"b|[a"b])", R"("a\\" b|[a\][b])", R"("a\\\" b"|[a\" b])",
+        R"("a""b c"|[a"b][c])", R"("""a b"""|["a][b"])", R"("open end |[open end ])"}) {
     std::string joined;
-    for (const std::string& argument : SplitArguments(text)) joined += '[' + argument + ']';
-    return joined;
-  };
-  const std::pair<std::string, std::string> rows[] = {
-      {"",                      ""                    },
-      {" \t ",                  ""                    },
-      {"/s \"\\opt\\a b.dll\"", "[/s][\\opt\\a b.dll]"},
-      {"a\tb  c ",              "[a][b][c]"           },
-      {"\"\" x",                "[][x]"               },
-      {"a\"b c\"d",             "[ab cd]"             },
-      {"a\\\\b \\\\",           "[a\\\\b][\\\\]"      },
-      {"a\\\"b",                "[a\"b]"              },
-      {"\"a\\\\\" b",           "[a\\][b]"            },
-      {"\"a\\\\\\\" b\"",       "[a\\\" b]"           },
-      {"\"a\"\"b c\"",          "[a\"b][c]"           },
-      {"\"\"\"a b\"\"\"",       "[\"a][b\"]"          },
-      {"\"open end ",           "[open end ]"         },
-  };
-  for (const auto& [text, arguments] : rows) EXPECT_EQ(split(text), arguments) << text;
+    for (const std::string& argument : SplitArguments(Split(row, "|")[0])) joined += '[' + argument + ']';
+    EXPECT_EQ(joined, Split(row, "|")[1]) << row;
+  }
 }
 
 class PosixShellTest : public testing::Test {

@@ -33,8 +33,8 @@ Modules One(const std::string& lines) { return Modules(1, {"A", lines}); }
 // A second one does nothing.
 Modules Two(const std::string& lines = "") {
   return {
-      {"A", lines},
-      {"B", ""   }
+      Module{"A", lines},
+      Module{"B", ""   }
   };
 }
 
@@ -151,9 +151,9 @@ TEST(Driver, AFailedUpdateDoesNotStopOthers) {
   for (const auto& [packs, transcript, recorded, checked] : rows) {
     const std::string lines = "Action 1=unzip:{app}\r\n";
     Offer app({
-        {"A", lines},
-        {"B", lines},
-        {"C", lines}
+        Module{"A", lines},
+        Module{"B", lines},
+        Module{"C", lines}
     });
     app.dialog().CheckedOn = 41000;
     app.unzip.results.assign(recorded.size(), 0);

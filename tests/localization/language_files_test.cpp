@@ -76,19 +76,19 @@ TEST(LanguageFiles, InvalidLanguageAndSkinFilesAreReported) {
   for (int i = 0; i < 1000; ++i) again += "Title=" + std::to_string(i) + "\r\n";
   const std::string texts = kLanguageHead + "[Software updates]\r\nTitle=";
   // The file, whether it is valid, and the title of the dialog.
+  const std::string elf = "\x7F\x45LF\x02\x01\xFF\xFE" + std::string(5000, '\xC3'), zeros(1000, '\0');
+  const std::string long_line = kLanguageHead + std::string(1 << 20, 'x') + "\r\n[Software updates]\r\nTitle=t";
+  const std::string head = kLanguageHead.substr(0, 30), cut = texts + "cut" + std::string(1, '\0') + "off";
   const std::tuple<std::string, bool, const char*> rows[] = {
-      {"",                                          false,                                     ""},
-      {std::string(1000,                            '\0'),                                     false,""},
-      {"\x7F"
-       "ELF\x02\x01\xFF\xFE" +
-           std::string(5000,                                           '\xC3'),
-       false,""},
-      {"[General\r\nVersion=7.0.1576",                                         false,                                                                                  ""                                            },
-      {kLanguageHead.substr(0,                                         30), false,""},
-      {kLanguageHead + std::string(1 << 20,                                      'x') + "\r\n[Software updates]\r\nTitle=t",                                                                             true,                                                                                                                                              "t"},
-      {texts + "\"open\r\nOK=\"\r\n",true,"\"open"},
-      {texts + "cut" + std::string(1,               '\0') + "off",                                                                                         true, "cut"},
-      {again,               true,                             "0"},
+      {"",                             false, ""      },
+      {zeros,                          false, ""      },
+      {elf,                            false, ""      },
+      {"[General\r\nVersion=7.0.1576", false, ""      },
+      {head,                           false, ""      },
+      {long_line,                      true,  "t"     },
+      {texts + "\"open\r\nOK=\"\r\n",  true,  "\"open"},
+      {cut,                            true,  "cut"   },
+      {again,                          true,  "0"     },
   };
   for (const auto& [contents, valid, title] : rows) {
     HeadlessApp app;

@@ -138,16 +138,10 @@ TEST_F(ResourceStringsTest, TheSelectedFileComesFirstKeyByKey) {
 }
 
 TEST_F(ResourceStringsTest, TextsAreCleanedUp) {
-  const std::string cases[] = {"a\\nb\\nc|a\r\nb\r\nc",
-                               "a\\012b|a\r\nb",
-                               "\"\"  quoted  \"\"|  quoted  ",
-                               "\"\"|",
-                               "\"|",
-                               "\"open|\"open",
-                               "C:\\New|C:\\New",
-                               "say \"x\"|say \"x\"",
-                               "\"   \"|   ",
-                               "' \"  x \" '|  x "};  // the reader removes the outer pair
+  // In the last one the reader removes the outer pair.
+  const std::string cases[] = {
+      "a\\nb\\nc|a\r\nb\r\nc", "a\\012b|a\r\nb",  "\"\"  quoted  \"\"|  quoted  ", "\"\"|",       "\"|",
+      "\"open|\"open",         "C:\\New|C:\\New", "say \"x\"|say \"x\"",           "\"   \"|   ", "' \"  x \" '|  x "};
   std::string file = kLanguageHead + "[Software updates]\r\n";
   for (std::size_t i = 0; i < std::size(cases); ++i) file += std::to_string(i) + "=" + Split(cases[i], "|")[0] + "\r\n";
   SetUp(file, kLanguageHead);

@@ -11,6 +11,7 @@
 #include <deque>
 #include <tuple>
 
+#include "contract/text_measure_suite.h"
 #include "controls/form.h"
 #include "qt/application_environment.h"
 #include "qt/qt_toolkit.h"
@@ -347,6 +348,16 @@ TEST_F(QtToolkitTest, WhenHeadlessNothingWaitsForAnAnswer) {
   Serve();
   EXPECT_EQ(offered.notes, "?0U");
 }
+
+struct MeasuringToolkit : RunningLoop {
+  QtToolkit toolkit{loop};
+};
+
+std::shared_ptr<TextMeasure> MakeQt() {
+  const auto owner = std::make_shared<MeasuringToolkit>();
+  return {owner, &owner->toolkit};
+}
+INSTANTIATE_TEST_SUITE_P(Qt, TextMeasureSuite, testing::Values(&MakeQt));
 
 }  // namespace
 }  // namespace tsly

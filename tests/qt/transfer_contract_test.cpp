@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/text.h"
 #include "posix/curl_transfer.h"
 #include "qt/application_environment.h"
 #include "support/http_server.h"
@@ -21,6 +22,7 @@ using States = std::vector<std::int16_t>;
 
 const States kReceived{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12};
 const States kCutOff{1, 2, 3, 4, 5, 6, 7, 9, 10, 11};
+const States kRefusedConnection{1, 2, 3, 11};
 
 enum class Ending { kComplete, kShort, kRefused, kNone };
 
@@ -30,7 +32,7 @@ class TransferTest : public testing::Test, protected RunningLoop {
   TransferTest() {
     // Nobody listens there; whoever obeyed these would fail.
     for (const char* name : {"http_proxy", "ALL_PROXY"}) ::setenv(name, "http://127.0.0.1:1", 1);
-    Use(std::make_unique<CurlTransfer>(loop, loop));
+    Use(std::make_unique<CurlTransfer>(loop, loop, trusted_.NativePath("trusted").string()));
   }
   ~TransferTest() override {
     control_.reset();
@@ -84,7 +86,7 @@ class TransferTest : public testing::Test, protected RunningLoop {
     EXPECT_FALSE(HoldsSpace());
   }
 
-  const TempFolder folder_;
+  const TempFolder folder_, trusted_;
   HttpServer server_;
   std::unique_ptr<TransferControl> control_;
   States states_;
@@ -130,7 +132,7 @@ TEST_P(TransferContract, TellsEachEndingAndKeepsAWholeResponseAlone) {
   Get(Arrange(Ending::kShort, body));
   ExpectOutcome(kCutOff, 12030, "");
   Get(Arrange(Ending::kRefused));
-  ExpectOutcome({1, 2, 3, 11}, 12029, "");
+  ExpectOutcome(kRefusedConnection, 12029, "");
   Get(Arrange(Ending::kComplete));
   ExpectOutcome(kReceived, 0, "");
   Get(Arrange(Ending::kComplete, body));
@@ -204,7 +206,7 @@ TEST_P(TransferContract, MayGoInTheMiddleOfATransferOrOfAHandler) {
   EXPECT_EQ(states_, reported);
 }
 
-// What only the real control promises. What servers do to it: hostile_server_test.cpp.
+// What only the real control promises.
 class CurlTransferTest : public TransferTest {};
 
 TEST_F(CurlTransferTest, FailsAtOnceForAnAddressThatCannotBeUsed) {
@@ -309,6 +311,117 @@ TEST_F(CurlTransferTest, ADiskWithoutRoomIsAnError) {
   Get(server_.Url());
   ExpectOutcome(kCutOff, 3, "");
   std::filesystem::create_directory(folder_.NativePath());
+}
+
+const States kNotSecure{1, 2, 3, 4, 9, 10, 11};
+const States kRequested{1, 2, 3, 4, 5, 6};
+const States kAnswered{1, 2, 3, 4, 5, 6, 7};
+const std::string kOk = "HTTP/1.1 200 OK\r\n";
+
+// What a server does, and the result. States without an end: of a server that then sends nothing.
+struct Case {
+  const char* name;
+  std::vector<Script> scripts;
+  States states;
+  std::int32_t code = 0;
+  std::string body{};
+  std::string url{};  // "": the server's
+};
+Case Whole(const char* name, const Script& script, const std::string& body) {
+  return {name, {script}, kReceived, 0, body};
+}
+Case Broken(const char* name, std::int32_t code, const Script& script) { return {name, {script}, kCutOff, code}; }
+Case Stalled(const char* name, const States& states, const Script& script) { return {name, {script}, states}; }
+Case At(const char* name, const std::string& url, const States& states, std::int32_t code) {
+  return {name, {}, states, code, "", url};
+}
+Case Secure(const char* name, const HttpServer& server, const Script& script, const States& states, std::int32_t code) {
+  return {name, {script}, states, code, code == 0 ? "x" : "", Replace(server.Url(), "http:", "https:")};
+}
+Case Redirected(std::size_t times, const std::string& to, Case end) {
+  end.scripts.insert(end.scripts.begin(), times, RedirectTo(to, "elsewhere"));
+  return end;
+}
+
+class ServersTest : public TransferTest {
+ protected:
+  void Check(const Case& row, HttpServer& server) {
+    SCOPED_TRACE(row.name);
+    for (const Script& script : row.scripts) server.Expect(script);
+    handler_ = [&](std::int16_t state) {
+      if (row.code == 12031 && state == icReceivingResponse) server.Release();
+    };
+    Start(row.url.empty() ? server.Url() : row.url);
+    EXPECT_TRUE(RunUntil([&] { return HasReached(row.states.back()); }));
+    if (row.code == 0 && row.states.back() != icResponseCompleted) {
+      RunFor(milliseconds(5));
+      control_->Cancel();
+    }
+    ExpectOutcome(row.states, row.code, row.body);
+    EXPECT_TRUE(server.AllAskedFor());
+    server.DropScripts();
+  }
+};
+
+TEST_F(ServersTest, EachAnswerHasItsOutcome) {
+  const std::string big(1025, 'b'), page = "<html>[Versions]</html>";
+  const std::string chunked = kOk + "Transfer-Encoding: chunked\r\n\r\n";
+  const std::string refusing = "http://127.0.0.1:" + std::to_string(HttpServer::UnusedPort()) + "/";
+  const std::string local = "://127.0.0.1:" + std::to_string(server_.port()) + "/";
+  const Case rows[] = {
+      Whole("status 100 first", Raw("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.0 200 OK\r\n\r\nx"), "x"),
+      Whole("status 204", Raw("HTTP/1.1 204 No Content\r\n\r\n"), ""),
+      Whole("status 206", Reply(page, "206 Partial Content"), page),
+      Whole("status 300", Reply(page, "300 Multiple Choices"), page),
+      Whole("status 304", Raw("HTTP/1.1 304 Not Modified\r\n\r\n"), ""),
+      Whole("status 401", Reply(page, "401 Unauthorized"), page),
+      Whole("status 404", Reply(page, "404 Not Found"), page),
+      Whole("status 503", Reply(page, "503 Service Unavailable"), page),
+      Whole("no length, byte by byte", Script().Receive().Send(kOk + "\r\n" + big, 1), big),
+      Whole("every byte", Reply(std::string("\0\x01\xFF\x80\r\n", 6)), std::string("\0\x01\xFF\x80\r\n", 6)),
+      Whole("packed without being asked", Raw(kOk + "Content-Encoding: gzip\r\n\r\n\x1F\x8B"), "\x1F\x8B"),
+      Whole("length too small", ReplyWithLength("12345", 3), "123"),
+      Broken("no byte of a length", 12030, ReplyWithLength("", 1025)),
+      Broken("length rubbish", 12152, Raw(kOk + "Content-Length: nine\r\n\r\n12")),
+      Broken("cut in the status line", 12030, Raw("HTTP/1.")),
+      Broken("cut in the head", 12030, Raw(kOk + "Content-Le")),
+      Broken("cut after a first head", 12030, Raw("HTTP/1.1 100 Continue\r\n\r\n")),
+      Whole("chunks", Raw(chunked + "400\r\n" + big.substr(1) + "\r\n1\r\nb\r\n0\r\n\r\n"), big),
+      Whole("fields after the chunks", Raw(chunked + "1\r\nx\r\n0\r\nA: b\r\n\r\n"), "x"),
+      Broken("chunks cut off", 12030, Raw(chunked + "5\r\n123")),
+      Broken("chunks rubbish", 12152, Raw(chunked + "3\r\n123\r\nZZ\r\n")),
+      Broken("not HTTP", 12152, Raw("220 ready to serve\r\n")),
+      Broken("endless header", 12152, Raw(kOk + "X: " + std::string(400000, 'x'))),
+      Broken("closed at once", 12030, Script()),
+      Broken("closed after the request", 12030, Raw("")),
+      Broken("reset in the body", 12031, ReplyWithLength("123", 6).Stall().Reset()),
+      Stalled("silent before the first byte", kRequested, Script().Receive().Stall()),
+      Stalled("silent in the head", kAnswered, Raw(kOk + "Content-Le").Stall()),
+      Stalled("silent in the body", kAnswered, ReplyWithLength("123", 6).Stall()),
+      Redirected(1, "/next place", Whole("redirected once", Reply("here"), "here")),
+      Redirected(10, "/next", Whole("redirected ten times", Reply("here"), "here")),
+      Redirected(10, "/next", Broken("redirected in a circle", 12156, RedirectTo("/next"))),
+      Broken("redirected to another kind", 12156, RedirectTo("ftp" + local)),
+      Broken("redirected to a refusing port", 12029, RedirectTo(refusing)),
+      Whole("redirected to nowhere", Raw("HTTP/1.1 302 Found\r\nContent-Length: 1\r\n\r\nx"), "x"),
+      At("no such name", "http://no-such-name.invalid/", {1, 11}, 12007),
+  };
+  for (const Case& row : rows) Check(row, server_);
+}
+
+TEST_F(ServersTest, SecureServersAreBelievedByTheirCertificates) {
+  HttpServer good(Secured(Certificate::kGood, trusted_.NativePath("trusted")));
+  HttpServer other_name(Secured(Certificate::kOtherName, trusted_.NativePath("other")));
+  HttpServer expired(Secured(Certificate::kExpired, trusted_.NativePath("expired")));
+  HttpServer stranger(Secured(Certificate::kGood, trusted_.NativePath("stranger")));
+  // All but the stranger's come from an authority that is trusted.
+  trusted_.Write("trusted", trusted_.Read("trusted") + trusted_.Read("other") + trusted_.Read("expired"));
+  Check(Secure("trusted", good, Reply("x"), kReceived, 0), good);
+  Check(Secure("redirected to an open way", good, RedirectTo(server_.Url()), kCutOff, 12156), good);
+  Check(Secure("for another name", other_name, Script(), kNotSecure, 12038), other_name);
+  Check(Secure("expired", expired, Script(), kNotSecure, 12037), expired);
+  Check(Secure("unknown authority", stranger, Script(), kNotSecure, 12045), stranger);
+  Check(Secure("answers without TLS", server_, Script().Send("no TLS\r\n"), kNotSecure, 12157), server_);
 }
 
 }  // namespace

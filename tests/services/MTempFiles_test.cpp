@@ -98,9 +98,7 @@ TEST_F(TempFilesTest, DeletesEachPathOnceAndForgetsAll) {
   for (const char* name : {"one.zip", "Two.zip", "three.zip"}) app.folder.Write(InFolder(name), "x");
   for (const char* name : {"gone.zip", "one.zip", "ONE.ZIP", "Two.zip", "three.zip"}) temp_files.GetTempFile(name, "");
   app.files.calls.clear();
-  app.files.failures = {
-      {FileCall::kDelete, 3, 32}
-  };
+  app.files.failures.push_back({FileCall::kDelete, 3, 32});
   for (int time = 0; time < 2; ++time) temp_files.DeleteTempFiles();
   EXPECT_EQ(app.files.calls[FileCall::kDelete], 4) << "names that differ only in case are one entry";
   EXPECT_FALSE(app.folder.Has(InFolder("one.zip")));

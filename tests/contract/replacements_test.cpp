@@ -1,4 +1,7 @@
+// The contracts of ports that the tests replace, on those replacements.
 #include "contract/event_loop_suite.h"
+#include "contract/text_measure_suite.h"
+#include "support/headless_toolkit.h"
 #include "support/virtual_loop.h"
 
 namespace tsly {
@@ -16,6 +19,9 @@ class VirtualLoopFixture final : public LoopFixture {
 
 std::unique_ptr<LoopFixture> MakeVirtualLoop() { return std::make_unique<VirtualLoopFixture>(); }
 INSTANTIATE_TEST_SUITE_P(Virtual, EventLoopSuite, testing::Values(&MakeVirtualLoop));
+
+std::shared_ptr<TextMeasure> MakeHeadless() { return std::make_shared<HeadlessToolkit>(); }
+INSTANTIATE_TEST_SUITE_P(Headless, TextMeasureSuite, testing::Values(&MakeHeadless));
 
 }  // namespace
 }  // namespace tsly
