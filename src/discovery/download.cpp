@@ -110,6 +110,8 @@ void frmVerify::netCommand_StateChanged(std::int16_t State) {
 
 void frmVerify::ShowTransferState(std::int16_t State) {
   if (!controls.picStep100.Visible() || !document_->ShowStatus) return;
+  // The search may have timed out and ended, before its transfer does.
+  if (controls.lblInfo105.MousePointer() != kPointerHourglass) return;
   const auto index = static_cast<std::size_t>(State);
   if (index < CheckLinkTexts.size()) controls.lblInfo105.SetText(CheckLinkTexts[index]);
   needs_.loop.ProcessPendingEvents();

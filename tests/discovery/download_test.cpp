@@ -147,7 +147,7 @@ TEST(Download, TheDeadlineMovesWithEveryState) {
   EXPECT_LT(waited, std::chrono::seconds(9 * 15 + 16));
 }
 
-TEST(Download, ALateDocumentIsStored) {
+TEST(Download, ALateDocumentIsStoredButNotShown) {
   StartedApp app;
   app.transfer.answers = {Silent(1)};
   app.toolkit.answers = {kAnswerOk};
@@ -157,6 +157,7 @@ TEST(Download, ALateDocumentIsStored) {
   app.Pass(std::chrono::seconds(1));
   EXPECT_EQ(app.folder.Read("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini"), "late");
   EXPECT_TRUE(app.Log().ends_with("StateChanged: Closing file\nDocumentReceived = 1\n"));
+  EXPECT_EQ(app.controls().lblInfo105.Text(), "Look for updates now");
 }
 
 TEST(Download, StoresEveryByteInPlaceOfAnOlderFile) {
