@@ -99,29 +99,9 @@ double SecondsOfPlainList(int items) {
   });
 }
 
-void MeasureList() {
-  std::vector<double> times;
-  std::vector<double> plain;
-  for (int i = 0; i < 5; ++i) {
-    plain.push_back(SecondsOfPlainList(500));
-    BenchApp<QtToolkit> app;
-    HttpServer server;
-    server.Expect(Reply(Offer(500)));
-    app.SetVersionValue(kValueVersionFileUrl, server.Url());
-    app.program.dialog.Show();
-    app.loop.ProcessPendingEvents();
-    app.program.dialog.ShowTheResults();
-    app.toolkit.Refresh(app.program.dialog);
-    app.loop.ProcessPendingEvents();
-    times.push_back(Seconds(std::chrono::steady_clock::now() - app.transfer.completed));
-  }
-  std::printf("500 updates from the last state to the painted list: %6.3f s   a plain list: %6.3f s\n", Median(times),
-              Median(plain));
-}
-
-// From the last state of the transfer until the list is painted, and until it is destroyed.
-void MeasureLongOffer(int modules) {
-  BenchApp<QtToolkit> app;
+// A started program whose search finds `modules` updates. Returns the seconds from the last state of the transfer until
+// the list is painted.
+double SecondsToPaint(BenchApp<QtToolkit>& app, int modules) {
   HttpServer server;
   server.Expect(Reply(Offer(modules)));
   app.SetVersionValue(kValueVersionFileUrl, server.Url());
@@ -130,7 +110,25 @@ void MeasureLongOffer(int modules) {
   app.program.dialog.ShowTheResults();
   app.toolkit.Refresh(app.program.dialog);
   app.loop.ProcessPendingEvents();
-  const double shown = Seconds(std::chrono::steady_clock::now() - app.transfer.completed);
+  return Seconds(std::chrono::steady_clock::now() - app.transfer.completed);
+}
+
+void MeasureList() {
+  std::vector<double> times;
+  std::vector<double> plain;
+  for (int i = 0; i < 5; ++i) {
+    plain.push_back(SecondsOfPlainList(500));
+    BenchApp<QtToolkit> app;
+    times.push_back(SecondsToPaint(app, 500));
+  }
+  std::printf("500 updates from the last state to the painted list: %6.3f s   a plain list: %6.3f s\n", Median(times),
+              Median(plain));
+}
+
+// Until the list is painted, and until it is destroyed.
+void MeasureLongOffer(int modules) {
+  BenchApp<QtToolkit> app;
+  const double shown = SecondsToPaint(app, modules);
   const double gone = SecondsOf([&] {
     app.program.dialog.Unload();
     app.program.dialog.controls.UpdateItem.UnloadAllButModel();
