@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Writes archives that a careless unpacker would regret: archive_zoo.py FOLDER OUTSIDE, or one of
-these entries: archive_zoo.py --pack FILE [NAME DATA MODE FLAGS]...
+"""Writes archives that a careless unpacker would regret: archive_zoo.py FOLDER OUTSIDE
+or one archive of the given entries: archive_zoo.py --pack FILE [NAME DATA MODE FLAGS]...
 
 One file per archive, and zoo.tsv: file, the reason why it has to be refused (a number of UnzipResult, or "any"), and a part
 of the message. In place of a reason, "good" means that it has to unpack to one file "file.txt" that says "contents", and
