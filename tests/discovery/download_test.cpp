@@ -131,6 +131,10 @@ TEST(Download, AnOfferUsesTheUpdatesFileThatThisProcessStored) {
   app.folder.Write("AppData\\Quillon Systems\\Tessaly Studio\\updates.ini", kOnePack);  // by another process
   app.dialog().ShowAvailableUpdates();
   EXPECT_EQ(app.controls().UpdateItem(1).UpdateElementAction(1), "unzip:{app}");
+
+  app.transfer.answers = {Received("[Versions]\r\nB=1\r\n")};
+  app.Run([&] { app.dialog().ShowTheResults(); });
+  EXPECT_EQ(app.dialog().UpdateNames, (std::vector<std::string>{"", "B"})) << "nothing of the former search";
 }
 
 TEST(Download, TheDeadlineMovesWithEveryState) {
