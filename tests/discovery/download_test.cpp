@@ -113,13 +113,21 @@ TEST(Download, APartlyReadUpdatesFileIsAFailedSearch) {
 }
 
 TEST(Download, TemporarilyUnreadableSettingsAreAFailedSearch) {
-  for (const std::size_t requests : {0u, 1u}) {  // the address, or the recorded versions
+  // The address, the first recorded version, or the second one, after a module that is newer.
+  for (const auto& [requests, reads] : {
+           std::pair(0u, 0), {1u, 0},
+             {1u, 1}
+  }) {
     HeadlessApp app("/showupdates");
-    app.registry.before_call = [&](const std::string&) {
-      app.registry.locked = app.transfer.requests.size() < requests || !app.dialog().Loaded() ? 0 : 32;
+    int opened = 0;
+    app.registry.before_call = [&, requests = requests, reads = reads](const std::string& operation) {
+      const bool is_time = app.dialog().Loaded() && app.transfer.requests.size() >= requests;
+      app.registry.locked = is_time && opened >= reads ? 32 : 0;
+      opened += is_time && operation == "Open";
     };
-    app.StartWith({Received(kOnePack)}, {kAnswerOk});
+    app.StartWith({Received("[Versions]\r\nFirst=2.0\r\nSecond=2.0\r\n")}, {kAnswerOk});
     EXPECT_EQ(app.transfer.requests.size(), requests);
+    EXPECT_EQ(app.dialog().UpdateNames.size(), 1u) << "a silent search would offer the others";
     EXPECT_FALSE(app.controls().picStep200.Visible());
     EXPECT_EQ(app.toolkit.messages.at(0).style, kIconWarning);
     EXPECT_EQ(app.dialog().CheckedOn, 0);
